@@ -1,0 +1,73 @@
+# What every target of the project is built with, and the one function that declares a folder.
+
+add_library(vexcap_options INTERFACE)
+target_include_directories(vexcap_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_compile_options(vexcap_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor$<SEMICOLON>-Woverloaded-virtual>
+    $<$<BOOL:${VEXCAP_WERROR}>:-Werror>
+    $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety -Wthread-safety-beta>)
+find_package(Threads REQUIRED)
+target_link_libraries(vexcap_options INTERFACE Threads::Threads)
+
+if(VEXCAP_SANITIZE STREQUAL "address")
+    # A camera library may be written in C: its objects have a table of operations, but no type information.
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(VEXCAP_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+endif()
+if(VEXCAP_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# vexcap_library(NAME SOURCES a.cpp ... [USES base pixel PkgConfig::x ...]
+#                [TESTS a_test.cpp ...] [TEST_USES fake ...] [BENCHES a_bench.cpp ...] [FUZZERS a_fuzz.cpp ...])
+# Makes the static library vexcap_NAME; one test program NAME_test, one benchmark program NAME_bench, one fuzz
+# program per fuzz source. A plain word in USES names another folder's library.
+function(vexcap_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;TESTS;TEST_USES;BENCHES;FUZZERS" ${ARGN})
+    add_library(vexcap_${name} STATIC ${ARG_SOURCES})
+    vexcap_uses(vexcap_${name} PUBLIC vexcap_options ${ARG_USES})
+    if(VEXCAP_TESTS AND ARG_TESTS)
+        vexcap_test(${name}_test SOURCES ${ARG_TESTS} USES ${name} ${ARG_TEST_USES})
+    endif()
+    if(VEXCAP_BENCHES AND ARG_BENCHES)
+        add_executable(${name}_bench ${ARG_BENCHES})
+        vexcap_uses(${name}_bench PRIVATE ${name} ${ARG_TEST_USES} benchmark::benchmark benchmark::benchmark_main)
+    endif()
+    if(VEXCAP_FUZZERS)
+        foreach(source IN LISTS ARG_FUZZERS)
+            get_filename_component(program ${source} NAME_WE)
+            add_executable(${program} ${source})
+            target_link_options(${program} PRIVATE -fsanitize=fuzzer)
+            vexcap_uses(${program} PRIVATE ${name} ${ARG_TEST_USES})
+            set_property(GLOBAL APPEND PROPERTY VEXCAP_FUZZ_PROGRAMS ${program})
+        endforeach()
+    endif()
+endfunction()
+
+# One GoogleTest program, run by ctest under its own name.
+function(vexcap_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 300)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    vexcap_uses(${name} PRIVATE vexcap_options ${ARG_USES} GTest::gtest GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
+# Links targets; a name without a target of its own means the library of the folder with this name.
+function(vexcap_uses target scope)
+    foreach(used IN LISTS ARGN)
+        if(TARGET vexcap_${used})
+            target_link_libraries(${target} ${scope} vexcap_${used})
+        else()
+            target_link_libraries(${target} ${scope} ${used})
+        endif()
+    endforeach()
+endfunction()

@@ -1,0 +1,186 @@
+/// vexcap: live preview and recording for microscope and telescope cameras.
+///
+/// A host calls vexcap_init once, lists cameras with vexcap_enum_device, makes a context with vexcap_device, starts it
+/// with vexcap_start and ends it with vexcap_stop. What happens is told by messages that are posted to the host's
+/// windows (vexcap/window.h); the host answers the event message by calling vexcap_notify.
+///
+/// Threads: every function here is called on one thread, the host's, the one that runs the timers of its windows.
+/// Null: every function takes null for the context, and for each out pointer unless told else. A null context gives 0,
+/// null or nothing unless told else.
+/// Text is UTF-16. Ticks are milliseconds of a steady clock that wraps at 32 bits.
+#ifndef VEXCAP_VEXCAP_H
+#define VEXCAP_VEXCAP_H
+
+#include <vexcap/key.h>
+#include <vexcap/records.h>
+#include <vexcap/types.h>
+#include <vexcap/window.h>
+
+VEXCAP_EXTERN_C_BEGIN
+
+/// One source of video with its preview and its recording.
+typedef struct vexcap_context vexcap_context;
+
+/// A target of the accelerated drawing road.
+typedef struct vex_render_target vex_render_target;
+
+// --- The engine --------------------------------------------------------------------------------------------------
+
+/// Starts the engine. Called once, before anything else; no context may exist.
+/// The texts `product` and `software`, the windows and the root are borrowed until vexcap_fini.
+/// @param root            Where settings are kept; null: nothing is remembered.
+/// @param company         First name of the settings path.
+/// @param product         Second name of the settings path, and the title of error boxes.
+/// @param software        The host's own identity.
+/// @param cameraLibrary   Path or name of the camera library, see vexcap/camera_library.h. It may be missing: then
+///                        there are no cameras.
+/// @param prefix          Prefix of the camera library's exported names.
+/// @param networkLibrary  Path or name of the network camera library. It may be missing too.
+/// @param eventMessage    Posted to a context's preview window when the source has something to tell; answer it with
+///                        vexcap_notify. wparam: the camera's event number.
+/// @param sizeMessage     Posted to the preview window when a preview was built. wparam: width, lparam: height.
+/// @param limitMessage    Posted to the preview window when a recording ended at its limit. wparam: 1.
+/// @param dfcMessage      Posted to the owner window while a dark field is captured.
+/// @param frameMessage    Posted to the preview window for each new frame. wparam: 0, or 1 for a shared texture.
+/// @param networkEnabled  Non-zero: network devices are wished for. Astro mode switches them off.
+/// @param astroMode       Non-zero: telescope cameras; raw recording, cameras only.
+/// @param deviceWindow    Told when the list of network devices changes.
+/// @param deviceMessage   The message for it.
+/// @param direct2d        Non-zero asks for the accelerated drawing road.
+/// @param gainBalance     Non-zero: white balance is told as three gains, else as temperature and tint.
+/// @return The network library's status, 0 without one. Nothing depends on it.
+VEXCAP_API int32_t vexcap_init(vex_key* root, const vex_char* company, const vex_char* product,
+                               const vex_char* software, const vex_char* cameraLibrary, const char* prefix,
+                               const vex_char* networkLibrary, uint32_t eventMessage, uint32_t sizeMessage,
+                               uint32_t limitMessage, uint32_t dfcMessage, uint32_t frameMessage,
+                               uint32_t networkEnabled, uint32_t astroMode, vex_window* deviceWindow,
+                               uint32_t deviceMessage, int32_t direct2d, uint32_t gainBalance);
+
+/// Ends the engine; every context was stopped before. Gives the network library's result, 0 without one.
+/// Libraries stay loaded.
+VEXCAP_API int32_t vexcap_fini(void);
+
+/// Marks the host as one of the maker's own, for diagnose listings.
+VEXCAP_API void vexcap_factorymode(uint32_t on);
+
+/// 1 when the picture of this context lives in a shared texture. Without a context, or before its start: 1 when the
+/// accelerated drawing road is there.
+VEXCAP_API uint32_t vexcap_mode(vexcap_context* context);
+
+/// Reads the bounds of a camera's display frame rate.
+/// @param cap      Frames a second at most, 0: no bound.
+/// @param percent  Share of the rate that suits the frame size.
+VEXCAP_API void vexcap_get_framerate(uint32_t* cap, uint32_t* percent);
+
+/// Sets them: cap at most 63, percent within 10 to 200. Holds from the next start on.
+VEXCAP_API void vexcap_set_framerate(uint32_t cap, uint32_t percent);
+
+// --- Devices -----------------------------------------------------------------------------------------------------
+
+/// What can be opened now: the camera library's cameras. The host gives the array back to vexcap_free_dsvi.
+/// @param filter  Regular expression that video input devices must match; cameras are never filtered. May be null.
+/// @return An array that ends with a record of two nulls; null when nothing was found.
+VEXCAP_API vex_device* vexcap_enum_device(const vex_char* filter);
+
+/// Frees an array of devices.
+VEXCAP_API void vexcap_free_dsvi(vex_device* devices);
+
+/// Preview sizes that a started source offers.
+/// @param out  Set to null first, then to an array that the host gives back to vexcap_free_capability.
+/// @return The count; negative when the source could not tell. 0 for null arguments.
+VEXCAP_API int32_t vexcap_get_capability(vexcap_context* context, vex_capability** out);
+
+/// The same for stills.
+VEXCAP_API int32_t vexcap_get_stillimage_capability(vexcap_context* context, vex_capability** out);
+
+/// Frees an array of capabilities.
+VEXCAP_API void vexcap_free_capability(vex_capability* capabilities);
+
+// --- A context ---------------------------------------------------------------------------------------------------
+
+/// Makes a context for a device; nothing is opened yet. vexcap_stop frees it.
+/// @param owner         Owner of error boxes and timers. Without it limits by time do not work.
+/// @param preview       Target of the messages and repaints of the picture.
+/// @param device        A record of vexcap_enum_device, or one that the host filled.
+/// @param d3dDevice, d3dContext, renderTarget  The accelerated drawing road, or null.
+/// @return Null for a missing record, name or display name, a kind that cannot be opened here, or no memory.
+VEXCAP_API vexcap_context* vexcap_device(vex_window* owner, vex_window* preview, const vex_device* device,
+                                         void* d3dDevice, void* d3dContext, vex_render_target* renderTarget);
+
+/// Opens the source, builds the preview and runs it; what ran before is stopped first.
+/// @param still               Window that is told of stills, may be null.
+/// @param stillMessage        Posted to it for each still. wparam: height << 16 | width, lparam: the frame's tag.
+/// @param stillWanted         Non-zero: stills are wanted from a video input device.
+/// @param stillFollowsPreview Non-zero: its stills have the preview's size.
+/// @param retryStart          Non-zero: a video input device is tried for 8 seconds.
+/// @return S_OK; E_POINTER for a null context; E_FAIL when the source cannot be opened, is busy, says a bit depth below
+///         8, or cannot be run; E_INVALIDARG without a source; a source's own code otherwise.
+VEXCAP_API HRESULT vexcap_start(vexcap_context* context, vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
+                                uint32_t stillFollowsPreview, uint32_t retryStart);
+
+/// Ends everything and frees the context: source, recording (its file becomes whole), preview.
+VEXCAP_API void vexcap_stop(vexcap_context* context);
+
+/// 1 when the source is open.
+VEXCAP_API uint32_t vexcap_fsource(vexcap_context* context);
+
+/// 1 while the preview runs.
+VEXCAP_API uint32_t vexcap_fpreviewing(vexcap_context* context);
+
+/// Looks at what the source told. Called for each event message. A lost source stops the preview and shows a box;
+/// a recording stays open until vexcap_stop_capture. Always 0.
+VEXCAP_API int32_t vexcap_notify(vexcap_context* context);
+
+/// Size of the picture as the source tells it, in pixels. 1, or 0 for a null context, which leaves the outs alone.
+VEXCAP_API int32_t vexcap_video_size(vexcap_context* context, int32_t* width, int32_t* height);
+
+/// Frames since the start and the present rate as texts, "%u" and "%.1f"; each out has room for 32 characters.
+/// 1 when a source answered, else 0.
+VEXCAP_API int32_t vexcap_get_property(vexcap_context* context, vex_char* countText, vex_char* rateText);
+
+/// With a null identifier the camera handle of a started camera (ICamera of vexcap/camera_library.h): it stays the
+/// context's, and is gone after vexcap_stop or the next vexcap_start. Null otherwise.
+VEXCAP_API void* vexcap_get_interface(vexcap_context* context, const vex_guid* iid);
+
+// --- Recording ---------------------------------------------------------------------------------------------------
+
+/// Records the raw frames of a telescope camera to a SER file. Astro mode and a running preview are needed.
+/// An existing file is replaced.
+/// @param path     The file; at most 259 characters.
+/// @param seconds  Time limit, 0 or less for none. It needs the owner window.
+/// @param frames   Frame limit, 0 or less for none: exactly that many frames are kept.
+/// @return S_OK; E_FAIL for a null context or when the file cannot be made; the camera's code when it cannot tell its
+///         size or format. A failure is shown in a box.
+VEXCAP_API HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds,
+                                              int32_t frames);
+
+/// Ends the recording; its file is whole afterwards. A recording without a frame leaves no file.
+VEXCAP_API void vexcap_stop_capture(vexcap_context* context);
+
+/// 1 while a recording runs.
+VEXCAP_API uint32_t vexcap_fcapturing(vexcap_context* context);
+
+/// Tick at which the recording began.
+VEXCAP_API uint32_t vexcap_lcapstarttime(vexcap_context* context);
+
+/// Frames kept; 0 when idle.
+VEXCAP_API uint32_t vexcap_dwframecount(vexcap_context* context);
+
+/// Frame limit, 0 for none.
+VEXCAP_API uint32_t vexcap_dwframelimit(vexcap_context* context);
+
+/// Time limit in seconds, 0 for none.
+VEXCAP_API uint32_t vexcap_dwtimelimit(vexcap_context* context);
+
+/// Path of the running recording, into 260 characters. 0 when idle.
+VEXCAP_API int32_t vexcap_filepath(vexcap_context* context, vex_char* buffer260);
+
+/// KiB of frames written so far, in astro mode; 0 when idle.
+VEXCAP_API uint64_t vexcap_filesize(vexcap_context* context);
+
+/// What became of the frames of the running recording, or of the last one when none runs: the numbers stay until the
+/// next start. 1, or 0 for null arguments or when nothing was recorded yet.
+VEXCAP_API int32_t vexcap_recording(vexcap_context* context, vex_recording_counts* counts);
+
+VEXCAP_EXTERN_C_END
+#endif
