@@ -1,0 +1,27 @@
+// What the levels of the kernels share among themselves; callers include kernels.h.
+#pragma once
+
+#include "pixel/kernels.h"
+
+namespace vexcap {
+
+/// Linked, and callable, only where kernelsFor() hands it out.
+extern const PixelKernels avx2Kernels;
+
+// Plain forms that every level uses, since a faster one gains nothing.
+
+/// memcpy a row is already at the speed of memory.
+void copyRowsReversedPlain(uint8_t* target, const uint8_t* source, size_t rowBytes, size_t rows);
+/// The additions must follow one another, so a pixel takes the time of one addition whatever feeds it.
+double addLuminancePlain(double sum, const uint8_t* row, uint32_t pixels, uint32_t bytesPerPixel);
+
+// Mosaics have a file of their own at the AVX2 level.
+
+void bayer8ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                       uint32_t width, uint32_t height, Mosaic mosaic);
+void bayer16ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint16_t* source, ptrdiff_t sourceStride,
+                        uint32_t width, uint32_t height, Mosaic mosaic, uint32_t depth);
+void bayer16ToBgr48Avx2(uint16_t* target, ptrdiff_t targetStride, const uint16_t* source, ptrdiff_t sourceStride,
+                        uint32_t width, uint32_t height, Mosaic mosaic);
+
+}  // namespace vexcap
