@@ -1,0 +1,232 @@
+// A camera library made of scripted answers. Frames come when a test says so, on the test's thread or on another.
+#pragma once
+
+#include <vexcap/camera_library.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vexcap {
+
+/// Answers and what was asked. The five interfaces are one object, as the contract says.
+class FakeCamera final : public ICamera,
+                         public ICameraStatus,
+                         public ICameraStill,
+                         public ICameraPreviewSize,
+                         public ICameraRaw {
+public:
+    // Answers; a test sets them before the call.
+    int32_t width = 64, height = 48;
+    HRESULT sizeResult = S_OK;
+    uint32_t roiWidth = 0, roiHeight = 0;
+    HRESULT roiResult = E_NOTIMPL;
+    uint32_t bitDepth = 12;
+    std::map<uint32_t, int32_t> options;  ///< What GetOption knows.
+    HRESULT startResult = S_OK;
+    bool textureAccepted = false;
+    uint32_t state = VEX_CAMERA_STATE_OK;
+    bool offersStatus = true, offersStill = false, offersRaw = true;
+    int32_t resolutionCount = 1, stillCount = 2;
+    uint32_t stillWidth = 128, stillHeight = 96;
+    HRESULT rawFormatResult = S_OK;
+    uint32_t rawFourcc = 0, rawDepth = 8;
+    uint32_t rateFrames = 0, rateMilliseconds = 0, rateTotal = 0;
+    HRESULT rateResult = S_OK;
+
+    // What was asked.
+    std::vector<std::string> calls;
+    int references = 1;
+    bool closed = false;
+    bool streaming = false;
+    vex_texture_target texture = {};
+    bool textureOffered = false;
+
+    // The callbacks of the stream, kept after Stop: a test may call them late.
+    vex_camera_frame_callback frameCallback = nullptr;
+    vex_camera_buffer_callback bufferCallback = nullptr;
+    vex_camera_event_callback eventCallback = nullptr;
+    void* context = nullptr;
+    void* eventContext = nullptr;
+    vex_camera_raw_callback rawCallback = nullptr;
+    vex_camera_raw_callback lastRawCallback = nullptr;
+    void* rawContext = nullptr;
+
+    /// Delivers a display frame into the buffer that the engine gives; `fill` is every byte of it.
+    void deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still = 0) {
+        void *display = nullptr, *raw = nullptr, *deep = nullptr;
+        bufferCallback(still, &display, &raw, &deep, context);
+        if (display) std::memset(display, fill, size_t(frameWidth) * 3);
+        const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
+        frameCallback(display, &info, still, raw, deep, 0, 0, 7, context);
+    }
+    void deliverLoss() { frameCallback(nullptr, nullptr, 0, nullptr, nullptr, 0, 0, 0, context); }
+    void deliverEvent(uint32_t event) { eventCallback(event, eventContext); }
+    void deliverRaw(const void* samples, uint32_t frameWidth, uint32_t frameHeight, uint32_t depth) {
+        const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
+        if (lastRawCallback) lastRawCallback(samples, &info, rawFourcc, depth, rawContext);
+    }
+
+    HRESULT QueryInterface(const vex_guid& iid, void** out) override {
+        const auto is = [&](const vex_guid& other) { return std::memcmp(&iid, &other, sizeof iid) == 0; };
+        *out = nullptr;
+        if (is(VEX_IID_CAMERA_STATUS) && offersStatus) *out = static_cast<ICameraStatus*>(this);
+        if (is(VEX_IID_CAMERA_STILL) && offersStill) *out = static_cast<ICameraStill*>(this);
+        if (is(VEX_IID_CAMERA_PREVIEW_SIZE)) *out = static_cast<ICameraPreviewSize*>(this);
+        if (is(VEX_IID_CAMERA_RAW) && offersRaw) *out = static_cast<ICameraRaw*>(this);
+        if (!*out) return E_NOINTERFACE;
+        ++references;
+        return S_OK;
+    }
+    uint32_t AddRef() override { return uint32_t(++references); }
+    uint32_t Release() override { return uint32_t(--references); }
+    HRESULT GetSize(int32_t* w, int32_t* h) override {
+        *w = width;
+        *h = height;
+        return sizeResult;
+    }
+    HRESULT GetEsize(uint32_t* index) override { return *index = 0, S_OK; }
+    HRESULT GetWhiteBalanceGains(int32_t*) override { return E_NOTIMPL; }
+    HRESULT GetExposureTime(uint32_t*) override { return E_NOTIMPL; }
+    int32_t GetResolutionCount() override { return resolutionCount; }
+    HRESULT GetResolution(uint32_t index, int32_t* w, int32_t* h) override {
+        *w = width >> index;
+        *h = height >> index;
+        return S_OK;
+    }
+    HRESULT GetTempTint(int32_t*, int32_t*) override { return E_NOTIMPL; }
+    uint32_t GetBitDepth() override { return bitDepth; }
+    HRESULT GetRoi(uint32_t*, uint32_t*, uint32_t* w, uint32_t* h) override {
+        *w = roiWidth;
+        *h = roiHeight;
+        return roiResult;
+    }
+    HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) override {
+        *frames = rateFrames;
+        *milliseconds = rateMilliseconds;
+        *total = rateTotal;
+        return rateResult;
+    }
+    HRESULT PutOption(uint32_t number, int32_t value) override {
+        return log("PutOption(" + std::to_string(number) + "," + std::to_string(value) + ")");
+    }
+    HRESULT GetOption(uint32_t number, int32_t* value) override {
+        const auto found = options.find(number);
+        if (found == options.end()) return E_NOTIMPL;
+        *value = found->second;
+        return S_OK;
+    }
+    HRESULT StartPull(uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame,
+                      vex_camera_buffer_callback buffer, void* callbackContext, vex_camera_event_callback event,
+                      void* callbackEventContext, uint32_t zero2, uint32_t zero3, const vex_texture_target* target,
+                      uint32_t one) override {
+        log(zero0 || zero1 || zero2 || zero3 || one != 1 ? "StartPull with wrong constants" : "StartPull");
+        frameCallback = frame;
+        bufferCallback = buffer;
+        eventCallback = event;
+        context = callbackContext;
+        eventContext = callbackEventContext;
+        textureOffered = target;
+        if (target) texture = *target;
+        streaming = startResult >= 0;
+        return startResult;
+    }
+    HRESULT Stop() override {
+        streaming = false;
+        return log("Stop");
+    }
+    void Close() override {
+        log("Close");
+        closed = true;
+        streaming = false;
+        --references;
+    }
+    HRESULT Snap(uint32_t, uint32_t, void*) override { return E_NOTIMPL; }
+    HRESULT Pause(uint32_t pause) override { return log("Pause(" + std::to_string(pause) + ")"); }
+    HRESULT Trigger(uint32_t on) override { return log("Trigger(" + std::to_string(on) + ")"); }
+    uint32_t TextureAccepted() override { return textureAccepted; }
+    HRESULT PipelineOcl(void*, void*, void*) override { return E_NOTIMPL; }
+
+    HRESULT GetState(uint32_t* out) override { return *out = state, S_OK; }
+    HRESULT GetLostFrames(uint32_t* lost) override { return *lost = 0, S_OK; }
+    HRESULT GetMaxFrameRate(uint32_t, uint32_t* rate) override { return *rate = 30, S_OK; }
+    HRESULT GetStillSize(uint32_t* w, uint32_t* h) override {
+        *w = stillWidth;
+        *h = stillHeight;
+        return S_OK;
+    }
+    HRESULT SetStillIndex(uint32_t) override { return S_OK; }
+    int32_t GetStillCount() override { return stillCount; }
+    HRESULT GetStillResolution(uint32_t index, int32_t* w, int32_t* h) override {
+        *w = int32_t(stillWidth >> index);
+        *h = int32_t(stillHeight >> index);
+        return S_OK;
+    }
+    HRESULT GetPreviewIndex(uint32_t* index) override { return *index = 0, S_OK; }
+    HRESULT GetPreviewSize(int32_t* w, int32_t* h) override { return GetSize(w, h); }
+    HRESULT SetPreviewIndex(uint32_t) override { return S_OK; }
+    HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) override {
+        *fourcc = rawFourcc;
+        *depth = rawDepth;
+        return rawFormatResult;
+    }
+    HRESULT SetRawCallback(vex_camera_raw_callback callback, void* callbackContext) override {
+        rawCallback = callback;
+        if (callback) {
+            lastRawCallback = callback;
+            rawContext = callbackContext;
+        }
+        return log(callback ? "SetRawCallback" : "SetRawCallback(null)");
+    }
+
+    bool wasCalled(const std::string& call) const { return std::find(calls.begin(), calls.end(), call) != calls.end(); }
+
+private:
+    HRESULT log(std::string call) {
+        calls.push_back(std::move(call));
+        return S_OK;
+    }
+};
+
+/// The library's four functions over one scripted camera. One at a time, since the functions carry no context.
+class FakeCameraLibrary {
+public:
+    FakeCameraLibrary() { current = this; }
+    ~FakeCameraLibrary() { current = nullptr; }
+    FakeCameraLibrary(const FakeCameraLibrary&) = delete;
+    FakeCameraLibrary& operator=(const FakeCameraLibrary&) = delete;
+
+    FakeCamera camera;
+    std::vector<vex_camera_entry> entries;
+    uint32_t countAnswer = UINT32_MAX;  ///< What EnumV2 says, UINT32_MAX for the true count.
+    bool refuses = false;               ///< Open gives null.
+    int32_t initOclAnswer = 0;
+    int initOclCalls = 0;
+    std::vector<std::u16string> opened;
+
+    static uint32_t EnumV2(vex_camera_entry* out) {
+        const size_t room = std::min<size_t>(current->entries.size(), VEX_CAMERA_ENTRIES);
+        std::copy_n(current->entries.begin(), room, out);
+        return current->countAnswer == UINT32_MAX ? uint32_t(room) : current->countAnswer;
+    }
+    static ICamera* Open(const vex_char* name) {
+        current->opened.emplace_back(name);
+        if (current->refuses) return nullptr;
+        current->camera.closed = false;
+        current->camera.references = 1;
+        return &current->camera;
+    }
+    static double calc_ClarityFactor(const void*, uint32_t, uint32_t, uint32_t) { return 1.0; }
+    static int32_t InitOcl() {
+        ++current->initOclCalls;
+        return current->initOclAnswer;
+    }
+
+private:
+    static inline FakeCameraLibrary* current = nullptr;
+};
+
+}  // namespace vexcap

@@ -1,0 +1,24 @@
+#include "platform/linux/message_box.h"
+
+#include <gtest/gtest.h>
+
+namespace vexcap {
+namespace {
+
+TEST(ConsoleMessageBox, WritesTitleAndLinesToTheErrorOutput) {
+    testing::internal::CaptureStderr();
+    ConsoleMessageBox().Show(nullptr, u"It broke.\r\nhr = 0x80004005.", u"vexcap");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "vexcap: It broke.\nhr = 0x80004005.\n");
+}
+
+TEST(ConsoleMessageBox, DescribesOurCodesAndTheSystems) {
+    ConsoleMessageBox box;
+    EXPECT_EQ(box.Describe(E_FAIL), u"Unspecified failure");
+    EXPECT_EQ(box.Describe(VEX_E_NO_ENCODER), u"No encoder fits the choice");
+    EXPECT_EQ(box.Describe(VEX_E_DISK_FULL), u"No space left on device");
+    EXPECT_EQ(box.Describe(VEX_RESULT(0x8007ABCDu)), u"");
+    EXPECT_EQ(box.Describe(VEX_RESULT(0xC0001234u)), u"");
+}
+
+}  // namespace
+}  // namespace vexcap

@@ -1,0 +1,25 @@
+#include "platform/linux/platform.h"
+
+#include <gtest/gtest.h>
+
+namespace vexcap {
+namespace {
+
+TEST(LinuxPlatform, IsOneSetPerProcess) { EXPECT_EQ(&linuxPlatform(), &linuxPlatform()); }
+
+TEST(LinuxPlatform, TellsItsMemoryAndVersion) {
+    ISystemInfo& system = linuxPlatform().system;
+    EXPECT_GE(system.TotalMemory(), uint64_t(64) << 20);
+    EXPECT_LT(system.TotalMemory(), uint64_t(1) << 50);
+    EXPECT_EQ(system.Version().major, 10u);
+    EXPECT_EQ(system.Version().minor, 0u);
+}
+
+TEST(LinuxPlatform, SharesNoTextures) {
+    ISharedTextures& textures = linuxPlatform().textures;
+    EXPECT_FALSE(textures.Available());
+    EXPECT_EQ(textures.Create(nullptr, nullptr, nullptr, 640, 480), nullptr);
+}
+
+}  // namespace
+}  // namespace vexcap

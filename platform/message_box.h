@@ -1,0 +1,19 @@
+// Port: the one box that tells a user of a failure, and the system's words for a code.
+#pragma once
+
+#include <vexcap/window.h>
+
+#include <string>
+#include <string_view>
+
+namespace vexcap {
+
+struct IMessageBox {
+    virtual ~IMessageBox() = default;
+    /// Shows a text with one button and waits for it; without a user interface it is written to the error output.
+    virtual void Show(vex_window* owner, std::u16string_view text, std::u16string_view title) = 0;
+    /// The system's description of a failure; empty when it knows none.
+    virtual std::u16string Describe(HRESULT code) = 0;
+};
+
+}  // namespace vexcap

@@ -1,0 +1,25 @@
+// Everything that the logic needs of an operating system, handed in from the top.
+#pragma once
+
+#include "platform/clock.h"
+#include "platform/file.h"
+#include "platform/loader.h"
+#include "platform/message_box.h"
+#include "platform/settings.h"
+#include "platform/shared_texture.h"
+#include "platform/system_info.h"
+
+namespace vexcap {
+
+/// The ports of one process. The adapters outlive the engine.
+struct Platform {
+    ILoader& loader;
+    IClock& clock;
+    IFileSystem& files;
+    ISettings& settings;
+    ISystemInfo& system;
+    IMessageBox& messageBox;
+    ISharedTextures& textures;
+};
+
+}  // namespace vexcap
