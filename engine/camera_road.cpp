@@ -1,0 +1,318 @@
+#include "engine/camera_road.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include "base/text.h"
+
+namespace vexcap {
+namespace {
+
+// A camera that says more than this is not believed: its buffers could not be had anyway.
+constexpr uint64_t mostPixels = 1ull << 28;
+
+constexpr bool plausible(int64_t width, int64_t height) {
+    return width >= 1 && height >= 1 && uint64_t(width) <= mostPixels &&
+           uint64_t(height) <= mostPixels / uint64_t(width);
+}
+
+struct RateStep {
+    uint64_t pixels;  ///< From this many on.
+    uint32_t rate;
+};
+constexpr RateStep astroRates[] = {
+    {18095808, 5}, {16295888, 6}, {13459456, 7}, {12000000, 8}, {9841664, 9},
+    {8479744, 10}, {4920320, 12}, {3141632, 20}, {0, 25},
+};
+constexpr RateStep microscopeRates[] = {{15200000, 15}, {12000000, 25}, {4920320, 35}, {0, 50}};
+
+template <size_t count>
+uint32_t rateFrom(const RateStep (&steps)[count], uint64_t pixels) {
+    return std::find_if(std::begin(steps), std::end(steps), [&](const RateStep& s) { return pixels >= s.pixels; })
+        ->rate;
+}
+
+int32_t readCapabilities(int32_t count, std::vector<vex_capability>& out,
+                         const std::function<void(uint32_t index, int32_t* width, int32_t* height)>& read) {
+    constexpr int32_t mostSizes = 4096;  // a count beyond this is nonsense, and no reason to fill the memory
+    if (count > mostSizes) return 0;
+    if (count > 0) {
+        out.assign(size_t(count), vex_capability{});
+        for (uint32_t i = 0; i < uint32_t(count); ++i) read(i, &out[i].header.biWidth, &out[i].header.biHeight);
+    }
+    return count;
+}
+
+}  // namespace
+
+uint32_t baseFrameRate(uint64_t pixels, bool astroMode) {
+    return astroMode ? rateFrom(astroRates, pixels) : rateFrom(microscopeRates, pixels);
+}
+
+uint32_t frameRateValue(uint32_t base, uint32_t percent, uint32_t cap) {
+    uint32_t value = percent * base / 100;
+    if (cap) value = std::min(cap, value);
+    return std::max(value, 2u);
+}
+
+Status CameraRoad::OpenSource() {
+    CloseSource();
+    const vex_camera_open open = state.engine.camera.Open;
+    camera = open ? open(state.deviceName.c_str()) : nullptr;
+    if (!camera) return E_FAIL;
+    state.bitDepth = camera->GetBitDepth();
+    return state.bitDepth < 8 ? E_FAIL : S_OK;
+}
+
+void CameraRoad::CloseSource() {
+    gate.Close();
+    if (!camera) return;
+    camera->Close();
+    camera = nullptr;
+}
+
+Status CameraRoad::CreatePreviewSink() {
+    const EngineState& engine = state.engine;
+    if (!camera) return E_INVALIDARG;
+    int32_t width = 0, height = 0;
+    const bool known = camera->GetSize(&width, &height) >= 0 && plausible(width, height);
+    const uint64_t pixels = known ? uint64_t(width) * uint64_t(height) : 0;
+    state.rateOption =
+        frameRateValue(baseFrameRate(pixels, engine.astroMode), engine.frameRatePercent, engine.frameRateCap);
+    camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(state.rateOption));
+    state.previewSink =
+        std::make_unique<CFrameRender>(SinkMode::Pooled, state.rateOption, ContextState::bytesPerPixel,
+                                       engine.platform->clock, engine.platform->textures, engine.d2dAvailable);
+    state.previewSink->PutThrottleOff(1);
+    return S_OK;
+}
+
+Status CameraRoad::ConnectPreviewSink() {
+    if (!state.previewSink) return E_FAIL;
+    int32_t sourceWidth = 0, sourceHeight = 0;
+    if (const Status s = camera->GetSize(&sourceWidth, &sourceHeight); !s.ok()) return s;
+    if (!plausible(sourceWidth, sourceHeight)) return E_FAIL;
+    CFrameRender& sink = *state.previewSink;
+    sink.PutMaxSize(uint32_t(sourceWidth), uint32_t(sourceHeight));
+    sink.RaiseSensorDepth(state.bitDepth);
+    uint32_t width = 0, height = 0;
+    if (!FinalSize(width, height).ok() || !plausible(width, height)) {
+        width = uint32_t(sourceWidth);
+        height = uint32_t(sourceHeight);
+    }
+    sink.SetVideoSize(width, height, state.d3dDevice, state.d3dContext, state.renderTarget);
+    sink.SetNotify(state.previewWindow, state.engine.frameMessage, nullptr, nullptr);
+    state.width = uint32_t(sourceWidth);
+    state.height = uint32_t(sourceHeight);
+    return S_OK;
+}
+
+Status CameraRoad::FinalSize(uint32_t& width, uint32_t& height) {
+    if (!camera) return E_INVALIDARG;
+    if (camera->GetRoi(nullptr, nullptr, &width, &height) < 0 || width < 1 || height < 1) {
+        int32_t fullWidth = 0, fullHeight = 0;
+        if (const Status s = camera->GetSize(&fullWidth, &fullHeight); !s.ok()) return s;
+        width = uint32_t(std::max(fullWidth, 0));
+        height = uint32_t(std::max(fullHeight, 0));
+    }
+    int32_t binning = 0;
+    const bool binned = camera->GetOption(VEX_OPTION_BINNING, &binning) >= 0;
+    const uint32_t factor = binned ? std::max(uint32_t(binning) & 15u, 1u) : 1u;
+    width = width / factor & ~1u;
+    height = height / factor & ~1u;
+    int32_t rotation = 0;
+    if (camera->GetOption(VEX_OPTION_ROTATION, &rotation) >= 0 && (rotation == 90 || rotation == 270))
+        std::swap(width, height);
+    return S_OK;
+}
+
+void CameraRoad::BuildStillPath() {
+    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    if (!still || still->GetStillCount() <= 0) return;
+    uint32_t width = 0, height = 0;
+    if (still->GetStillSize(&width, &height) < 0 || !plausible(width, height)) return;
+    state.stillWidth = width;
+    state.stillHeight = height;
+    if (!state.stillSink) {
+        const Platform& platform = *state.engine.platform;
+        state.stillSink = std::make_unique<CFrameRender>(SinkMode::Owned, 0, ContextState::bytesPerPixel,
+                                                         platform.clock, platform.textures, false);
+        state.stillSink->SetSizeNotify(state.stillWindow, state.stillMessage);
+        int32_t largestWidth = 0, largestHeight = 0;
+        if (still->GetStillResolution(0, &largestWidth, &largestHeight) >= 0 && plausible(largestWidth, largestHeight))
+            state.stillSink->PutMaxSize(uint32_t(largestWidth), uint32_t(largestHeight));
+        state.previewSink->RaiseSensorDepth(state.bitDepth);
+    }
+    state.stillSink->RaiseSensorDepth(state.bitDepth);
+    state.stillSink->SetVideoSize(width, height, nullptr, nullptr, nullptr);
+    PutCapture(state.captureKind);
+}
+
+void CameraRoad::PutCapture(uint32_t kind) {
+    state.captureKind = kind;
+    if (state.previewSink) state.previewSink->PutCapture(kind);
+    if (state.stillSink) state.stillSink->PutCapture(kind);
+}
+
+Status CameraRoad::Run() {
+    if (!camera) return E_INVALIDARG;
+    state.streamLost = 0;
+    CFrameRender* const sink = state.previewSink.get();
+    const vex_texture_target texture = sink ? sink->TextureTarget() : vex_texture_target{};
+    const vex_texture_target* const offered = texture.texture ? &texture : nullptr;
+    void* const token = gate.Open(this);
+    if (!token) return E_OUTOFMEMORY;
+    const Status started = camera->StartPull(0, 0, OnFrame, OnBuffers, token, OnEvent, token, 0, 0, offered, 1);
+    if (!started.ok()) {
+        gate.Close();
+        return started;
+    }
+    if (offered && !camera->TextureAccepted()) {
+        sink->InitD2d(nullptr, nullptr, nullptr);
+        state.d3dDevice = state.d3dContext = state.renderTarget = nullptr;
+    }
+    camera->Pause(0);
+    return S_OK;
+}
+
+Status CameraRoad::Halt() {
+    if (camera) camera->Stop();
+    gate.Close();
+    return S_OK;
+}
+
+SourceNews CameraRoad::ReadNews() {
+    const bool lost = state.streamLost != 0;
+    return {.failed = lost, .stopPreview = lost};
+}
+
+const char* CameraRoad::FailureKey() {
+    CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
+    uint32_t told = VEX_CAMERA_STATE_OK;
+    if (status && status->GetState(&told) >= 0 && told == VEX_CAMERA_STATE_REMOVED) return "ids_surpriseremoval";
+    return "ids_captureerror";
+}
+
+Status CameraRoad::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) {
+    return camera ? camera->GetFrameRate(&frames, &milliseconds, &total) : E_UNEXPECTED;
+}
+
+int32_t CameraRoad::Capabilities(std::vector<vex_capability>& out) {
+    if (!camera) return 0;
+    return readCapabilities(camera->GetResolutionCount(), out, [this](uint32_t i, int32_t* width, int32_t* height) {
+        camera->GetResolution(i, width, height);
+    });
+}
+
+int32_t CameraRoad::StillCapabilities(std::vector<vex_capability>& out) {
+    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    if (!still) return 0;
+    return readCapabilities(still->GetStillCount(), out, [&](uint32_t i, int32_t* width, int32_t* height) {
+        still->GetStillResolution(i, width, height);
+    });
+}
+
+Status CameraRoad::RawFormat(uint32_t& fourcc, uint32_t& depth) {
+    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    return raw ? raw->GetRawFormat(&fourcc, &depth) : E_NOINTERFACE;
+}
+
+Status CameraRoad::StartRawFrames(void* token) {
+    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    return raw ? raw->SetRawCallback(OnRawFrame, token) : E_NOINTERFACE;
+}
+
+void CameraRoad::StopRawFrames() {
+    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    if (raw) raw->SetRawCallback(nullptr, nullptr);
+}
+
+void CameraRoad::TellRecordingState(bool recording) {
+    if (camera) camera->PutOption(VEX_OPTION_RECORDING, recording ? 0 : 1);
+}
+
+void CameraRoad::RefreshSinkOptions() {
+    CFrameRender* const sink = state.previewSink.get();
+    if (!state.engine.astroMode || !camera || !sink) return;
+    uint32_t value = state.rateOption;
+    if (state.recording.captureMode() != captureIdle) {
+        if (!state.recording.recordsRaw()) {
+            camera->Trigger(1);
+            sink->PutThrottleOff(0);
+            return;
+        }
+        // Raw frames are written whatever the display shows: half its rate leaves the processor to them.
+        value >>= 1;
+    } else if (sink->TriggerOn()) {
+        camera->Trigger(1);
+        const uint32_t count = sink->TriggerCount();
+        sink->PutThrottleOff(count != 2 && count != 3);
+        return;
+    }
+    camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(value));
+    camera->Trigger(0);
+    sink->PutThrottleOff(1);
+}
+
+void CameraRoad::OnFrame(const void* frame, const vex_frame_info* info, uint32_t still, const void* raw,
+                         const void* deep, uint32_t depthFlag, uint32_t tag, uint64_t frameTag, void* token) {
+    const CallbackGate::Visit visit(token);
+    CameraRoad* const road = visit.target<CameraRoad>();
+    if (!road) return;
+    if (!frame || !info) {
+        road->state.streamLost = 1;
+        return;
+    }
+    CFrameRender* const sink = (still ? road->state.stillSink : road->state.previewSink).get();
+    if (!sink) return;
+    sink->ReceiveFrame(frame, raw, deep, depthFlag, tag, info->width, info->height, frameTag);
+}
+
+void CameraRoad::OnBuffers(uint32_t still, void** display, void** raw, void** deep, void* token) {
+    for (void** out : {display, raw, deep})
+        if (out) *out = nullptr;
+    const CallbackGate::Visit visit(token);
+    CameraRoad* const road = visit.target<CameraRoad>();
+    if (!road) return;
+    CFrameRender* const sink = (still ? road->state.stillSink : road->state.previewSink).get();
+    if (!sink) return;
+    sink->NextBuffers(display, raw, deep);
+}
+
+void CameraRoad::OnEvent(uint32_t event, void* token) {
+    const CallbackGate::Visit visit(token);
+    CameraRoad* const road = visit.target<CameraRoad>();
+    if (!road) return;
+    if (event == VEX_CAMERA_EVENT_SIZE) road->TakeNewSize();
+    postMessage(road->state.previewWindow, road->state.engine.eventMessage, event, 0);
+}
+
+void CameraRoad::TakeNewSize() {
+    if (CFrameRender* const sink = state.previewSink.get()) {
+        int32_t width = int32_t(state.width), height = int32_t(state.height);
+        camera->GetSize(&width, &height);
+        const bool changed = uint32_t(width) != state.width || uint32_t(height) != state.height;
+        if (changed && plausible(width, height)) {
+            sink->Reset();
+            state.width = uint32_t(width);
+            state.height = uint32_t(height);
+            sink->PutMaxSize(uint32_t(width), uint32_t(height));
+            sink->SetVideoSize(uint32_t(width), uint32_t(height), nullptr, nullptr, nullptr);
+        }
+    }
+    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    uint32_t width = 0, height = 0;
+    if (still && still->GetStillCount() > 0 && still->GetStillSize(&width, &height) >= 0) {
+        state.stillWidth = width;
+        state.stillHeight = height;
+    }
+}
+
+void CameraRoad::OnRawFrame(const void* raw, const vex_frame_info* info, uint32_t, uint32_t depth, void* token) {
+    const CallbackGate::Visit visit(token);
+    Recording* const recording = visit.target<Recording>();
+    if (recording && raw && info) recording->onRawFrame(raw, info->width, info->height, depth);
+}
+
+}  // namespace vexcap

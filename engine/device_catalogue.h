@@ -1,0 +1,16 @@
+// What can be opened, as records for the host.
+#pragma once
+
+#include <vexcap/records.h>
+
+#include "engine/engine_state.h"
+
+namespace vexcap {
+
+/// An array that ends with a record of two nulls, or null when nothing was found. Goes back to freeDevices.
+vex_device* enumDevices(const EngineState& engine);
+
+/// Frees strings and array; stops at the first record with both strings null.
+void freeDevices(vex_device* devices);
+
+}  // namespace vexcap

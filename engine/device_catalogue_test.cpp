@@ -1,0 +1,109 @@
+#include "engine/device_catalogue.h"
+
+#include "base/text.h"
+#include "engine/engine_fixture.h"
+
+namespace vexcap {
+namespace {
+
+class EnumDevices : public EngineFixture {
+protected:
+    void add(std::u16string_view display, std::u16string_view identifier) {
+        vex_camera_entry entry = {};
+        copyToField(entry.display, std::size(entry.display), display);
+        copyToField(entry.identifier, std::size(entry.identifier), identifier);
+        library.entries.push_back(entry);
+    }
+    struct Device {
+        std::u16string name, display;
+        uint32_t kind;
+        bool operator==(const Device&) const = default;
+    };
+    std::vector<Device> list() {
+        vex_device* const devices = enumDevices(engine);
+        std::vector<Device> found;
+        for (const vex_device* d = devices; d && d->name; ++d) found.push_back({d->name, d->display, d->kind});
+        freeDevices(devices);
+        return found;
+    }
+};
+
+TEST_F(EnumDevices, NoDeviceAtAllGivesNull) {
+    init();
+    EXPECT_EQ(enumDevices(engine), nullptr);
+}
+
+TEST_F(EnumDevices, WithoutACameraLibraryItGivesNull) {
+    add(u"Camera", u"id");
+    scriptCameraLibrary("Test_EnumV2");
+    init();
+    EXPECT_EQ(enumDevices(engine), nullptr);
+}
+
+TEST_F(EnumDevices, TheArrayEndsWithARecordOfTwoNullsAndKind0) {
+    add(u"Camera", u"id");
+    init();
+    vex_device* const devices = enumDevices(engine);
+    ASSERT_NE(devices, nullptr);
+    EXPECT_EQ(devices[1].name, nullptr);
+    EXPECT_EQ(devices[1].display, nullptr);
+    EXPECT_EQ(devices[1].kind, 0u);
+    freeDevices(devices);
+}
+
+TEST_F(EnumDevices, InAstroModeNamesBeginWithADollar) {
+    add(u"Camera", u"id");
+    arguments.gainBalance = 1;
+    init();
+    EXPECT_EQ(list(), (std::vector<Device>{{u"$id", u"Camera", VEX_KIND_CAMERA}}));
+}
+
+TEST_F(EnumDevices, WithGainBalanceNamesBeginWithAnAmpersandElseWithAnExclamationMark) {
+    add(u"Camera", u"id");
+    arguments.astroMode = 0;
+    arguments.gainBalance = 1;
+    init();
+    EXPECT_EQ(list()[0].name, u"&id");
+    arguments.gainBalance = 0;
+    init();
+    EXPECT_EQ(list()[0].name, u"!id");
+}
+
+TEST_F(EnumDevices, CamerasKeepTheirOrder) {
+    for (int i = 0; i < 16; ++i) add(std::u16string(1, char16_t('A' + i)), u"id");
+    init();
+    const auto found = list();
+    ASSERT_EQ(found.size(), 16u);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(found[i].display, std::u16string(1, char16_t('A' + i)));
+}
+
+TEST_F(EnumDevices, ANonsenseCountIsCutToTheRoom) {
+    for (int i = 0; i < 16; ++i) add(u"Camera", u"id");
+    init();
+    for (const uint32_t count : {17u, 1000000u, 0x80000000u, UINT32_MAX - 1}) {
+        library.countAnswer = count;
+        EXPECT_EQ(list().size(), 16u) << count;
+    }
+}
+
+TEST_F(EnumDevices, StringsWithoutATerminatorAreReadToTheirRoom) {
+    vex_camera_entry entry;
+    std::fill(std::begin(entry.display), std::end(entry.display), u'd');
+    std::fill(std::begin(entry.identifier), std::end(entry.identifier), u'i');
+    library.entries.push_back(entry);
+    init();
+    EXPECT_EQ(list(), (std::vector<Device>{{u"$" + std::u16string(64, u'i'), std::u16string(64, u'd'), 1}}));
+}
+
+TEST(FreeDevices, NullIsAllowed) { freeDevices(nullptr); }
+
+// What is behind the record of two nulls is not the array's any more: the address sanitizer would tell.
+TEST(FreeDevices, StopsAtTheFirstRecordWithBothStringsNull) {
+    auto* const devices = new vex_device[3]();
+    devices[0].display = new vex_char[2]{u'a', 0};  // one null string does not end the list
+    devices[2].name = reinterpret_cast<const vex_char*>(0x10);
+    freeDevices(devices);
+}
+
+}  // namespace
+}  // namespace vexcap

@@ -1,0 +1,116 @@
+// What is true for the whole process: the host's wishes, and the libraries that are bound at run time.
+#pragma once
+
+#include <vexcap/camera_library.h>
+#include <vexcap/window.h>
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+
+#include "engine/network_library.h"
+#include "platform/platform.h"
+
+namespace vexcap {
+
+/// The arguments of vexcap_init, in their order.
+struct EngineArguments {
+    vex_key* root;
+    const vex_char* company;
+    const vex_char* product;
+    const vex_char* software;
+    const vex_char* cameraLibrary;
+    const char* prefix;
+    const vex_char* networkLibrary;
+    uint32_t eventMessage;
+    uint32_t sizeMessage;
+    uint32_t limitMessage;
+    uint32_t dfcMessage;
+    uint32_t frameMessage;
+    uint32_t networkEnabled;
+    uint32_t astroMode;
+    vex_window* deviceWindow;
+    uint32_t deviceMessage;
+    int32_t direct2d;
+    uint32_t gainBalance;
+};
+
+struct CameraLibrary {
+    vex_camera_enum EnumV2 = nullptr;
+    vex_camera_open Open = nullptr;
+    vex_camera_clarity calc_ClarityFactor = nullptr;
+    vex_camera_init_ocl InitOcl = nullptr;
+};
+
+/// Functions of the platform's own components. Their users give them their types; null when missing.
+struct PlatformLibraries {
+    void* WMCreateProfileManager = nullptr;
+    void* WMCreateWriter = nullptr;
+    void* WMCreateWriterNetworkSink = nullptr;
+    void* WMCreateWriterFileSink = nullptr;
+    void* WMCreateReader = nullptr;
+    uint64_t (*GetTickCount64)() = nullptr;
+    void* MFStartup = nullptr;
+    void* MFCreateMediaType = nullptr;
+    void* MFCreateMemoryBuffer = nullptr;
+    void* MFCreateSample = nullptr;
+    void* MFCreateAttributes = nullptr;
+    void* MFTEnumEx = nullptr;
+    void* MFTEnum2 = nullptr;
+    void* MFCreateDXGIDeviceManager = nullptr;
+    void* MFCreateSinkWriterFromURL = nullptr;
+    void* CreateDXGIFactory1 = nullptr;
+    void* D3D11CreateDevice = nullptr;
+    int32_t (*userLocaleName)(vex_char* buffer, int32_t room) = nullptr;
+};
+
+/// One per process. Written by Init, Fini, SetFrameRate and `factoryMode` alone; read by every thread without a lock.
+struct EngineState {
+    Platform* platform = nullptr;  ///< Handed in by the composition root, or by a test.
+
+    std::unique_ptr<ISettingsKey> rootKey;   ///< Null when settings cannot be kept.
+    const vex_char* productName = nullptr;   ///< Borrowed from the host.
+    const vex_char* softwareName = nullptr;  ///< Borrowed from the host.
+    uint32_t eventMessage = 0;
+    uint32_t sizeMessage = 0;
+    uint32_t limitMessage = 0;
+    uint32_t dfcMessage = 0;
+    uint32_t frameMessage = 0;
+    uint32_t networkEnabled = 0;
+    uint32_t astroMode = 0;
+    vex_window* deviceWindow = nullptr;
+    uint32_t deviceMessage = 0;
+    uint32_t gainBalance = 0;
+    std::atomic<uint32_t> factoryMode = 0;
+    std::atomic<uint32_t> frameRateCap = 0;      ///< Bound of the display frame rate; 0: none.
+    std::atomic<uint32_t> frameRatePercent = 0;  ///< Share of the rate that suits the frame size.
+    uint32_t totalMemoryMB = 0;
+    uint32_t windows10 = 0;
+    uint32_t d2dAvailable = 0;
+    IVexUnknown* d2dFactory = nullptr;     ///< Owned; there only together with dwriteFactory.
+    IVexUnknown* dwriteFactory = nullptr;  ///< Owned.
+
+    CameraLibrary camera;
+    NetworkLibrary network;
+    PlatformLibraries libraries;
+    const vex_char* (*i18n_string)(const char* key) = nullptr;  ///< Texts by key; the library owns what it gives.
+
+    /// Binds everything and opens the settings. No context exists.
+    HRESULT Init(const EngineArguments& arguments);
+    HRESULT Fini();
+    void SetFrameRate(uint32_t cap, uint32_t percent);
+    /// The text of a key, or the key itself where no string library knows it.
+    std::u16string Text(const char* key) const;
+
+private:
+    void BindCameraLibrary(std::u16string_view path, const char* prefix);
+    void BindNetworkLibrary(std::u16string_view path);
+    void ReadSystemVersion();
+    void BindReaderAndWriter();
+    void BindMediaFoundation();
+    void BindDrawing();
+};
+
+EngineState& engineState();
+
+}  // namespace vexcap

@@ -1,0 +1,190 @@
+// The exported functions: each tests its arguments, calls, catches and translates. No logic.
+#include <vexcap/vexcap.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "base/text.h"
+#include "engine/capture_context.h"
+#include "engine/device_catalogue.h"
+
+using namespace vexcap;
+
+namespace {
+
+CaptureContext* contextOf(vexcap_context* context) { return reinterpret_cast<CaptureContext*>(context); }
+
+/// Runs `action`; out of memory, or anything else thrown below, becomes `failure`.
+template <typename Answer, typename Action>
+Answer guarded(Answer failure, Action action) noexcept {
+    try {
+        return action();
+    } catch (...) {
+        return failure;
+    }
+}
+
+using CapabilityQuery = int32_t (CaptureContext::*)(std::vector<vex_capability>& out);
+
+int32_t capabilities(vexcap_context* context, vex_capability** out, CapabilityQuery query) {
+    if (out) *out = nullptr;
+    if (!context || !out) return 0;
+    return guarded<int32_t>(0, [&] {
+        std::vector<vex_capability> found;
+        const int32_t count = (contextOf(context)->*query)(found);
+        if (!found.empty()) {
+            *out = new vex_capability[found.size()];
+            std::copy(found.begin(), found.end(), *out);
+        }
+        return count;
+    });
+}
+
+constexpr size_t propertyTextRoom = 32;
+constexpr size_t pathRoom = 260;
+
+}  // namespace
+
+int32_t vexcap_init(vex_key* root, const vex_char* company, const vex_char* product, const vex_char* software,
+                    const vex_char* cameraLibrary, const char* prefix, const vex_char* networkLibrary,
+                    uint32_t eventMessage, uint32_t sizeMessage, uint32_t limitMessage, uint32_t dfcMessage,
+                    uint32_t frameMessage, uint32_t networkEnabled, uint32_t astroMode, vex_window* deviceWindow,
+                    uint32_t deviceMessage, int32_t direct2d, uint32_t gainBalance) {
+    return guarded<int32_t>(E_OUTOFMEMORY, [&] {
+        return engineState().Init({root, company, product, software, cameraLibrary, prefix, networkLibrary,
+                                   eventMessage, sizeMessage, limitMessage, dfcMessage, frameMessage, networkEnabled,
+                                   astroMode, deviceWindow, deviceMessage, direct2d, gainBalance});
+    });
+}
+
+int32_t vexcap_fini(void) {
+    return guarded<int32_t>(E_FAIL, [] { return engineState().Fini(); });
+}
+
+void vexcap_factorymode(uint32_t on) { engineState().factoryMode = on; }
+
+uint32_t vexcap_mode(vexcap_context* context) {
+    return context ? contextOf(context)->UsesTexture() : engineState().d2dAvailable;
+}
+
+void vexcap_get_framerate(uint32_t* cap, uint32_t* percent) {
+    if (cap) *cap = engineState().frameRateCap;
+    if (percent) *percent = engineState().frameRatePercent;
+}
+
+void vexcap_set_framerate(uint32_t cap, uint32_t percent) { engineState().SetFrameRate(cap, percent); }
+
+vex_device* vexcap_enum_device(const vex_char*) {
+    return guarded<vex_device*>(nullptr, [] { return enumDevices(engineState()); });
+}
+
+void vexcap_free_dsvi(vex_device* devices) { freeDevices(devices); }
+
+int32_t vexcap_get_capability(vexcap_context* context, vex_capability** out) {
+    return capabilities(context, out, &CaptureContext::Capabilities);
+}
+
+int32_t vexcap_get_stillimage_capability(vexcap_context* context, vex_capability** out) {
+    return capabilities(context, out, &CaptureContext::StillCapabilities);
+}
+
+void vexcap_free_capability(vex_capability* capabilities) { delete[] capabilities; }
+
+vexcap_context* vexcap_device(vex_window* owner, vex_window* preview, const vex_device* device, void* d3dDevice,
+                              void* d3dContext, vex_render_target* renderTarget) {
+    return guarded<vexcap_context*>(nullptr, [&] {
+        auto context =
+            CaptureContext::Create(engineState(), owner, preview, device, d3dDevice, d3dContext, renderTarget);
+        return reinterpret_cast<vexcap_context*>(context.release());
+    });
+}
+
+HRESULT vexcap_start(vexcap_context* context, vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
+                     uint32_t stillFollowsPreview, uint32_t retryStart) {
+    if (!context) return E_POINTER;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
+        return contextOf(context)->Start(still, stillMessage, stillWanted, stillFollowsPreview, retryStart).code();
+    });
+}
+
+void vexcap_stop(vexcap_context* context) { delete contextOf(context); }
+
+uint32_t vexcap_fsource(vexcap_context* context) { return context && contextOf(context)->HasSource(); }
+
+uint32_t vexcap_fpreviewing(vexcap_context* context) { return context && contextOf(context)->Previewing(); }
+
+int32_t vexcap_notify(vexcap_context* context) {
+    if (!context) return 0;
+    return guarded<int32_t>(0, [&] {
+        contextOf(context)->Notify();
+        return 0;
+    });
+}
+
+int32_t vexcap_video_size(vexcap_context* context, int32_t* width, int32_t* height) {
+    if (!context) return 0;
+    contextOf(context)->VideoSize(width, height);
+    return 1;
+}
+
+int32_t vexcap_get_property(vexcap_context* context, vex_char* countText, vex_char* rateText) {
+    if (!context) return 0;
+    return guarded<int32_t>(0, [&] {
+        uint32_t frames = 0, milliseconds = 0, total = 0;
+        if (!contextOf(context)->FrameRate(frames, milliseconds, total).ok()) return 0;
+        const double rate = milliseconds ? frames * 1000.0 / milliseconds : 0.0;
+        if (countText) copyToField(countText, propertyTextRoom, formatText(u"%u", {uint64_t(total)}));
+        if (rateText) copyToField(rateText, propertyTextRoom, formatText(u"%.1f", {rate}));
+        return 1;
+    });
+}
+
+void* vexcap_get_interface(vexcap_context* context, const vex_guid* iid) {
+    return context && !iid ? contextOf(context)->SourceHandle() : nullptr;
+}
+
+HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds, int32_t frames) {
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
+        return startCaptureAstro(engineState(), contextOf(context), textOf(path), seconds, frames).code();
+    });
+}
+
+void vexcap_stop_capture(vexcap_context* context) {
+    if (context) contextOf(context)->StopCapture();
+}
+
+uint32_t vexcap_fcapturing(vexcap_context* context) {
+    return context && contextOf(context)->recording().captureMode() != captureIdle;
+}
+
+uint32_t vexcap_lcapstarttime(vexcap_context* context) {
+    return context ? contextOf(context)->recording().captureStartTick() : 0;
+}
+
+uint32_t vexcap_dwframecount(vexcap_context* context) {
+    return context ? contextOf(context)->recording().frameCount() : 0;
+}
+
+uint32_t vexcap_dwframelimit(vexcap_context* context) {
+    return context ? contextOf(context)->recording().frameLimit() : 0;
+}
+
+uint32_t vexcap_dwtimelimit(vexcap_context* context) {
+    return context ? contextOf(context)->recording().timeLimit() : 0;
+}
+
+int32_t vexcap_filepath(vexcap_context* context, vex_char* buffer260) {
+    if (!context || !buffer260) return 0;
+    const Recording& recording = contextOf(context)->recording();
+    if (recording.captureMode() == captureIdle || recording.captureFile().empty()) return 0;
+    copyToField(buffer260, pathRoom, recording.captureFile());
+    return 1;
+}
+
+uint64_t vexcap_filesize(vexcap_context* context) {
+    return context && contextOf(context)->astroMode() ? contextOf(context)->recording().bytesWritten() >> 10 : 0;
+}
+
+int32_t vexcap_recording(vexcap_context* context, vex_recording_counts* counts) {
+    return context && counts && contextOf(context)->recording().Counts(*counts);
+}

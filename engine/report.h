@@ -1,0 +1,19 @@
+// The one place where a failure reaches the user.
+#pragma once
+
+#include <vexcap/window.h>
+
+#include <string_view>
+#include <vector>
+
+#include "base/text.h"
+#include "engine/engine_state.h"
+
+namespace vexcap {
+
+/// Shows a box with the formatted text and, for a negative code, the code and what it means. Blocks until it is closed.
+/// An empty text shows nothing.
+void ReportError(const EngineState& engine, vex_window* window, std::u16string_view text, HRESULT code,
+                 const std::vector<FormatArgument>& arguments = {});
+
+}  // namespace vexcap

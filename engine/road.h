@@ -1,0 +1,73 @@
+// The way from a context to its source.
+#pragma once
+
+#include <vexcap/records.h>
+
+#include <vector>
+
+#include "engine/context_state.h"
+
+namespace vexcap {
+
+/// What vexcap_notify found.
+struct SourceNews {
+    bool failed = false;       ///< The user is to be told, unless the source is a file.
+    bool stopPreview = false;  ///< The preview cannot go on.
+};
+
+/// One of the four ways to a source: camera library, network library, media reader, media graph. A context has the one
+/// that its device needs; every action goes through it. Host's thread.
+class Road {
+public:
+    explicit Road(ContextState& context) : state(context) {}
+    virtual ~Road() = default;
+
+    /// Opens the source; one that an earlier start left open is closed first.
+    virtual Status OpenSource() = 0;
+    virtual bool HasSource() const = 0;
+    /// Closes it; no callback comes any more.
+    virtual void CloseSource() = 0;
+
+    /// Makes the preview sink and whatever stands between it and the source.
+    virtual Status CreatePreviewSink() = 0;
+    /// Tells the sink the size of its frames, and the context its own.
+    virtual Status ConnectPreviewSink() = 0;
+    /// Makes the still path where the source has one; a failure leaves the preview without stills.
+    virtual void BuildStillPath() = 0;
+
+    /// Lets frames come.
+    virtual Status Run() = 0;
+    /// No callback comes once it returned.
+    virtual Status Halt() = 0;
+
+    /// Reads what the source told since the last call.
+    virtual SourceNews ReadNews() = 0;
+    /// The key of the text that tells a user why the source failed.
+    virtual const char* FailureKey() = 0;
+
+    /// Final size of a frame, after region of interest, binning and rotation.
+    virtual Status FinalSize(uint32_t& width, uint32_t& height) = 0;
+    /// Frames, milliseconds they took, and frames since the start.
+    virtual Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) = 0;
+    /// Count of preview or still sizes, negative when it cannot be told; the records are filled when it is above 0.
+    virtual int32_t Capabilities(std::vector<vex_capability>& out) = 0;
+    virtual int32_t StillCapabilities(std::vector<vex_capability>& out) = 0;
+    /// The source's own object for the host, or null.
+    virtual void* Handle() = 0;
+
+    /// Begins to hand raw frames to `context.recording`, whose gate token is given.
+    virtual Status StartRawFrames(void* token) = 0;
+    /// Raw format of the frames to come.
+    virtual Status RawFormat(uint32_t& fourcc, uint32_t& depth) = 0;
+    /// Once it returned, no raw frame comes.
+    virtual void StopRawFrames() = 0;
+    /// A recording began (`recording`) or the context is free for the next one.
+    virtual void TellRecordingState(bool recording) = 0;
+    /// Sets the rates of display frames and repaints to what recording and trigger ask for.
+    virtual void RefreshSinkOptions() = 0;
+
+protected:
+    ContextState& state;
+};
+
+}  // namespace vexcap
