@@ -1,75 +1,12 @@
-// Counts what the frame path takes from the heap. Every allocation of this test program passes through here.
+// Counts what the frame path takes from the heap.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cerrno>
 #include <cstdlib>
 #include <memory>
-#include <new>
 
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
-
-namespace {
-
-std::atomic<bool> counting = false;
-std::atomic<size_t> counted = 0;
-
-void count() {
-    if (counting.load(std::memory_order_relaxed)) counted.fetch_add(1, std::memory_order_relaxed);
-}
-
-}  // namespace
-
-#if defined(__has_feature)
-#define VEX_HAS_FEATURE(x) __has_feature(x)
-#else
-#define VEX_HAS_FEATURE(x) 0
-#endif
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || VEX_HAS_FEATURE(address_sanitizer) || \
-    VEX_HAS_FEATURE(thread_sanitizer)
-
-// The sanitizers have taken the allocator's place and offer hooks.
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void*, size_t),
-                                                         void (*free_hook)(const volatile void*));
-static const int installed = __sanitizer_install_malloc_and_free_hooks([](const volatile void*, size_t) { count(); },
-                                                                       [](const volatile void*) {});
-
-#else
-
-// Operator new ends here, too.
-#define VEX_REPLACES __attribute__((visibility("default")))
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-VEX_REPLACES void* malloc(size_t size) noexcept {
-    count();
-    return __libc_malloc(size);
-}
-VEX_REPLACES void* calloc(size_t number, size_t size) noexcept {
-    count();
-    return __libc_calloc(number, size);
-}
-VEX_REPLACES void* realloc(void* memory, size_t size) noexcept {
-    count();
-    return __libc_realloc(memory, size);
-}
-VEX_REPLACES void* aligned_alloc(size_t alignment, size_t size) noexcept {
-    count();
-    return __libc_memalign(alignment, size);
-}
-VEX_REPLACES int posix_memalign(void** memory, size_t alignment, size_t size) noexcept {
-    count();
-    *memory = __libc_memalign(alignment, size);
-    return *memory ? 0 : ENOMEM;
-}
-}
-static const int installed = 1;
-
-#endif
+#include "platform/fake/allocations.h"
 
 namespace vexcap {
 namespace {
@@ -79,11 +16,9 @@ constexpr uint32_t width = 64, height = 48;
 /// Allocations while `work` runs.
 template <typename Work>
 size_t allocationsOf(Work work) {
-    counted = 0;
-    counting = true;
+    const size_t before = allocations();
     work();
-    counting = false;
-    return counted;
+    return allocations() - before;
 }
 
 /// A window that keeps nothing, so that it allocates nothing itself.
@@ -99,7 +34,6 @@ struct CountingWindow {
 const void* volatile escaped;  // keeps the compiler from leaving an allocation out
 
 TEST(FrameAllocations, TheCountSeesEveryKindOfAllocation) {
-    ASSERT_NE(installed, 0);
     EXPECT_EQ(allocationsOf([] {}), 0u);
     EXPECT_EQ(allocationsOf([] { escaped = std::make_unique<int>(1).get(); }), 1u);
     EXPECT_EQ(allocationsOf([] { escaped = std::unique_ptr<void, void (*)(void*)>(std::malloc(1), std::free).get(); }),

@@ -6,9 +6,9 @@
 #include <random>
 
 #include "base/dib.h"
+#include "platform/fake/allocations.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_disk.h"
-#include "recording/test_allocations.h"
 
 namespace vexcap {
 namespace {
@@ -418,9 +418,9 @@ struct NullFileSystem final : IFileSystem {
 };
 
 TEST_F(SerWriterTest, NoFrameAllocates) {
-    const size_t none = test::allocations();
+    const size_t none = allocations();
     ::operator delete(::operator new(100));
-    ASSERT_GT(test::allocations(), none) << "allocations are not counted here";
+    ASSERT_GT(allocations(), none) << "allocations are not counted here";
 
     NullFileSystem nowhere;
     SerFormat shifted = wideMono12;
@@ -429,9 +429,9 @@ TEST_F(SerWriterTest, NoFrameAllocates) {
     for (const SerFormat& format : {smallMono8, wideMono12, shifted}) {
         auto writer = std::move(SerWriter::create(nowhere, clock, path, format)).value();
         const Frame frame = frameOf(format, 1);
-        const size_t before = test::allocations();
+        const size_t before = allocations();
         for (int i = 0; i < 10; ++i) ASSERT_TRUE(writer->writeFrame(bytesOf(frame)).ok());
-        EXPECT_EQ(test::allocations(), before);
+        EXPECT_EQ(allocations(), before);
     }
 }
 
