@@ -1,0 +1,24 @@
+// A kind of cameras behind the camera library.
+#pragma once
+
+#include <vexcap/camera_library.h>
+
+#include <string_view>
+#include <vector>
+
+namespace vexcap::cameras {
+
+struct ICameraProvider {
+    virtual ~ICameraProvider() = default;
+    /// Adds what can be opened now, at most VEX_CAMERA_ENTRIES in all. Host's thread.
+    virtual void List(std::vector<vex_camera_entry>& entries) = 0;
+    /// Opens a camera of this provider by its identifier; null when it is another provider's or cannot be opened.
+    virtual ICamera* Open(std::u16string_view identifier) = 0;
+};
+
+/// Cameras made of arithmetic and real pictures.
+ICameraProvider& simulatedProvider();
+/// GigE Vision and USB3 Vision cameras.
+ICameraProvider& genicamProvider();
+
+}  // namespace vexcap::cameras
