@@ -1,0 +1,17 @@
+/// What the program's exit status says. The numbers are told in --help, in the man page and in README.md.
+#pragma once
+
+namespace vexcap::cli {
+
+enum ExitCode : int {
+    exitDone = 0,        ///< Done.
+    exitFailure = 1,     ///< Something failed that has no number of its own.
+    exitUsage = 2,       ///< The command line asks for what cannot be.
+    exitNoDevice = 3,    ///< No such camera, or it cannot be opened.
+    exitDeviceLost = 4,  ///< The camera went away or stopped sending; the file is whole.
+    exitDiskFull = 5,    ///< The disk is full; the file is whole.
+    exitFramesLost = 6,  ///< Recorded to the end, but frames are missing.
+    exitAborted = 130    ///< Asked to end twice, or before the recording began.
+};
+
+}  // namespace vexcap::cli

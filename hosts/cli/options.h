@@ -1,0 +1,65 @@
+/// What the command line asks for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "hosts/cli/exit_code.h"
+
+namespace vexcap::cli {
+
+/// Region of interest in pixels of the camera's resolution.
+struct Region {
+    uint32_t x = 0;
+    uint32_t y = 0;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    bool operator==(const Region&) const = default;
+};
+
+/// Settings of the camera; what is not set stays as the camera has it.
+struct CameraSettings {
+    std::optional<int32_t> exposure;   ///< Microseconds.
+    std::optional<int32_t> gain;       ///< Percent.
+    std::optional<int32_t> depth;      ///< Bits of a sample.
+    std::optional<int32_t> frameRate;  ///< Frames a second at most.
+    std::optional<int32_t> binning;    ///< Factor by which both sides shrink.
+    std::optional<Region> region;
+};
+
+enum class Command { Devices, Record, Watch };
+
+struct Options {
+    Command command = Command::Devices;
+
+    std::string library = "libvexcap-cameras.so.1";  ///< UTF-8.
+    std::string prefix = "Vexcam";
+    std::string gige;   ///< Value for VEXCAP_GIGE, empty to leave it as it is.
+    bool json = false;  ///< One JSON object a line on the standard output.
+
+    bool sizes = false;  ///< devices: open each camera and list its sizes.
+
+    std::string device;   ///< record, watch: index, name or identifier.
+    int32_t seconds = 0;  ///< record, watch: time limit, 0 for none.
+
+    std::string output;      ///< record: the file, UTF-8.
+    int32_t frames = 0;      ///< record: frame limit, 0 for none.
+    bool overwrite = false;  ///< record: an existing file may be replaced.
+    bool quiet = false;      ///< record: no progress and no summary.
+    CameraSettings camera;   ///< record.
+};
+
+/// Either the options, or a text for the user and the exit status.
+struct ParsedCommandLine {
+    std::optional<Options> options;
+    std::string text;          ///< With its final line break.
+    ExitCode code = exitDone;  ///< exitDone: the text was asked for and belongs to the standard output.
+};
+
+ParsedCommandLine parseCommandLine(int count, const char* const* arguments);
+
+/// "X,Y,WIDTH,HEIGHT", even numbers; nothing for another text.
+std::optional<Region> parseRegion(const std::string& text);
+
+}  // namespace vexcap::cli

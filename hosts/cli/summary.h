@@ -1,0 +1,30 @@
+/// What became of a recording.
+#pragma once
+
+#include <vexcap/records.h>
+
+#include <string>
+
+#include "hosts/cli/exit_code.h"
+
+namespace vexcap::cli {
+
+enum class Ending { Limit, Asked, DeviceLost, Stalled, DiskFull };
+
+struct RecordingResult {
+    std::string file;
+    Ending ending = Ending::Limit;
+    vex_recording_counts counts = {};
+    uint32_t cameraLost = 0;  ///< Frames that the camera lost during the recording.
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint32_t depth = 0;  ///< Bits of a sample.
+};
+
+ExitCode exitCodeOf(const RecordingResult& result);
+/// Several lines with their line breaks.
+std::string summaryText(const RecordingResult& result);
+/// One JSON object.
+std::string summaryJson(const RecordingResult& result);
+
+}  // namespace vexcap::cli

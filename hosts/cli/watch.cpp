@@ -1,0 +1,59 @@
+#include <cstdio>
+
+#include "hosts/cli/commands.h"
+#include "hosts/cli/failure.h"
+#include "hosts/cli/json.h"
+#include "hosts/cli/progress.h"
+#include "hosts/cli/session.h"
+
+namespace vexcap::cli {
+
+namespace {
+
+constexpr int roundMilliseconds = 50;
+
+void printLine(const Session& session, double elapsed, bool json) {
+    const FrameRate rate = session.Rate();
+    const Size size = session.PictureSize();
+    const uint32_t dropped = session.LostFrames();
+    if (json) {
+        const std::string line = JsonObject()
+                                     .Text("type", "watch")
+                                     .Real("seconds", elapsed)
+                                     .Real("framesPerSecond", rate.perSecond)
+                                     .Integer("frames", rate.total)
+                                     .Integer("dropped", dropped)
+                                     .Integer("width", size.width)
+                                     .Integer("height", size.height)
+                                     .Line();
+        std::printf("%s\n", line.c_str());
+    } else {
+        std::printf("%s  %s fps, %u frames, %u dropped, %ux%u\n", formatTime(elapsed).c_str(),
+                    formatReal(rate.perSecond).c_str(), rate.total, dropped, size.width, size.height);
+    }
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+ExitCode watch(const Options& options, const Signals& signals) {
+    Engine engine(options);
+    const Device device = engine.Find(options.device);
+    Session session(engine, device);
+    StallWatch stall(session.StallSeconds());
+    const double start = steadySeconds();
+    for (int second = 1;;) {
+        const News news = session.Wait(roundMilliseconds, signals);
+        const double elapsed = steadySeconds() - start;
+        if (news.lost) throw Failure(exitDeviceLost, "the camera \"" + device.name + "\" is gone");
+        if (stall.Stalled(session.Rate().total, steadySeconds()))
+            throw Failure(exitDeviceLost, "the camera \"" + device.name + "\" sends no frames any more");
+        if (elapsed >= second) {
+            printLine(session, elapsed, options.json);
+            while (second <= elapsed) ++second;
+        }
+        if (news.asked || (options.seconds && elapsed >= options.seconds)) return exitDone;
+    }
+}
+
+}  // namespace vexcap::cli

@@ -1,0 +1,100 @@
+// What the library itself exports.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "tests/camera_contract/subject.h"
+#include "tests/support/text.h"
+
+namespace vexcap::contract {
+namespace {
+
+TEST(Library, ExportsAllFourNames) {
+    EXPECT_NE(subject().enumerate, nullptr);
+    EXPECT_NE(subject().open, nullptr);
+    EXPECT_NE(subject().clarity, nullptr);
+    EXPECT_NE(subject().initOcl, nullptr);
+}
+
+TEST(Library, ListsAtMostSixteenCamerasAndWritesNothingBehindThem) {
+    ASSERT_NE(subject().enumerate, nullptr);
+    std::vector<vex_camera_entry> entries(VEX_CAMERA_ENTRIES + 4);
+    std::memset(entries.data(), 0x5A, entries.size() * sizeof entries[0]);
+    const std::vector<vex_camera_entry> before = entries;
+    EXPECT_LE(subject().enumerate(entries.data()), uint32_t(VEX_CAMERA_ENTRIES));
+    EXPECT_EQ(std::memcmp(&entries[VEX_CAMERA_ENTRIES], &before[VEX_CAMERA_ENTRIES], 4 * sizeof entries[0]), 0);
+}
+
+TEST(Library, ListsTerminatedTextsAndNoIdentifierTwice) {
+    ASSERT_NE(subject().enumerate, nullptr);
+    vex_camera_entry entries[VEX_CAMERA_ENTRIES];
+    std::memset(entries, 0x5A, sizeof entries);
+    const uint32_t count = std::min<uint32_t>(subject().enumerate(entries), VEX_CAMERA_ENTRIES);
+    std::set<std::u16string> identifiers;
+    for (uint32_t i = 0; i < count; ++i) {
+        for (const vex_char* field : {entries[i].display, entries[i].identifier}) {
+            EXPECT_TRUE(std::any_of(field, field + 64, [](vex_char c) { return c == 0; })) << "entry " << i;
+            EXPECT_NE(field[0], 0) << "entry " << i;
+        }
+        EXPECT_TRUE(identifiers.insert(std::u16string(entries[i].identifier, 63).c_str()).second) << "entry " << i;
+    }
+}
+
+TEST(Library, OpensEachCameraThatItLists) {
+    ASSERT_NE(subject().open, nullptr);
+    for (const std::string& name : listedNames()) {
+        const Camera camera(name);
+        EXPECT_TRUE(bool(camera)) << name;
+    }
+}
+
+TEST(Library, AnswersNullToNamesThatAreNoCameras) {
+    ASSERT_NE(subject().open, nullptr);
+    EXPECT_EQ(subject().open(nullptr), nullptr);
+    const std::string mode(1, char(VEX_OPEN_ASTRO));
+    for (const std::string& name :
+         {std::string(), mode, mode + "no such camera", std::string("no such camera"), mode + std::string(1000, 'x'),
+          mode + ";seed=1", mode + mode, std::string("\n\t"), mode + "../../etc/passwd"})
+        EXPECT_EQ(subject().open(test::wide(name).c_str()), nullptr) << name;
+    const vex_char broken[] = {u'$', 0xD800, 0xFFFF, 0xDC00, 0};
+    EXPECT_EQ(subject().open(broken), nullptr);
+}
+
+// A board of squares, its edges softened by averaging over `blur` pixels to either side.
+std::vector<uint8_t> board(uint32_t width, uint32_t height, uint32_t bits, int blur) {
+    const size_t stride = (size_t(width) * bits + 31) / 32 * 4;
+    std::vector<uint8_t> picture(stride * height);
+    for (uint32_t y = 0; y < height; ++y)
+        for (uint32_t x = 0; x < width; ++x) {
+            int sum = 0;
+            for (int d = -blur; d <= blur; ++d) sum += ((int(x) + d + 64) / 16 + int(y) / 16) % 2 * 200 + 20;
+            std::memset(&picture[y * stride + size_t(x) * bits / 8], sum / (2 * blur + 1), bits / 8);
+        }
+    return picture;
+}
+
+TEST(Library, FindsASharpPictureClearerThanASoftOneAndThatClearerThanAnEmptyOne) {
+    ASSERT_NE(subject().clarity, nullptr);
+    for (const uint32_t bits : {24u, 32u})
+        for (const uint32_t width : {128u, 101u}) {  // 101 * 3 needs padding
+            const double sharp = subject().clarity(board(width, 96, bits, 0).data(), bits, width, 96);
+            const double soft = subject().clarity(board(width, 96, bits, 6).data(), bits, width, 96);
+            const std::vector<uint8_t> flat(size_t((width * bits + 31) / 32 * 4) * 96, 90);
+            const double empty = subject().clarity(flat.data(), bits, width, 96);
+            EXPECT_TRUE(std::isfinite(sharp) && std::isfinite(soft) && std::isfinite(empty));
+            EXPECT_GT(sharp, soft) << bits << " bits, width " << width;
+            EXPECT_GT(soft, empty) << bits << " bits, width " << width;
+        }
+}
+
+TEST(Library, AnswersInitOclTheSameEachTime) {
+    ASSERT_NE(subject().initOcl, nullptr);
+    EXPECT_EQ(subject().initOcl(), subject().initOcl());
+}
+
+}  // namespace
+}  // namespace vexcap::contract

@@ -1,0 +1,269 @@
+// Every export with arguments that no host should give. The same claims hold before vexcap_init and after it: this
+// source makes two programs, and EXPORTS_AFTER_INIT tells which one it is.
+#include <gtest/gtest.h>
+#include <vexcap/camera_library.h>
+#include <vexcap/vexcap.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "tests/support/host.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/text.h"
+
+namespace vexcap::test {
+namespace {
+
+#ifdef EXPORTS_AFTER_INIT
+constexpr bool initialised = true;
+class InitialisedEngine final : public testing::Environment {
+    void SetUp() override { engine = std::make_unique<Engine>(SCRIPTED_CAMERAS, EngineOptions{.prefix = "Hostile"}); }
+    void TearDown() override { engine.reset(); }
+    std::unique_ptr<Engine> engine;
+};
+const testing::Environment* const environment = testing::AddGlobalTestEnvironment(new InitialisedEngine);
+#else
+constexpr bool initialised = false;
+#endif
+
+const vex_device scripted = {u"$scripted", u"Scripted camera", VEX_KIND_CAMERA, 0};
+const vex_device unknown = {u"$no such camera", u"Nothing", VEX_KIND_CAMERA, 0};
+
+TEST(Exports, GiveNothingForANullContext) {
+    EXPECT_EQ(vexcap_start(nullptr, nullptr, 0, 0, 0, 0), E_POINTER);
+    vexcap_stop(nullptr);
+    EXPECT_EQ(vexcap_fsource(nullptr), 0u);
+    EXPECT_EQ(vexcap_fpreviewing(nullptr), 0u);
+    EXPECT_EQ(vexcap_notify(nullptr), 0);
+    EXPECT_EQ(vexcap_get_interface(nullptr, nullptr), nullptr);
+    EXPECT_EQ(vexcap_get_interface(nullptr, &VEX_IID_CAMERA_STATUS), nullptr);
+    vexcap_stop_capture(nullptr);
+    EXPECT_EQ(vexcap_fcapturing(nullptr), 0u);
+    EXPECT_EQ(vexcap_lcapstarttime(nullptr), 0u);
+    EXPECT_EQ(vexcap_dwframecount(nullptr), 0u);
+    EXPECT_EQ(vexcap_dwframelimit(nullptr), 0u);
+    EXPECT_EQ(vexcap_dwtimelimit(nullptr), 0u);
+    EXPECT_EQ(vexcap_filesize(nullptr), 0u);
+    EXPECT_EQ(vexcap_mode(nullptr), 0u) << "no accelerated drawing road was asked for";
+}
+
+TEST(Exports, LeaveTheOutsAloneForANullContext) {
+    int32_t width = -3, height = -4;
+    EXPECT_EQ(vexcap_video_size(nullptr, &width, &height), 0);
+    EXPECT_EQ(width, -3);
+    EXPECT_EQ(height, -4);
+    vex_char count[32] = u"untouched", rate[32] = u"untouched";
+    EXPECT_EQ(vexcap_get_property(nullptr, count, rate), 0);
+    EXPECT_EQ(std::u16string(count), u"untouched");
+    EXPECT_EQ(std::u16string(rate), u"untouched");
+    vex_char path[260] = u"untouched";
+    EXPECT_EQ(vexcap_filepath(nullptr, path), 0);
+    EXPECT_EQ(std::u16string(path), u"untouched");
+    vex_recording_counts counts, before;
+    std::memset(&counts, 0x5A, sizeof counts);
+    before = counts;
+    EXPECT_EQ(vexcap_recording(nullptr, &counts), 0);
+    EXPECT_EQ(std::memcmp(&counts, &before, sizeof counts), 0);
+}
+
+TEST(Exports, GiveNoCapabilitiesForNullArguments) {
+    EXPECT_EQ(vexcap_get_capability(nullptr, nullptr), 0);
+    EXPECT_EQ(vexcap_get_stillimage_capability(nullptr, nullptr), 0);
+    auto* out = reinterpret_cast<vex_capability*>(16);
+    EXPECT_EQ(vexcap_get_capability(nullptr, &out), 0);
+    EXPECT_EQ(vexcap_get_stillimage_capability(nullptr, &out), 0);
+}
+
+TEST(Exports, FreeNullWithoutHarm) {
+    vexcap_free_dsvi(nullptr);
+    vexcap_free_capability(nullptr);
+    vex_window_queue_free(nullptr);
+    vex_key_free(nullptr);
+}
+
+TEST(Exports, FailToRecordANullContext) {
+    EXPECT_EQ(vexcap_start_capture_astro(nullptr, u"/tmp/never.ser", 0, 0), E_FAIL);
+    EXPECT_EQ(vexcap_start_capture_astro(nullptr, nullptr, -1, -1), E_FAIL);
+}
+
+TEST(Exports, MakeNoContextWithoutARecordOrItsTexts) {
+    QueueWindow window;
+    EXPECT_EQ(vexcap_device(window.get(), window.get(), nullptr, nullptr, nullptr, nullptr), nullptr);
+    for (const vex_device& device :
+         {vex_device{nullptr, u"display", VEX_KIND_CAMERA, 0}, vex_device{u"$name", nullptr, VEX_KIND_CAMERA, 0},
+          vex_device{nullptr, nullptr, VEX_KIND_CAMERA, 0}, vex_device{nullptr, nullptr, 0, 0}})
+        EXPECT_EQ(vexcap_device(window.get(), window.get(), &device, nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST(Exports, MakeNoContextForKindsThatAreNotThere) {
+    QueueWindow window;
+    for (const uint32_t kind : {0u, uint32_t(VEX_KIND_FILE), 7u, 0x80000001u, 0xFFFFFFFFu}) {
+        const vex_device device{u"$scripted", u"Scripted camera", kind, 0};
+        EXPECT_EQ(vexcap_device(window.get(), window.get(), &device, nullptr, nullptr, nullptr), nullptr) << kind;
+    }
+}
+
+TEST(Exports, StopAContextOfAnyKindThatWasNeverStarted) {
+    QueueWindow window;
+    for (uint32_t kind = VEX_KIND_CAMERA; kind <= VEX_KIND_NETWORK_CAMERA; ++kind)
+        for (const vex_char* name : {u"$scripted", u"", u"tk-camera", u"t", u"\xD800", u"/dev/null"}) {
+            const vex_device device{name, u"A device", kind, 0};
+            vexcap_context* const context =
+                vexcap_device(window.get(), window.get(), &device, nullptr, nullptr, nullptr);
+            EXPECT_EQ(vexcap_fsource(context), 0u);
+            EXPECT_EQ(vexcap_fpreviewing(context), 0u);
+            EXPECT_EQ(vexcap_notify(context), 0);
+            vexcap_stop(context);
+        }
+}
+
+TEST(Exports, WorkOnAContextThatWasNeverStarted) {
+    QueueWindow window;
+    vexcap_context* const context = vexcap_device(window.get(), window.get(), &scripted, nullptr, nullptr, nullptr);
+    ASSERT_NE(context, nullptr);
+    vex_capability* capabilities = reinterpret_cast<vex_capability*>(16);
+    EXPECT_EQ(vexcap_get_capability(context, &capabilities), 0);
+    EXPECT_EQ(capabilities, nullptr) << "set to null first";
+    EXPECT_EQ(vexcap_get_capability(context, nullptr), 0);
+    EXPECT_EQ(vexcap_get_stillimage_capability(context, nullptr), 0);
+    capabilities = reinterpret_cast<vex_capability*>(16);
+    EXPECT_EQ(vexcap_get_stillimage_capability(context, &capabilities), 0);
+    EXPECT_EQ(capabilities, nullptr);
+    EXPECT_EQ(vexcap_get_interface(context, nullptr), nullptr);
+    EXPECT_EQ(vexcap_get_property(context, nullptr, nullptr), 0);
+    EXPECT_EQ(vexcap_video_size(context, nullptr, nullptr), 1);
+    int32_t width = -1, height = -1;
+    EXPECT_EQ(vexcap_video_size(context, &width, &height), 1);
+    EXPECT_EQ(width, 0);
+    EXPECT_EQ(height, 0);
+    EXPECT_EQ(vexcap_fcapturing(context), 0u);
+    EXPECT_EQ(vexcap_recording(context, nullptr), 0);
+    vex_recording_counts counts;
+    EXPECT_EQ(vexcap_recording(context, &counts), 0) << "nothing was recorded yet";
+    vex_char path[260] = u"untouched";
+    EXPECT_EQ(vexcap_filepath(context, path), 0);
+    EXPECT_EQ(vexcap_filepath(context, nullptr), 0);
+    vexcap_stop_capture(context);
+    const TempDir directory;
+    EXPECT_LT(vexcap_start_capture_astro(context, wide(directory.file("never.ser")).c_str(), 0, 0), 0);
+    EXPECT_EQ(vexcap_fcapturing(context), 0u);
+    EXPECT_TRUE(directory.files().empty());
+    vexcap_stop(context);
+}
+
+TEST(Exports, FailToStartACameraThatIsNotThere) {
+    QueueWindow window;
+    for (const vex_device* device : {&unknown, initialised ? &unknown : &scripted}) {
+        vexcap_context* const context = vexcap_device(window.get(), window.get(), device, nullptr, nullptr, nullptr);
+        ASSERT_NE(context, nullptr);
+        EXPECT_EQ(vexcap_start(context, nullptr, 0, 0, 0, 0), E_FAIL);
+        EXPECT_EQ(vexcap_start(context, window.get(), 0xFFFFFFFF, 1, 1, 0), E_FAIL);
+        EXPECT_EQ(vexcap_fsource(context), 0u);
+        EXPECT_EQ(vexcap_fpreviewing(context), 0u);
+        vexcap_stop(context);
+    }
+}
+
+TEST(Exports, WorkWithoutAnyWindow) {
+    vexcap_context* const context = vexcap_device(nullptr, nullptr, &scripted, nullptr, nullptr, nullptr);
+    ASSERT_NE(context, nullptr);
+    EXPECT_EQ(vexcap_start(context, nullptr, 0, 0, 0, 0), initialised ? S_OK : E_FAIL);
+    EXPECT_EQ(vexcap_fpreviewing(context), initialised ? 1u : 0u);
+    EXPECT_EQ(vexcap_notify(context), 0);
+    vexcap_stop(context);
+}
+
+TEST(Exports, RefusePathsThatNoFileCanHave) {
+    QueueWindow window;
+    vexcap_context* const context = vexcap_device(window.get(), window.get(), &scripted, nullptr, nullptr, nullptr);
+    ASSERT_NE(context, nullptr);
+    vexcap_start(context, nullptr, 0, 0, 0, 0);
+    const std::u16string tooLong = u"/tmp/" + std::u16string(300, u'x') + u".ser";
+    for (const vex_char* path : {static_cast<const vex_char*>(nullptr), u"", u"/", u"/no/such/folder/a.ser",
+                                 u"/proc/version/a.ser", tooLong.c_str()}) {
+        EXPECT_LT(vexcap_start_capture_astro(context, path, 0, 0), 0);
+        EXPECT_EQ(vexcap_fcapturing(context), 0u);
+    }
+    vexcap_stop(context);
+}
+
+TEST(Exports, ListDevicesForAnyFilter) {
+    for (const vex_char* filter : {static_cast<const vex_char*>(nullptr), u"", u"(", u"[z-a]", u"\xD800"}) {
+        vex_device* const devices = vexcap_enum_device(filter);
+        if (!initialised) {
+            EXPECT_EQ(devices, nullptr) << "nothing can be opened yet";
+            continue;
+        }
+        ASSERT_NE(devices, nullptr);
+        EXPECT_EQ(std::u16string(devices[0].name), u"$scripted");
+        EXPECT_EQ(std::u16string(devices[0].display), u"Scripted camera");
+        EXPECT_EQ(devices[0].kind, uint32_t(VEX_KIND_CAMERA));
+        EXPECT_EQ(devices[1].name, nullptr);
+        EXPECT_EQ(devices[1].display, nullptr);
+        EXPECT_EQ(devices[1].kind, 0u);
+        vexcap_free_dsvi(devices);
+    }
+}
+
+TEST(Exports, KeepTheFrameRateInsideOfItsBounds) {
+    uint32_t cap = 99, percent = 99;
+    vexcap_get_framerate(&cap, &percent);
+    EXPECT_EQ(cap, initialised ? 32u : 0u);
+    EXPECT_EQ(percent, initialised ? 100u : 0u);
+    vexcap_get_framerate(nullptr, nullptr);
+    vexcap_set_framerate(100, 5);
+    vexcap_get_framerate(&cap, nullptr);
+    vexcap_get_framerate(nullptr, &percent);
+    EXPECT_EQ(cap, 63u);
+    EXPECT_EQ(percent, 10u);
+    vexcap_set_framerate(0xFFFFFFFF, 0xFFFFFFFF);
+    vexcap_get_framerate(&cap, &percent);
+    EXPECT_EQ(cap, 63u);
+    EXPECT_EQ(percent, 200u);
+    vexcap_set_framerate(32, 100);
+    vexcap_factorymode(0xFFFFFFFF);
+    vexcap_factorymode(0);
+}
+
+TEST(Exports, AnswerNullQueueWindows) {
+    vex_message message;
+    EXPECT_EQ(vex_window_queue_fd(nullptr), -1);
+    EXPECT_EQ(vex_window_queue_next(nullptr, &message), 0);
+    EXPECT_EQ(vex_window_queue_next(nullptr, nullptr), 0);
+    EXPECT_EQ(vex_window_queue_wait(nullptr, 0), -1);
+}
+
+TEST(Exports, MakeNoSettingsRootFromNothing) {
+    EXPECT_EQ(vex_key_directory(nullptr), nullptr);
+    EXPECT_EQ(vex_key_directory(""), nullptr);
+}
+
+#ifndef EXPORTS_AFTER_INIT
+TEST(Exports, EndAnEngineThatWasNeverStarted) { EXPECT_EQ(vexcap_fini(), 0); }
+#else
+TEST(Exports, StartTheEngineWithNothingAtAll) {
+    vexcap_init(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0, 0, 0, 0, 1, 0, nullptr, 0, 1, 0);
+    EXPECT_EQ(vexcap_enum_device(nullptr), nullptr);
+    vexcap_fini();
+    vexcap_init(nullptr, u"", u"", u"", u"/no/such/library.so", "", u"/no/such/library.so", 0, 0, 0, 0, 0, 1, 1,
+                nullptr, 0, 1, 1);
+    EXPECT_EQ(vexcap_enum_device(nullptr), nullptr);
+    vexcap_fini();
+    const std::string longPrefix(10000, 'p');
+    const std::u16string longName(10000, u'n');
+    const TempDir directory;
+    vex_key* const root = vex_key_directory(directory.path().c_str());
+    vexcap_init(root, longName.c_str(), u"../..", u"", longName.c_str(), longPrefix.c_str(), longName.c_str(), 0, 0, 0,
+                0, 0, 0, 1, nullptr, 0, 0, 0);
+    EXPECT_EQ(vexcap_enum_device(nullptr), nullptr);
+    vexcap_fini();
+    vex_key_free(root);
+    // As the environment made it, which also ends it.
+    vexcap_init(nullptr, u"Tests", u"Tests", u"Tests", wide(SCRIPTED_CAMERAS).c_str(), "Hostile", u"", 0, 0, 0, 0, 0, 0,
+                1, nullptr, 0, 0, 0);
+}
+#endif
+
+}  // namespace
+}  // namespace vexcap::test
