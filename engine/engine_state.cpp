@@ -25,17 +25,6 @@ void onDeviceListChanged(int32_t code) {
     if (code == 1 && engine.deviceWindow) engine.deviceWindow->post(engine.deviceWindow, engine.deviceMessage, 0, 0);
 }
 
-/// What RtlGetVersion fills.
-struct VersionRecord {
-    uint32_t size;
-    uint32_t major;
-    uint32_t minor;
-    uint32_t build;
-    uint32_t platform;
-    vex_char servicePack[128];
-};
-static_assert(sizeof(VersionRecord) == 276);
-
 constexpr vex_guid iidD2dFactory = {0x06152247, 0x6F50, 0x465A, {0x92, 0x45, 0x11, 0x8B, 0xFD, 0x3B, 0x60, 0x07}};
 constexpr vex_guid iidDwriteFactory = {0xB859EE5A, 0xD838, 0x4B5B, {0xA2, 0xE8, 0x1A, 0xDC, 0x7D, 0x93, 0xDB, 0x48}};
 constexpr uint32_t singleThreadedFactory = 0;

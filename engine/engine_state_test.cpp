@@ -32,17 +32,17 @@ HRESULT networkInit(void (*callback)(int32_t), void*) {
     return S_FALSE;
 }
 int32_t networkFini() { return 42; }
-int32_t rtlGetVersion(uint32_t* record) {
-    EXPECT_EQ(record[0], 276u);
-    record[1] = 10;
+int32_t rtlGetVersion(VersionRecord* record) {
+    EXPECT_EQ(record->size, 276u);
+    record->major = 10;
     return 0;
 }
-int32_t rtlGetOldVersion(uint32_t* record) {
-    record[1] = 6;
+int32_t rtlGetOldVersion(VersionRecord* record) {
+    record->major = 6;
     return 0;
 }
-int32_t rtlFails(uint32_t* record) {
-    record[1] = 10;
+int32_t rtlFails(VersionRecord* record) {
+    record->major = 10;
     return -1;
 }
 HRESULT createDrawing(uint32_t, const vex_guid*, const void*, void** out) {

@@ -150,7 +150,11 @@ HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path
 }
 
 void vexcap_stop_capture(vexcap_context* context) {
-    if (context) contextOf(context)->StopCapture();
+    if (!context) return;
+    guarded<int>(0, [&] {
+        contextOf(context)->StopCapture();
+        return 0;
+    });
 }
 
 uint32_t vexcap_fcapturing(vexcap_context* context) {

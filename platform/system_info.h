@@ -1,6 +1,8 @@
 // Port: facts about the machine.
 #pragma once
 
+#include <vexcap/types.h>
+
 #include <cstdint>
 
 namespace vexcap {
@@ -9,6 +11,17 @@ struct SystemVersion {
     uint32_t major;
     uint32_t minor;
 };
+
+/// What RtlGetVersion of "ntdll.dll" fills; `size` says how large the caller knows it to be.
+struct VersionRecord {
+    uint32_t size;
+    uint32_t major;
+    uint32_t minor;
+    uint32_t build;
+    uint32_t platform;
+    vex_char servicePack[128];
+};
+static_assert(sizeof(VersionRecord) == 276);
 
 struct ISystemInfo {
     virtual ~ISystemInfo() = default;

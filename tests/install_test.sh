@@ -1,11 +1,13 @@
 #!/bin/sh
-# install_test.sh BUILD SOURCES LIBDIR [C_FLAGS]: installs into a scratch prefix, and builds and runs two programs of
-# somebody else against what lies there. C_FLAGS are those that every program of a sanitizer build needs.
+# install_test.sh BUILD SOURCES LIBDIR [FLAGS [C_FLAGS]]: installs into a scratch prefix, and builds and runs two programs of
+# somebody else against what lies there. FLAGS are those that every program of a sanitizer build needs, C_FLAGS those
+# that a program in C needs besides.
 set -eu
 build=$1
 sources=$2
 libdir=$3
 flags=${4-}
+cFlags=${5-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -39,7 +41,7 @@ check() {
 # C, by pkg-config.
 package=$(PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig" pkg-config --cflags --libs vexcap)
 # shellcheck disable=SC2086
-$CC -std=c11 -Wall -Wextra -Wpedantic -Werror $flags "$sources/outside_c/list_cameras.c" $package \
+$CC -std=c11 -Wall -Wextra -Wpedantic -Werror $flags $cFlags "$sources/outside_c/list_cameras.c" $package \
     -o "$work/list_cameras"
 "$work/list_cameras" "$cameras" "$work/c.ser"
 check "$work/c.ser"

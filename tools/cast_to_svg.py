@@ -82,7 +82,7 @@ def svg_of(steps):
     width, height = columns * CELL_WIDTH + 2 * MARGIN, rows * LINE_HEIGHT + 2 * MARGIN
     start, whole = steps[0][0], steps[-1][0] - steps[0][0] + LAST_STEP
     parts = [
-        f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width:.0f} {height:.0f}" width="{width:.0f}">',
+        f'<svg xmlns="http://www.w3.org/2000/svg" xml:space="preserve" viewBox="0 0 {width:.0f} {height:.0f}" width="{width:.0f}">',
         "<style>text{font:14px ui-monospace,'DejaVu Sans Mono',Menlo,Consolas,monospace;white-space:pre}</style>",
         '<rect width="100%" height="100%" rx="8" fill="#0d1117"/>',
     ]

@@ -10,18 +10,10 @@
 
 #include "base/text.h"
 #include "platform/linux/clock.h"
+#include "platform/system_info.h"
 
 namespace vexcap {
 namespace {
-
-struct VersionRecord {
-    uint32_t size;
-    uint32_t major;
-    uint32_t minor;
-    uint32_t build;
-    uint32_t platform;
-    vex_char servicePack[128];
-};
 
 /// The version that the features of this platform correspond to.
 int32_t RtlGetVersion(VersionRecord* version) {

@@ -3,16 +3,10 @@
 #include <gtest/gtest.h>
 #include <vexcap/types.h>
 
-#include <cmath>
+#include "platform/system_info.h"
 
 namespace vexcap {
 namespace {
-
-struct VersionRecord {
-    uint32_t size;
-    uint32_t numbers[4];
-    vex_char servicePack[128];
-};
 
 TEST(LinuxLoader, BindsAFunctionOfALibraryByName) {
     LinuxLoader loader;
@@ -47,9 +41,10 @@ TEST(LinuxLoader, TheBuiltInVersionIs10) {
     void* const module = loader.Load(u"ntdll.dll");
     const auto version = reinterpret_cast<int32_t (*)(VersionRecord*)>(loader.Symbol(module, "RtlGetVersion"));
     ASSERT_NE(version, nullptr);
-    VersionRecord record = {.size = sizeof record, .numbers = {}, .servicePack = {}};
+    VersionRecord record = {};
+    record.size = sizeof record;
     EXPECT_EQ(version(&record), 0);
-    EXPECT_EQ(record.numbers[0], 10u);
+    EXPECT_EQ(record.major, 10u);
     record.size = 4;
     EXPECT_LT(version(&record), 0);
     EXPECT_LT(version(nullptr), 0);

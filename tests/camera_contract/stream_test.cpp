@@ -208,11 +208,16 @@ TEST_P(Streaming, HoldsWhilePaused) {
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(2));
     EXPECT_GE(camera->Pause(1), 0);
-    pause(150);  // a frame on its way may still arrive
-    const size_t frames = stream.frames().size(), raws = stream.raws().size();
+    // A frame on its way may still arrive, after which there is silence.
+    size_t calls = 0;
+    EXPECT_TRUE(stream.waitFor([&] {
+        calls = stream.calls();
+        pause(300);
+        return stream.calls() == calls;
+    }));
+    const size_t frames = stream.frames().size();
     pause(300);
-    EXPECT_EQ(stream.frames().size(), frames);
-    EXPECT_EQ(stream.raws().size(), raws);
+    EXPECT_EQ(stream.calls(), calls);
     EXPECT_GE(camera->Pause(0), 0);
     EXPECT_TRUE(stream.waitForFrames(frames + 2));
 }
@@ -236,9 +241,11 @@ TEST_P(Streaming, ShowsAtMostAsManyFramesAsTheOptionSaysWhileRawFramesAreNotLimi
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(1));
     const size_t first = stream.frames().size();
+    const auto begin = std::chrono::steady_clock::now();
     pause(1500);
     stream.stop();
-    EXPECT_LE(stream.frames().size() - first, 8u) << "4 a second, for 1.5 seconds";
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(double(stream.frames().size() - first), 4 * seconds.count() + 2);
     if (hasRaw) {
         EXPECT_GE(stream.raws().size(), stream.frames().size());
     }
