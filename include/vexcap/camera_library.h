@@ -69,7 +69,8 @@ enum {
 enum {
     VEX_OPTION_RECORDING = 1,    ///< 1 while a graph source is set up or no recording runs, 0 when one starts.
     VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit.
-    VEX_OPTION_BINNING = 23,     ///< Low four bits: the factor by which both sides shrink, 1 for none.
+    VEX_OPTION_BINNING = 23,     ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
+                                 ///< is made even: rounded down.
     VEX_OPTION_ROTATION = 24     ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
 };
 
@@ -298,7 +299,7 @@ typedef struct ICameraTable {
     HRESULT (*GetFrameRate)(ICamera* self, uint32_t* frames, uint32_t* milliseconds, uint32_t* total);
     HRESULT (*PutOption)(ICamera* self, uint32_t number, int32_t value);
     HRESULT (*GetOption)(ICamera* self, uint32_t number, int32_t* value);
-    HRESULT (*StartPull)
+    HRESULT(*StartPull)
     (ICamera* self, uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame, vex_camera_buffer_callback buffer,
      void* context, vex_camera_event_callback event, void* eventContext, uint32_t zero2, uint32_t zero3,
      const vex_texture_target* texture, uint32_t one);
@@ -356,7 +357,7 @@ typedef struct ICameraControls {
 } ICameraControls;
 typedef struct ICameraControlsTable {
     VEX_UNKNOWN_TABLE(ICameraControls)
-    HRESULT (*GetRange)
+    HRESULT(*GetRange)
     (ICameraControls* self, uint32_t control, int32_t* minimum, int32_t* maximum, int32_t* defaultValue);
     HRESULT (*Get)(ICameraControls* self, uint32_t control, int32_t* value);
     HRESULT (*Put)(ICameraControls* self, uint32_t control, int32_t value);

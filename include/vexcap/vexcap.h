@@ -114,7 +114,8 @@ VEXCAP_API vexcap_context* vexcap_device(vex_window* owner, vex_window* preview,
 /// @param stillFollowsPreview Non-zero: its stills have the preview's size.
 /// @param retryStart          Non-zero: a video input device is tried for 8 seconds.
 /// @return S_OK; E_POINTER for a null context; E_FAIL when the source cannot be opened, is busy, says a bit depth below
-///         8, or cannot be run; E_INVALIDARG without a source; a source's own code otherwise.
+///         8, cannot be run, or while a recording is open (vexcap_stop_capture first); E_INVALIDARG without a source; a
+///         source's own code otherwise.
 VEXCAP_API HRESULT vexcap_start(vexcap_context* context, vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
                                 uint32_t stillFollowsPreview, uint32_t retryStart);
 
@@ -149,8 +150,9 @@ VEXCAP_API void* vexcap_get_interface(vexcap_context* context, const vex_guid* i
 /// @param path     The file; at most 259 characters.
 /// @param seconds  Time limit, 0 or less for none. It needs the owner window.
 /// @param frames   Frame limit, 0 or less for none: exactly that many frames are kept.
-/// @return S_OK; E_FAIL for a null context or when the file cannot be made; the camera's code when it cannot tell its
-///         size or format. A failure is shown in a box.
+/// @return S_OK; E_FAIL for a null context, without a source, or when the file cannot be made; the camera's code when
+///         it cannot tell its size or format. A failure is shown in a box. A camera that tells a size or depth of 0
+///         records nothing and gives S_OK: vexcap_fcapturing tells.
 VEXCAP_API HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds,
                                               int32_t frames);
 
