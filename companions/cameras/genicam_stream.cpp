@@ -1,8 +1,9 @@
 #include "companions/cameras/genicam_stream.h"
-#include "companions/cameras/signals_blocked.h"
 
 #include <algorithm>
 #include <new>
+
+#include "companions/cameras/signals_blocked.h"
 
 namespace vexcap::cameras {
 namespace {
