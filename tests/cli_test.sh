@@ -42,6 +42,7 @@ frames() { ser "$1" | cut -d' ' -f1; }
 
 # Starts a recording in the background and waits until its first line of progress.
 start_recording() {
+    rm -f out  # the progress waited for is that of this recording
     # A shell ignores some signals for its background programs, and so might whoever started it.
     env --default-signal=HUP "$vexcap" record --device "sim-fast;fps=50" --output "$1" --json >out 2>err &
     recorder=$!
