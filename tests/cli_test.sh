@@ -235,6 +235,7 @@ assert (lines[1]["width"], lines[1]["height"]) == (640, 480), lines' || fail "wr
 
 # On a terminal: a line that is drawn anew, and gone in the end.
 case_terminal() {
+    script --quiet --return --command true typescript >out 2>&1 || { echo "no terminal can be made here"; exit 77; }
     local command="stty columns 80; $vexcap record --device 'sim-fast;fps=50' --output t.ser --seconds 1"
     TERM=xterm script --quiet --return --command "$command" typescript >out 2>err || [[ $? -eq 6 ]] || fail "status"
     contains typescript $'\r['

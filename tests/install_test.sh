@@ -47,7 +47,7 @@ $CC -std=c11 -Wall -Wextra -Wpedantic -Werror $flags $cFlags "$sources/outside_c
 check "$work/c.ser"
 
 # C++, by the package of CMake.
-cmake -S "$sources/outside_cpp" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" \
+cmake -G Ninja -S "$sources/outside_cpp" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" \
     -DCMAKE_CXX_FLAGS="$flags" > "$work/cpp.log" 2>&1 || { cat "$work/cpp.log"; exit 1; }
 cmake --build "$work/cpp" > "$work/cpp.log" 2>&1 || { cat "$work/cpp.log"; exit 1; }
 "$work/cpp/record_frames" "$cameras" "$work/cpp.ser"
