@@ -182,11 +182,6 @@ Status CameraRoad::Halt() {
     return S_OK;
 }
 
-SourceNews CameraRoad::ReadNews() {
-    const bool lost = state.streamLost != 0;
-    return {.failed = lost, .stopPreview = lost};
-}
-
 const char* CameraRoad::FailureKey() {
     CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
     uint32_t told = VEX_CAMERA_STATE_OK;

@@ -49,7 +49,7 @@ public:
     void BuildStillPath() override;
     Status Run() override;
     Status Halt() override;
-    SourceNews ReadNews() override;
+    bool SourceFailed() const override { return state.streamLost != 0; }
     const char* FailureKey() override;
     Status FinalSize(uint32_t& width, uint32_t& height) override;
     Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) override;

@@ -108,10 +108,8 @@ void CaptureContext::Teardown() {
 }
 
 void CaptureContext::Notify() {
-    if (!road) return;
-    const SourceNews news = road->ReadNews();
-    if (news.stopPreview) StopPreview();
-    if (!news.failed) return;
+    if (!road || !road->SourceFailed()) return;
+    StopPreview();
     ReportError(state.engine, state.ownerWindow, state.engine.Text(road->FailureKey()), S_OK);
 }
 

@@ -9,12 +9,6 @@
 
 namespace vexcap {
 
-/// What vexcap_notify found.
-struct SourceNews {
-    bool failed = false;       ///< The user is to be told, unless the source is a file.
-    bool stopPreview = false;  ///< The preview cannot go on.
-};
-
 /// One of the four ways to a source: camera library, network library, media reader, media graph. A context has the one
 /// that its device needs; every action goes through it. Host's thread.
 class Road {
@@ -40,8 +34,8 @@ public:
     /// No callback comes once it returned.
     virtual Status Halt() = 0;
 
-    /// Reads what the source told since the last call.
-    virtual SourceNews ReadNews() = 0;
+    /// True when the source told that it failed: the preview cannot go on.
+    virtual bool SourceFailed() const = 0;
     /// The key of the text that tells a user why the source failed.
     virtual const char* FailureKey() = 0;
 

@@ -6,7 +6,7 @@ set -euo pipefail
 declare -A sets=(
     [build]="cmake ninja-build g++ pkg-config libcli11-dev libpng-dev libjpeg-dev libaravis-dev libusb-1.0-0-dev"
     [demo]="aravis-tools iproute2"
-    [test]="clang libclang-rt-14-dev libgtest-dev aravis-tools iproute2 siril ffmpeg python3 mandoc"
+    [test]="clang libclang-rt-14-dev libgtest-dev aravis-tools iproute2 siril ffmpeg python3 mandoc locales"
     [bench]="libbenchmark-dev"
 )
 

@@ -48,20 +48,13 @@ Session::Session(Engine& engine, const Device& device) : window(engine.Window())
     const vex_device record = {opened.c_str(), display.c_str(), VEX_KIND_CAMERA, 0};
     context = vexcap_device(window, window, &record, nullptr, nullptr, nullptr);
     if (!context) throw Failure(exitNoDevice, "no such camera: " + name);
-    try {
-        Start();
-    } catch (const Failure&) {
+    if (vexcap_start(context, nullptr, 0, 0, 0, 0) < 0) {
         vexcap_stop(context);
-        throw;
+        throw Failure(exitNoDevice, "cannot open the camera \"" + name + "\"; \"vexcap devices\" lists what is there");
     }
 }
 
 Session::~Session() { vexcap_stop(context); }
-
-void Session::Start() {
-    if (vexcap_start(context, nullptr, 0, 0, 0, 0) < 0)
-        throw Failure(exitNoDevice, "cannot open the camera \"" + name + "\"; \"vexcap devices\" lists what is there");
-}
 
 News Session::Wait(int milliseconds, const Signals& signals) {
     pollfd sources[2] = {{vex_window_queue_fd(window), POLLIN, 0}, {signals.Descriptor(), POLLIN, 0}};

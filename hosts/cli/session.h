@@ -67,9 +67,6 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Starts it once more, after its stream was stopped. Failure like the constructor.
-    void Start();
-
     /// Waits until something comes in, at most so long, and takes all that came.
     News Wait(int milliseconds, const Signals& signals);
     /// Waits for the frame behind the next one, which is the first that surely has settings made before this call.
