@@ -1,6 +1,6 @@
 #include "engine/camera_road.h"
 
-#include "engine/engine_fixture.h"
+#include "engine/context_fixture.h"
 
 namespace vexcap {
 namespace {
@@ -29,7 +29,7 @@ TEST(FrameRateValue, WithoutACapNoBoundApplies) { EXPECT_EQ(frameRateValue(50, 2
 TEST(FrameRateValue, TruncatesThePercentage) { EXPECT_EQ(frameRateValue(25, 99, 0), 24u); }
 TEST(FrameRateValue, ACapOfOneStillGivesTwo) { EXPECT_EQ(frameRateValue(25, 100, 1), 2u); }
 
-class CameraRoadTest : public EngineFixture {
+class CameraRoadTest : public ContextFixture {
 protected:
     /// Size that the preview sink has after a start, read off a frame that it takes without copying.
     std::pair<uint32_t, uint32_t> sinkSize() {

@@ -2,7 +2,7 @@
 
 #include "base/text.h"
 #include "engine/camera_road.h"
-#include "engine/report.h"
+#include "engine/state/report.h"
 
 namespace vexcap {
 namespace {

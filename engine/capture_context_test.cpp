@@ -1,11 +1,11 @@
 #include "engine/capture_context.h"
 
-#include "engine/engine_fixture.h"
+#include "engine/context_fixture.h"
 
 namespace vexcap {
 namespace {
 
-class CaptureContextTest : public EngineFixture {
+class CaptureContextTest : public ContextFixture {
 protected:
     std::unique_ptr<CaptureContext> create(const vex_char* name, const vex_char* display, uint32_t kind) {
         const vex_device device = {name, display, kind, 0};

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 #include "frame/frame_render.h"
 #include "recording/recording.h"
 

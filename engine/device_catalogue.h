@@ -3,7 +3,7 @@
 
 #include <vexcap/records.h>
 
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 
 namespace vexcap {
 

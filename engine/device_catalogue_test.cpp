@@ -1,7 +1,7 @@
 #include "engine/device_catalogue.h"
 
 #include "base/text.h"
-#include "engine/engine_fixture.h"
+#include "engine/state/engine_fixture.h"
 
 namespace vexcap {
 namespace {

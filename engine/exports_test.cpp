@@ -1,6 +1,6 @@
 #include <vexcap/vexcap.h>
 
-#include "engine/engine_fixture.h"
+#include "engine/state/engine_fixture.h"
 
 namespace vexcap {
 namespace {

@@ -1,5 +1,5 @@
 // The top of the house: hands the adapters of this system to the engine when the library is loaded.
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 #include "platform/linux/platform.h"
 
 namespace {

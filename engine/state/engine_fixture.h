@@ -1,15 +1,14 @@
-// What the engine's tests share: an engine over fakes, a host's two windows, and a scripted camera.
+// What the tests of the engine and of the folders above its state share: an engine over fakes, a host's windows, and a
+// scripted camera library.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "engine/capture_context.h"
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 #include "platform/fake/fake_camera.h"
 #include "platform/fake/fake_platform.h"
 #include "platform/fake/fake_window.h"
@@ -46,19 +45,6 @@ protected:
     }
 
     HRESULT init() { return engine.Init(arguments); }
-
-    std::unique_ptr<CaptureContext> makeContext(const vex_char* name = u"$camera", uint32_t kind = VEX_KIND_CAMERA) {
-        const vex_device device = {name, u"A camera", kind, 0};
-        return CaptureContext::Create(engine, owner.native(), preview.native(), &device, nullptr, nullptr, nullptr);
-    }
-
-    /// A context of the scripted camera whose preview runs.
-    std::unique_ptr<CaptureContext> startedContext() {
-        init();
-        auto context = makeContext();
-        EXPECT_EQ(context->Start(nullptr, 0, 0, 0, 0).code(), S_OK);
-        return context;
-    }
 
     /// Texts of the boxes that were shown.
     std::vector<std::u16string> boxes() const {

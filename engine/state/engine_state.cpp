@@ -1,4 +1,4 @@
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 
 #include <algorithm>
 #include <clocale>

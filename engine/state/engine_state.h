@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "engine/network_library.h"
+#include "engine/state/network_library.h"
 #include "platform/platform.h"
 
 namespace vexcap {

@@ -1,6 +1,6 @@
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 
-#include "engine/engine_fixture.h"
+#include "engine/state/engine_fixture.h"
 
 namespace vexcap {
 namespace {

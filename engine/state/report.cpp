@@ -1,4 +1,4 @@
-#include "engine/report.h"
+#include "engine/state/report.h"
 
 #include <string>
 

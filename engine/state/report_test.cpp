@@ -1,6 +1,6 @@
-#include "engine/report.h"
+#include "engine/state/report.h"
 
-#include "engine/engine_fixture.h"
+#include "engine/state/engine_fixture.h"
 
 namespace vexcap {
 namespace {

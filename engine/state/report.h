@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "engine/engine_state.h"
+#include "engine/state/engine_state.h"
 
 namespace vexcap {
 
