@@ -58,7 +58,9 @@ function(vexcap_test name)
     add_executable(${name} ${ARG_SOURCES})
     vexcap_uses(${name} PRIVATE vexcap_options ${ARG_USES} GTest::gtest GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+    # The user's own settings and documents are none of a test's business.
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
+        ENVIRONMENT "HOME=${CMAKE_BINARY_DIR}/home;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/home/config")
 endfunction()
 
 # Links targets; a name without a target of its own means the library of the folder with this name.

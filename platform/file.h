@@ -36,6 +36,8 @@ struct IFileSystem {
     virtual ~IFileSystem() = default;
     /// Makes a file for writing, or empties the one that is there. No other writer of this library gets it meanwhile.
     virtual Result<std::unique_ptr<IFile>> Create(std::u16string_view path) = 0;
+    /// Opens an existing file for writing and leaves what is in it. No other writer of this library gets it meanwhile.
+    virtual Result<std::unique_ptr<IFile>> Update(std::u16string_view path) = 0;
     /// Opens an existing file for reading.
     virtual Result<std::unique_ptr<IFile>> Open(std::u16string_view path) = 0;
     virtual Status Remove(std::u16string_view path) = 0;

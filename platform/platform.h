@@ -2,7 +2,10 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/dialogs.h"
+#include "platform/encoder_catalogue.h"
 #include "platform/file.h"
+#include "platform/folders.h"
 #include "platform/loader.h"
 #include "platform/message_box.h"
 #include "platform/settings.h"
@@ -16,9 +19,12 @@ struct Platform {
     ILoader& loader;
     IClock& clock;
     IFileSystem& files;
+    IFolders& folders;
     ISettings& settings;
     ISystemInfo& system;
     IMessageBox& messageBox;
+    IDialogs& dialogs;
+    IEncoderCatalogue& encoders;
     ISharedTextures& textures;
 };
 

@@ -145,7 +145,7 @@ TEST_F(RecordingTest, ATimeLimitHoldsAcrossTheWrapOfTheTick) {
 
 TEST_F(RecordingTest, TheHookAllocatesNothing) {
     LinuxFileSystem disk;
-    Platform onDisk = {fakes.loader, fakes.clock, disk, fakes.settings, fakes.system, fakes.messageBox, fakes.textures};
+    Platform onDisk = fakes.portsOn(disk);
     Recording real(onDisk, playState);
     const std::u16string path = toUtf16(testing::TempDir() + "vexcap-hook-" + std::to_string(getpid()) + ".ser");
     real.Prepare({.fullPath = path, .timeLapse = 2});

@@ -9,6 +9,7 @@
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_disk.h"
+#include "recording/null_disk.h"
 
 namespace vexcap {
 namespace {
@@ -400,29 +401,12 @@ TEST_F(SerWriterTest, TheTimesAreTicksSinceTheYearOneAndTellTheirKind) {
     EXPECT_EQ(le64(file, 170), ticksAtNoon | 0x4000000000000000);
 }
 
-/// Takes everything and keeps nothing.
-struct NullFile final : IFile {
-    Status WriteAt(uint64_t, Bytes) override { return S_OK; }
-    Status WriteGathered(uint64_t, std::span<const Bytes>) override { return S_OK; }
-    Result<size_t> ReadAt(uint64_t, std::span<std::byte>) override { return E_NOTIMPL; }
-    Status Reserve(uint64_t, uint64_t) override { return S_OK; }
-    Status Resize(uint64_t) override { return S_OK; }
-    Result<uint64_t> Size() override { return E_NOTIMPL; }
-};
-struct NullFileSystem final : IFileSystem {
-    Result<std::unique_ptr<IFile>> Create(std::u16string_view) override {
-        return std::unique_ptr<IFile>(std::make_unique<NullFile>());
-    }
-    Result<std::unique_ptr<IFile>> Open(std::u16string_view) override { return E_NOTIMPL; }
-    Status Remove(std::u16string_view) override { return S_OK; }
-};
-
 TEST_F(SerWriterTest, NoFrameAllocates) {
     const size_t none = allocations();
     ::operator delete(::operator new(100));
     ASSERT_GT(allocations(), none) << "allocations are not counted here";
 
-    NullFileSystem nowhere;
+    NullDisk nowhere;
     SerFormat shifted = wideMono12;
     shifted.shiftToMsb = true;
     shifted.littleEndian = 1;

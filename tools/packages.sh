@@ -4,10 +4,12 @@
 set -euo pipefail
 
 declare -A sets=(
-    [build]="cmake ninja-build g++ pkg-config libcli11-dev libpng-dev libjpeg-dev libaravis-dev libusb-1.0-0-dev"
+    [build]="cmake ninja-build g++ pkg-config libcli11-dev libpng-dev libjpeg-dev libaravis-dev libusb-1.0-0-dev
+        libtomlplusplus-dev gettext"
     [demo]="aravis-tools iproute2"
-    [test]="clang libclang-rt-14-dev libgtest-dev aravis-tools iproute2 siril ffmpeg python3 mandoc locales"
-    [bench]="libbenchmark-dev"
+    [test]="clang libclang-rt-14-dev libgtest-dev aravis-tools iproute2 siril ffmpeg python3 mandoc locales
+        mediainfo gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
+    [bench]="libbenchmark-dev libavformat-dev libavcodec-dev libavutil-dev"
 )
 
 missing=()

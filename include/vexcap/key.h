@@ -1,4 +1,5 @@
-/// Where settings are kept.
+/// Where settings are kept: below a root, in TOML files that users may edit. SOFTWARE/company/product/vexcap.toml is
+/// that of a host.
 #ifndef VEXCAP_KEY_H
 #define VEXCAP_KEY_H
 

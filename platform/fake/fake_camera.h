@@ -36,6 +36,9 @@ public:
     uint32_t rawFourcc = 0, rawDepth = 8;
     uint32_t rateFrames = 0, rateMilliseconds = 0, rateTotal = 0;
     HRESULT rateResult = S_OK;
+    uint32_t resolution = 0;                                ///< Index of the present one.
+    std::map<uint32_t, uint32_t> largestRates = {{0, 30}};  ///< By resolution.
+    uint32_t exposure = 0;                                  ///< Microseconds, 0 when it cannot be told.
 
     // What was asked.
     std::vector<std::string> calls;
@@ -59,7 +62,7 @@ public:
     void deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still = 0) {
         void *display = nullptr, *raw = nullptr, *deep = nullptr;
         bufferCallback(still, &display, &raw, &deep, context);
-        if (display) std::memset(display, fill, size_t(frameWidth) * 3);
+        if (display) std::memset(display, fill, size_t(frameWidth) * 3 * frameHeight);
         const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
         frameCallback(display, &info, still, raw, deep, 0, 0, 7, context);
     }
@@ -88,9 +91,11 @@ public:
         *h = height;
         return sizeResult;
     }
-    HRESULT GetEsize(uint32_t* index) override { return *index = 0, S_OK; }
+    HRESULT GetEsize(uint32_t* index) override { return *index = resolution, S_OK; }
     HRESULT GetWhiteBalanceGains(int32_t*) override { return E_NOTIMPL; }
-    HRESULT GetExposureTime(uint32_t*) override { return E_NOTIMPL; }
+    HRESULT GetExposureTime(uint32_t* microseconds) override {
+        return *microseconds = exposure, exposure ? S_OK : E_NOTIMPL;
+    }
     int32_t GetResolutionCount() override { return resolutionCount; }
     HRESULT GetResolution(uint32_t index, int32_t* w, int32_t* h) override {
         *w = width >> index;
@@ -152,7 +157,11 @@ public:
 
     HRESULT GetState(uint32_t* out) override { return *out = state, S_OK; }
     HRESULT GetLostFrames(uint32_t* lost) override { return *lost = 0, S_OK; }
-    HRESULT GetMaxFrameRate(uint32_t, uint32_t* rate) override { return *rate = 30, S_OK; }
+    HRESULT GetMaxFrameRate(uint32_t index, uint32_t* rate) override {
+        const auto found = largestRates.find(index);
+        if (found == largestRates.end()) return E_NOTIMPL;
+        return *rate = found->second, S_OK;
+    }
     HRESULT GetStillSize(uint32_t* w, uint32_t* h) override {
         *w = stillWidth;
         *h = stillHeight;

@@ -197,6 +197,19 @@ Result<std::unique_ptr<IFile>> FakeDisk::Create(std::u16string_view path) {
     return std::unique_ptr<IFile>(std::make_unique<FakeFile>(state, std::move(node), path, true));
 }
 
+Result<std::unique_ptr<IFile>> FakeDisk::Update(std::u16string_view path) {
+    MutexGuard guard(state->lock);
+    Status s = checkedPath(path, VEX_E_FILE_NOT_FOUND);
+    if (s.ok()) s = state->Scripted(Kind::Update);
+    const auto found = state->nodes.find(path);
+    if (s.ok() && found == state->nodes.end()) s = VEX_E_FILE_NOT_FOUND;
+    if (s.ok() && found->second->beingWritten) s = VEX_E_BUSY;
+    s = state->Note({.kind = Kind::Update, .path = std::u16string(path)}, s);
+    if (!s.ok()) return s;
+    found->second->beingWritten = true;
+    return std::unique_ptr<IFile>(std::make_unique<FakeFile>(state, found->second, path, true));
+}
+
 Result<std::unique_ptr<IFile>> FakeDisk::Open(std::u16string_view path) {
     MutexGuard guard(state->lock);
     Status s = checkedPath(path, VEX_E_FILE_NOT_FOUND);

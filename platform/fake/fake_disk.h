@@ -13,7 +13,7 @@ namespace vexcap {
 
 /// One thing that was asked of the disk.
 struct DiskOperation {
-    enum class Kind { Create, Open, Write, Read, Reserve, Resize, Remove, Close };
+    enum class Kind { Create, Update, Open, Write, Read, Reserve, Resize, Remove, Close };
     Kind kind;
     std::u16string path;
     uint64_t position = 0;
@@ -30,6 +30,7 @@ public:
     ~FakeDisk() override;
 
     Result<std::unique_ptr<IFile>> Create(std::u16string_view path) override;
+    Result<std::unique_ptr<IFile>> Update(std::u16string_view path) override;
     Result<std::unique_ptr<IFile>> Open(std::u16string_view path) override;
     Status Remove(std::u16string_view path) override;
 

@@ -1,4 +1,4 @@
-// A box that nobody has to click away: it keeps what it was to show.
+// Boxes that nobody has to click away: they keep what they were to show.
 #pragma once
 
 #include <functional>
@@ -24,12 +24,19 @@ public:
         if (whileOpen) whileOpen();
     }
 
+    bool Ask(vex_window* owner, std::u16string_view text, std::u16string_view title) override {
+        asked.push_back({owner, std::u16string(text), std::u16string(title)});
+        return answer;
+    }
+
     std::u16string Describe(HRESULT code) override {
         const auto found = descriptions.find(code);
         return found == descriptions.end() ? std::u16string() : found->second;
     }
 
     std::vector<Shown> shown;
+    std::vector<Shown> asked;
+    bool answer = false;                             ///< To every question: true is yes.
     std::map<HRESULT, std::u16string> descriptions;  ///< What Describe knows.
     std::function<void()> whileOpen;                 ///< What happens while the box waits for its user.
 };

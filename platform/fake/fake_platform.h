@@ -2,7 +2,10 @@
 #pragma once
 
 #include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_dialogs.h"
 #include "platform/fake/fake_disk.h"
+#include "platform/fake/fake_encoder_catalogue.h"
+#include "platform/fake/fake_folders.h"
 #include "platform/fake/fake_loader.h"
 #include "platform/fake/fake_message_box.h"
 #include "platform/fake/fake_settings.h"
@@ -16,13 +19,20 @@ struct FakePlatform {
     FakeLoader loader;
     FakeClock clock;
     FakeDisk files;
+    FakeFolders folders;
     FakeSettings settings;
     FakeSystemInfo system;
     FakeMessageBox messageBox;
+    FakeDialogs dialogs;
+    FakeEncoderCatalogue encoders;
     FakeTextures textures;
 
     /// Refers to the fakes above, which must outlive it.
-    Platform ports() { return {loader, clock, files, settings, system, messageBox, textures}; }
+    Platform ports() { return portsOn(files); }
+    /// The same with another disk.
+    Platform portsOn(IFileSystem& disk) {
+        return {loader, clock, disk, folders, settings, system, messageBox, dialogs, encoders, textures};
+    }
 };
 
 }  // namespace vexcap

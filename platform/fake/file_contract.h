@@ -119,6 +119,24 @@ TYPED_TEST_P(FileContract, ResizeCutsAndExtends) {
     EXPECT_EQ(contentOf(this->files(), this->path), std::string("ab\0\0", 4));
 }
 
+TYPED_TEST_P(FileContract, UpdateLeavesWhatIsThereAndTakesChanges) {
+    EXPECT_EQ(written(this->files(), this->path, "abcdef"), "abcdef");
+    auto file = this->files().Update(this->path);
+    ASSERT_TRUE(file.ok());
+    EXPECT_TRUE(file.value()->WriteAt(2, bytesOf("XY")).ok());
+    EXPECT_EQ(contentOf(this->files(), this->path), "abXYef");
+    EXPECT_EQ(this->files().Update(this->path).code(), VEX_E_BUSY);
+    EXPECT_EQ(this->files().Create(this->path).code(), VEX_E_BUSY);
+    EXPECT_EQ(contentOf(this->files(), this->path), "abXYef");
+}
+
+TYPED_TEST_P(FileContract, UpdateMakesNoFile) {
+    EXPECT_EQ(this->files().Update(this->path).code(), VEX_E_FILE_NOT_FOUND);
+    EXPECT_EQ(this->files().Update(u"").code(), VEX_E_FILE_NOT_FOUND);
+    EXPECT_EQ(this->files().Update(this->path + u'\0').code(), E_INVALIDARG);
+    EXPECT_EQ(this->files().Open(this->path).code(), VEX_E_FILE_NOT_FOUND);
+}
+
 TYPED_TEST_P(FileContract, ASecondWriterIsRefusedAndHarmsNothing) {
     auto file = this->create();
     ASSERT_TRUE(file->WriteAt(0, bytesOf("abc")).ok());
@@ -197,7 +215,8 @@ TYPED_TEST_P(FileContract, PositionsOutOfRangeAreRefused) {
 
 REGISTER_TYPED_TEST_SUITE_P(FileContract, WhatWasWrittenIsReadBack, AnEmptyWriteIsNothing, AHoleReadsAsZeros,
                             GatheredPiecesLieOneBehindAnother, ThousandsOfPiecesAreWritten, AReadIsShortOnlyAtTheEnd,
-                            CreateEmptiesTheFileThatIsThere, ReserveChangesNeitherSizeNorContent, ResizeCutsAndExtends,
+                            CreateEmptiesTheFileThatIsThere, UpdateLeavesWhatIsThereAndTakesChanges, UpdateMakesNoFile,
+                            ReserveChangesNeitherSizeNorContent, ResizeCutsAndExtends,
                             ASecondWriterIsRefusedAndHarmsNothing, AFileOpenedForReadingRefusesEveryChange,
                             AReaderDoesNotKeepAWriterAway, AMissingFileIsNotFound, RemoveTakesTheFileAway,
                             AFileMayBeRemovedByItsWriter, APathWithAZeroInItIsRefused, NamesMayHoldAnyCharacter,

@@ -76,6 +76,25 @@ Status cutTo(int fd, uint64_t size) {
     return S_OK;
 }
 
+/// A regular file of this name, locked for its writer.
+Result<UniqueFd> openForWriting(std::u16string_view path, int creation) {
+    const auto name = systemPath(path);
+    if (!name.ok()) return name.status();
+    for (int attempt = 0; attempt < openAttempts; ++attempt) {
+        UniqueFd fd(openRetrying(name.value().c_str(), O_RDWR | creation));
+        if (!fd) return lastError();
+        const auto opened = regularFile(fd.get());
+        if (!opened.ok()) return opened.status();
+        if (const Status s = lockForWriting(fd.get()); !s.ok()) return s;
+        // Its last writer may have removed it meanwhile: what we hold would then be a file without a name.
+        struct stat named = {};
+        if (::stat(name.value().c_str(), &named) == 0 && named.st_ino == opened.value().st_ino &&
+            named.st_dev == opened.value().st_dev)
+            return fd;
+    }
+    return VEX_E_BUSY;
+}
+
 }  // namespace
 
 LinuxFile::LinuxFile(UniqueFd file, Access access)
@@ -167,24 +186,17 @@ Result<uint64_t> LinuxFile::Size() {
 }
 
 Result<std::unique_ptr<IFile>> LinuxFileSystem::Create(std::u16string_view path) {
-    const auto name = systemPath(path);
-    if (!name.ok()) return name.status();
-    for (int attempt = 0; attempt < openAttempts; ++attempt) {
-        UniqueFd fd(openRetrying(name.value().c_str(), O_RDWR | O_CREAT));
-        if (!fd) return errno == ENOENT ? Status(VEX_E_PATH_NOT_FOUND) : lastError();
-        const auto opened = regularFile(fd.get());
-        if (!opened.ok()) return opened.status();
-        // Locked first and emptied then, so that the file of a running recording is left as it is.
-        if (const Status s = lockForWriting(fd.get()); !s.ok()) return s;
-        // Its last writer may have removed it meanwhile: what we hold would then be a file without a name.
-        struct stat named = {};
-        if (::stat(name.value().c_str(), &named) != 0 || named.st_ino != opened.value().st_ino ||
-            named.st_dev != opened.value().st_dev)
-            continue;
-        if (const Status s = cutTo(fd.get(), 0); !s.ok()) return s;
-        return std::unique_ptr<IFile>(std::make_unique<LinuxFile>(std::move(fd), LinuxFile::Access::Write));
-    }
-    return VEX_E_BUSY;
+    auto opened = openForWriting(path, O_CREAT);
+    if (!opened.ok()) return opened.code() == VEX_E_FILE_NOT_FOUND ? VEX_E_PATH_NOT_FOUND : opened.code();
+    // Locked first and emptied then, so that the file of a running recording is left as it is.
+    if (const Status s = cutTo(opened.value().get(), 0); !s.ok()) return s;
+    return std::unique_ptr<IFile>(std::make_unique<LinuxFile>(std::move(opened).value(), LinuxFile::Access::Write));
+}
+
+Result<std::unique_ptr<IFile>> LinuxFileSystem::Update(std::u16string_view path) {
+    auto opened = openForWriting(path, 0);
+    if (!opened.ok()) return opened.status();
+    return std::unique_ptr<IFile>(std::make_unique<LinuxFile>(std::move(opened).value(), LinuxFile::Access::Write));
 }
 
 Result<std::unique_ptr<IFile>> LinuxFileSystem::Open(std::u16string_view path) {

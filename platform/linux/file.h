@@ -6,7 +6,7 @@
 
 namespace vexcap {
 
-/// A regular file. The lock that Create takes goes with the descriptor.
+/// A regular file. The lock that Create and Update take goes with the descriptor.
 class LinuxFile final : public IFile {
 public:
     enum class Access { Read, Write };
@@ -32,6 +32,7 @@ private:
 class LinuxFileSystem final : public IFileSystem {
 public:
     Result<std::unique_ptr<IFile>> Create(std::u16string_view path) override;
+    Result<std::unique_ptr<IFile>> Update(std::u16string_view path) override;
     Result<std::unique_ptr<IFile>> Open(std::u16string_view path) override;
     Status Remove(std::u16string_view path) override;
 };

@@ -35,6 +35,11 @@ void ConsoleMessageBox::Show(vex_window*, std::u16string_view text, std::u16stri
     std::fprintf(stderr, "%s\n", lines.c_str());
 }
 
+bool ConsoleMessageBox::Ask(vex_window* owner, std::u16string_view text, std::u16string_view title) {
+    Show(owner, text, title);
+    return false;
+}
+
 std::u16string ConsoleMessageBox::Describe(HRESULT code) {
     for (const CodeText& known : codeTexts)
         if (known.code == code) return std::u16string(known.text);

@@ -11,6 +11,13 @@ TEST(ConsoleMessageBox, WritesTitleAndLinesToTheErrorOutput) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "vexcap: It broke.\nhr = 0x80004005.\n");
 }
 
+TEST(ConsoleMessageBox, WritesAQuestionDownAndAnswersNo) {
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(ConsoleMessageBox().Ask(nullptr, u"Replace m31.avi?\r\nIt exists.", u"vexcap"));
+    EXPECT_FALSE(ConsoleMessageBox().Ask(nullptr, u"Sure?", u""));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "vexcap: Replace m31.avi?\nIt exists.\nSure?\n");
+}
+
 TEST(ConsoleMessageBox, DescribesOurCodesAndTheSystems) {
     ConsoleMessageBox box;
     EXPECT_EQ(box.Describe(E_FAIL), u"Unspecified failure");

@@ -2,6 +2,7 @@
 
 #include "platform/linux/clock.h"
 #include "platform/linux/file.h"
+#include "platform/linux/folders.h"
 #include "platform/linux/loader.h"
 #include "platform/linux/message_box.h"
 #include "platform/linux/settings.h"
@@ -16,15 +17,29 @@ struct NoSharedTextures final : ISharedTextures {
     std::unique_ptr<ISharedTexture> Create(void*, void*, void*, uint32_t, uint32_t) override { return nullptr; }
 };
 
+/// Without a user interface every window counts as cancelled.
+struct NoDialogs final : IDialogs {
+    bool Show(vex_window*, IQuickRename&) override { return false; }
+};
+
+/// No encoder is built in.
+struct NoEncoders final : IEncoderCatalogue {
+    EncoderOffer Discover() override { return {}; }
+    std::vector<Compressor> Compressors() override { return {}; }
+};
+
 struct LinuxPlatform {
     LinuxLoader loader;
     LinuxClock clock;
     LinuxFileSystem files;
+    LinuxFolders folders;
     LinuxSettings settings;
     LinuxSystemInfo system;
     ConsoleMessageBox messageBox;
+    NoDialogs dialogs;
+    NoEncoders encoders;
     NoSharedTextures textures;
-    Platform ports = {loader, clock, files, settings, system, messageBox, textures};
+    Platform ports = {loader, clock, files, folders, settings, system, messageBox, dialogs, encoders, textures};
 };
 
 }  // namespace

@@ -1,17 +1,43 @@
 #include "platform/linux/settings.h"
 
-#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <new>
 #include <string>
 #include <system_error>
 
 #include "base/text.h"
 #include "platform/linux/errno_status.h"
+#include "platform/linux/folders.h"
+#include "platform/linux/settings_store.h"
 
 namespace vexcap {
 namespace {
 
-struct DirectoryKey final : ISettingsKey {};
+namespace fs = std::filesystem;
+
+class StoreKey final : public ISettingsKey {
+public:
+    explicit StoreKey(fs::path file) : store(std::move(file)) {}
+
+    std::optional<uint32_t> ReadNumber(std::u16string_view name) override {
+        return findNumber(store.Read(), toUtf8(name));
+    }
+    std::optional<std::u16string> ReadText(std::u16string_view name) override {
+        const auto text = findText(store.Read(), toUtf8(name));
+        return text ? std::optional(toUtf16(*text)) : std::nullopt;
+    }
+    Status WriteNumber(std::u16string_view name, uint32_t value) override { return store.Write(toUtf8(name), value); }
+    Status WriteText(std::u16string_view name, std::u16string_view value) override {
+        return store.Write(toUtf8(name), toUtf8(value));
+    }
+
+private:
+    const SettingsStore store;
+};
 
 std::string fileName(std::u16string_view name) {
     std::string utf8 = toUtf8(name);
@@ -21,24 +47,50 @@ std::string fileName(std::u16string_view name) {
     return utf8;
 }
 
+enum class Kind { Folder, Any };
+
+/// What the directory has under this name, in whatever case; of several the first by their bytes, so that every
+/// program takes the same. `name` as it is when there is none.
+std::string presentName(const fs::path& directory, const std::string& name, Kind kind) {
+    std::string present;
+    std::error_code failure;
+    for (fs::directory_iterator entry(directory, failure), end; !failure && entry != end; entry.increment(failure)) {
+        std::string other = entry->path().filename().native();
+        std::error_code unknown;
+        if (!sameName(other, name) || (kind == Kind::Folder && !entry->is_directory(unknown))) continue;
+        if (present.empty() || other < present) present = std::move(other);
+    }
+    return present.empty() ? name : present;
+}
+
 }  // namespace
 
-std::filesystem::path settingsPath(const std::filesystem::path& root, std::u16string_view path) {
-    std::filesystem::path result = root;
-    for (size_t start = 0; start <= path.size();) {
-        const size_t end = std::min(path.find(u'\\', start), path.size());
-        result /= fileName(path.substr(start, end - start));
-        start = end + 1;
+fs::path settingsPath(const fs::path& root, std::u16string_view path) {
+    fs::path result = root;
+    for (;;) {
+        const size_t end = path.find(u'\\');
+        std::string name = fileName(path.substr(0, end));
+        if (end == path.npos) {
+            // The file is made later, by the first write: until then nothing shows how another program spells it.
+            std::transform(name.begin(), name.end(), name.begin(), lowered);
+            return result / presentName(result, name + ".toml", Kind::Any);
+        }
+        result /= presentName(result, name, Kind::Folder);
+        path.remove_prefix(end + 1);
     }
-    return result;
 }
 
 Result<std::unique_ptr<ISettingsKey>> LinuxSettings::CreateKey(vex_key* root, std::u16string_view path) {
     if (!root) return E_INVALIDARG;
+    // Where it is now: the host may change its current directory.
     std::error_code failure;
-    std::filesystem::create_directories(settingsPath(root->directory, path), failure);
+    const fs::path directory = fs::absolute(root->directory, failure);
     if (failure) return statusFromErrno(failure.value());
-    return std::unique_ptr<ISettingsKey>(std::make_unique<DirectoryKey>());
+    fs::path file = settingsPath(directory, path);
+    const fs::path folder = file.parent_path();
+    if (const Status s = makeFolders(folder, 0700); !s.ok()) return s;
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return statusFromErrno(errno);
+    return std::unique_ptr<ISettingsKey>(std::make_unique<StoreKey>(std::move(file)));
 }
 
 }  // namespace vexcap
@@ -55,10 +107,10 @@ vex_key* vex_key_directory(const char* path) {
 vex_key* vex_key_user(void) {
     try {
         // A relative value counts as not set, as the base directory rules say.
-        if (const char* const config = std::getenv("XDG_CONFIG_HOME"); config && *config == '/')
-            return vex_key_directory(config);
-        const char* const home = std::getenv("HOME");
-        return home && *home ? vex_key_directory((std::filesystem::path(home) / ".config").c_str()) : nullptr;
+        if (auto configuration = vexcap::environmentFolder("XDG_CONFIG_HOME"))
+            return new vex_key{*std::move(configuration)};
+        const auto home = vexcap::environmentFolder("HOME");
+        return home ? new vex_key{*home / ".config"} : nullptr;
     } catch (...) {
         return nullptr;
     }

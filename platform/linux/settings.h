@@ -1,4 +1,4 @@
-// Settings as directories and files below a root.
+// Settings as directories and TOML files below a root.
 #pragma once
 
 #include <filesystem>
@@ -7,13 +7,14 @@
 
 namespace vexcap {
 
-/// Host's thread.
+/// The node A\b is the file A/b.toml. Host's thread.
 struct LinuxSettings final : ISettings {
     Result<std::unique_ptr<ISettingsKey>> CreateKey(vex_key* root, std::u16string_view path) override;
 };
 
-/// Where the node `path` ('\' between its names) lies below `root`. A name cannot lead out of it: what a file name
-/// cannot hold becomes '_'.
+/// The file of the node `path` ('\' between its names) below `root`. A folder or file that is there and differs in the
+/// case of ASCII letters only is the one that is meant; else the file's name is in lower case. A name cannot lead out
+/// of the root: what a file name cannot hold becomes '_'.
 std::filesystem::path settingsPath(const std::filesystem::path& root, std::u16string_view path);
 
 }  // namespace vexcap

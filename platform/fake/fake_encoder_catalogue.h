@@ -1,0 +1,16 @@
+// Encoders that a test makes up.
+#pragma once
+
+#include "platform/encoder_catalogue.h"
+
+namespace vexcap {
+
+struct FakeEncoderCatalogue final : IEncoderCatalogue {
+    EncoderOffer Discover() override { return offer; }
+    std::vector<Compressor> Compressors() override { return compressors; }
+
+    EncoderOffer offer;
+    std::vector<Compressor> compressors;
+};
+
+}  // namespace vexcap
