@@ -36,7 +36,7 @@ TEST(OwnedSink, AFrameWithoutABufferIsIgnoredButPassedOn) {
     EXPECT_EQ(calls.size(), 1u);
 }
 
-TEST(OwnedSink, AFrameThatIsLargerThanTheBufferIsIgnoredButPassedOn) {
+TEST(OwnedSink, AFrameThatIsLargerThanTheBufferIsIgnored) {
     SinkRig rig(SinkMode::Owned);
     rig.setVideoSize(width, height);
     FrameCalls calls;
@@ -45,7 +45,7 @@ TEST(OwnedSink, AFrameThatIsLargerThanTheBufferIsIgnoredButPassedOn) {
     rig.receive(lent, width, height + 1);
     EXPECT_TRUE(rig.messages().empty());
     EXPECT_EQ(rig.size(), std::pair(width, height));
-    EXPECT_EQ(calls.size(), 1u);
+    EXPECT_TRUE(calls.empty());
 }
 
 TEST(OwnedSink, TheBufferGrowsWithTheVideoSizeBeforeTheNextFrame) {

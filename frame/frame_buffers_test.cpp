@@ -296,7 +296,9 @@ TEST(PutCapture, BuffersHoldTheLargestFrame) {
 
 // --- every mode
 
-TEST(FrameBuffers, FramesOfHostileSizesAreNotShownButPassedOn) {
+// A size that goes beyond the sink's own buffer would have the recording read beyond it. Memory of the source's own is
+// its word.
+TEST(FrameBuffers, FramesOfHostileSizesAreNotShownAndPassedOnOnlyInTheSourcesOwnMemory) {
     const std::pair<uint32_t, uint32_t> hostile[] = {{UINT32_MAX, UINT32_MAX}, {UINT32_MAX, 1}, {0x10000000, 4},
                                                      {0x15555556, 3},          {0x80000000, 2}, {0x10000, 0x10000}};
     for (const SinkMode mode : everyMode) {
@@ -308,10 +310,11 @@ TEST(FrameBuffers, FramesOfHostileSizesAreNotShownButPassedOn) {
         rig.sink.SetNotify(rig.window.native(), frameMessage, recordFrame, &calls);
         for (const auto& [w, h] : hostile) {
             const Buffers lent = rig.next();
-            rig.receive(lent.display ? lent.display : pixels.data(), w, h);
+            if (lent.display) rig.receive(lent.display, w, h);
             rig.receive(pixels.data(), w, h);
         }
-        EXPECT_EQ(calls.size(), 12u);
+        EXPECT_EQ(calls.size(), 6u);
+        for (const FrameCall& call : calls) EXPECT_EQ(call.frame, pixels.data());
         EXPECT_TRUE(rig.messages().empty());
         EXPECT_EQ(rig.size(), std::pair(width, height));
         EXPECT_EQ(imageOf(rig.sink), pixels);

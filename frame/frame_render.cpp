@@ -141,7 +141,7 @@ void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const v
         return KeepBehindHook(incoming);
     }
     Show(incoming, invalidate);
-    if (told.frame.call) told.frame.call(told.frame.context, frame, frameWidth, frameHeight);
+    if (told.frame.call && FitsItsMemory(incoming)) told.frame.call(told.frame.context, frame, frameWidth, frameHeight);
 }
 
 void CFrameRender::AnnounceTexture() {
@@ -169,6 +169,15 @@ void CFrameRender::KeepBehindHook(const Incoming& incoming) {
     if (mode == SinkMode::Pooled) raw = rawPool.member(incoming.raw);
     rawTag = incoming.tag;
     rawDepth = DepthOf(incoming);
+}
+
+/// False when a source claims a size that the buffer it was lent does not hold: whoever reads the frame by this size
+/// would read beyond. Memory of the source's own is the source's word.
+bool CFrameRender::FitsItsMemory(const Incoming& incoming) {
+    const RecursiveMutexGuard guard(frameLock);
+    const Size size = SizeOf(incoming);
+    const uint64_t bytes = pictureBytes(size.width, size.height, bytesPerPixel);
+    return bytes == 0 || incoming.frame != loan.display.data() || loan.display.holds(bytes);
 }
 
 void CFrameRender::Show(const Incoming& incoming, bool invalidate) {

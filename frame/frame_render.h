@@ -137,6 +137,7 @@ private:
     // frame_render.cpp
     void AnnounceTexture() VEX_EXCLUDES(frameLock);
     void KeepBehindHook(const Incoming& incoming) VEX_EXCLUDES(frameLock);
+    bool FitsItsMemory(const Incoming& incoming) VEX_EXCLUDES(frameLock);
     void Show(const Incoming& incoming, bool invalidate) VEX_EXCLUDES(frameLock);
     void ShowPooled(const Incoming& incoming, Size size, bool invalidate) VEX_REQUIRES(frameLock);
     void ShowOwned(const Incoming& incoming, Size size, bool invalidate) VEX_REQUIRES(frameLock);

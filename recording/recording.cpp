@@ -1,5 +1,7 @@
 #include "recording/recording.h"
 
+#include "base/text.h"
+
 namespace vexcap {
 
 Recording::~Recording() { CloseFileWriters(); }
@@ -13,6 +15,17 @@ void Recording::Prepare(const RecordingPlan& plan) {
     frameCounter = kept = misfits = written = failures = 0;
     bytes = 0;
     lastFailure = S_OK;
+}
+
+Status Recording::OpenAvi(uint32_t width, uint32_t height) {
+    auto writer = AviFile::create(platform.files, file, {.width = width, .height = height});
+    if (!writer.ok()) return E_FAIL;
+    aviWidth = width;
+    aviHeight = height;
+    RecursiveMutexGuard guard(captureLock);
+    aviSink = std::move(writer).value();
+    aviOpen = true;
+    return S_OK;
 }
 
 Status Recording::OpenSer(std::u16string_view device, uint32_t fourcc, uint32_t depth, uint32_t width,
@@ -37,11 +50,23 @@ void Recording::Begin(CaptureMode newMode) {
 }
 
 void Recording::CloseFileWriters() {
+    const auto finish = [this](auto& writer, std::atomic<bool>& open) {
+        if (!writer) return;
+        if (const Status s = writer->close(); !s.ok()) lastFailure = s.code();
+        writer.reset();
+        open = false;
+    };
     RecursiveMutexGuard guard(captureLock);
-    if (!serWriter) return;
-    if (const Status s = serWriter->close(); !s.ok()) lastFailure = s.code();
-    serWriter.reset();
-    serOpen = false;
+    finish(serWriter, serOpen);
+    finish(aviSink, aviOpen);
+}
+
+void Recording::StoreRealRate() {
+    constexpr uint32_t shortest = 1000;  // milliseconds; below it the rate would be guesswork
+    if (!written || !startTick || !endsWithExtension(file, ".avi")) return;
+    const uint32_t elapsed = platform.clock.Tick() - startTick;
+    if (elapsed <= shortest) return;
+    if (const Status s = storeRealRate(platform.files, file, elapsed); !s.ok()) lastFailure = s.code();
 }
 
 void Recording::Clear() {
@@ -53,26 +78,18 @@ void Recording::Clear() {
     bytes = 0;
 }
 
-bool Recording::Keep() {
+bool Recording::LimitIsFull() const {
     const uint32_t limit = framesAtMost;
-    if (limit && kept >= limit) return false;
-    if (frameCounter++ % timeLapse) return false;
-    ++kept;
-    return true;
+    return limit && kept >= limit;
 }
 
-void Recording::onRawFrame(const void* raw, uint32_t width, uint32_t height, uint32_t depth) {
-    if (!serOpen || playState != 1) return;
-    const size_t frameBytes = size_t(width) * height * (depth > 8 ? 2 : 1);
-    if (width != serWidth || height != serHeight || depth != serDepth || !frameBytes) {
-        // A size change while recording: the file has one size, and reading this frame with it would overrun.
-        ++misfits;
-        return;
-    }
-    if (!Keep()) return;
-    RecursiveMutexGuard guard(captureLock);
-    if (!serWriter) return;
-    const Result<size_t> size = serWriter->writeFrame({static_cast<const std::byte*>(raw), frameBytes});
+bool Recording::IsDue() { return !LimitIsFull() && frameCounter++ % timeLapse == 0; }
+
+template <typename Writer>
+void Recording::Keep(Writer* writer, Bytes frame) {
+    if (!writer || LimitIsFull()) return;
+    ++kept;
+    const Result<size_t> size = writer->writeFrame(frame);
     if (size.ok()) {
         ++written;
         bytes += size.value();
@@ -82,10 +99,34 @@ void Recording::onRawFrame(const void* raw, uint32_t width, uint32_t height, uin
     }
 }
 
+void Recording::onRgbFrame(const void* rgb, uint32_t width, uint32_t height) {
+    if (!aviOpen || playState != 1) return;
+    if (width != aviWidth || height != aviHeight) {
+        // A size change while recording: the file has one size, and reading this frame with it would overrun.
+        ++misfits;
+        return;
+    }
+    if (!IsDue()) return;
+    RecursiveMutexGuard guard(captureLock);
+    Keep(aviSink.get(), {static_cast<const std::byte*>(rgb), size_t(aviFrameBytes(width, height))});
+}
+
+void Recording::onRawFrame(const void* raw, uint32_t width, uint32_t height, uint32_t depth) {
+    if (!serOpen || playState != 1) return;
+    const size_t frameBytes = size_t(width) * height * (depth > 8 ? 2 : 1);
+    if (width != serWidth || height != serHeight || depth != serDepth || !frameBytes) {
+        ++misfits;  // as above
+        return;
+    }
+    if (!IsDue()) return;
+    RecursiveMutexGuard guard(captureLock);
+    Keep(serWriter.get(), {static_cast<const std::byte*>(raw), frameBytes});
+}
+
 bool Recording::LimitReached() const {
-    const uint32_t seconds = secondsAtMost, frames = framesAtMost;
+    const uint32_t seconds = secondsAtMost;
     const bool timeUp = seconds && (platform.clock.Tick() - startTick) / 1000 >= seconds;
-    return timeUp || (mode > captureGraph && frames && kept >= frames);
+    return timeUp || (mode > captureGraph && LimitIsFull());
 }
 
 bool Recording::Counts(vex_recording_counts& counts) const {

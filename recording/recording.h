@@ -1,4 +1,4 @@
-// One recording of a context: its limits, its counters, its writer, and the hooks that frames come through.
+// One recording of a context: its limits, its counters, its writers, and the hooks that frames come through.
 #pragma once
 
 #include <vexcap/records.h>
@@ -10,6 +10,7 @@
 
 #include "base/mutex.h"
 #include "platform/platform.h"
+#include "recording/avi_file.h"
 #include "recording/ser_writer.h"
 
 namespace vexcap {
@@ -25,8 +26,8 @@ struct RecordingPlan {
     uint32_t timeLapse = 1;   ///< Keep one frame in this many.
 };
 
-/// Host's thread, but for onRawFrame, which runs on the source's. Counters and limits are atomic; the writer is behind
-/// captureLock, which is the outermost lock.
+/// Host's thread, but for onRgbFrame and onRawFrame, which run on the source's. Counters and limits are atomic; the
+/// writers are behind captureLock, which is the outermost lock.
 class Recording {
 public:
     /// Frames are taken while the context's play state is 1.
@@ -38,15 +39,21 @@ public:
 
     /// Takes path and limits over and clears the counters. A writer of an earlier recording is finished first.
     void Prepare(const RecordingPlan& plan);
+    /// Makes the AVI file. E_FAIL when it cannot be made.
+    Status OpenAvi(uint32_t width, uint32_t height);
     /// Makes the SER file. E_FAIL when it cannot be made.
     Status OpenSer(std::u16string_view device, uint32_t fourcc, uint32_t depth, uint32_t width, uint32_t height);
     /// The start tick and the mode; from now on the accessors answer.
     void Begin(CaptureMode mode);
     /// Finishes the file: once it returned, it is whole. What went wrong then stays readable in Counts.
     void CloseFileWriters();
+    /// Puts the real frame rate into an AVI file that was finished, when it was recorded for more than a second.
+    void StoreRealRate();
     /// Clears mode, limits and counters; Counts keeps its answer.
     void Clear();
 
+    /// A display picture, 24 bits a pixel, rows bottom-up and padded to four bytes.
+    void onRgbFrame(const void* rgb, uint32_t width, uint32_t height) VEX_EXCLUDES(captureLock);
     /// A raw frame of the sensor, rows tight, samples of `depth` bits.
     void onRawFrame(const void* raw, uint32_t width, uint32_t height, uint32_t depth) VEX_EXCLUDES(captureLock);
 
@@ -65,8 +72,12 @@ public:
     bool Counts(vex_recording_counts& counts) const;
 
 private:
-    /// Limits and time lapse: true when this frame is to be kept, which is counted.
-    bool Keep();
+    bool LimitIsFull() const;
+    /// Limits and time lapse: true when this frame, which is counted as offered, is to be kept.
+    bool IsDue();
+    /// Counts the frame as kept and writes it, unless the recording ended while it waited for the lock.
+    template <typename Writer>
+    void Keep(Writer* writer, Bytes frame) VEX_REQUIRES(captureLock);
 
     Platform& platform;
     const std::atomic<uint32_t>& playState;
@@ -87,12 +98,16 @@ private:
     std::atomic<uint32_t> failures = 0;  ///< Frames that the disk refused.
     std::atomic<uint64_t> bytes = 0;
     std::atomic<HRESULT> lastFailure = S_OK;
+    std::atomic<bool> aviOpen = false;
+    std::atomic<uint32_t> aviWidth = 0;
+    std::atomic<uint32_t> aviHeight = 0;
     std::atomic<bool> serOpen = false;
     std::atomic<uint32_t> serWidth = 0;
     std::atomic<uint32_t> serHeight = 0;
     std::atomic<uint32_t> serDepth = 0;
 
     RecursiveMutex captureLock;
+    std::unique_ptr<AviFile> aviSink VEX_GUARDED_BY(captureLock);
     std::unique_ptr<SerWriter> serWriter VEX_GUARDED_BY(captureLock);
 };
 

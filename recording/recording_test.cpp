@@ -143,26 +143,190 @@ TEST_F(RecordingTest, ATimeLimitHoldsAcrossTheWrapOfTheTick) {
     EXPECT_TRUE(recording.LimitReached());
 }
 
-TEST_F(RecordingTest, TheHookAllocatesNothing) {
+TEST_F(RecordingTest, TheHooksAllocateNothing) {
     LinuxFileSystem disk;
     Platform onDisk = fakes.portsOn(disk);
+    const std::u16string stem = toUtf16(testing::TempDir() + "vexcap-hook-" + std::to_string(getpid()));
     Recording real(onDisk, playState);
-    const std::u16string path = toUtf16(testing::TempDir() + "vexcap-hook-" + std::to_string(getpid()) + ".ser");
-    real.Prepare({.fullPath = path, .timeLapse = 2});
+    frame.resize(192);  // a picture needs more than a raw frame
+    const auto offerAll = [&](const std::u16string& path) {
+        real.Begin(captureFrameSink);
+        const auto offerBoth = [&](uint32_t width) {
+            real.onRawFrame(frame.data(), width, 4, 8);
+            real.onRgbFrame(frame.data(), width, 4);
+        };
+        offerBoth(16);
+        const size_t before = allocations();
+        for (int i = 0; i < 1000; ++i) {
+            offerBoth(16);
+            offerBoth(32);  // a misfit
+        }
+        EXPECT_EQ(allocations(), before);
+        vex_recording_counts result = {};
+        real.Counts(result);
+        EXPECT_EQ(result.written, 501u);
+        real.CloseFileWriters();
+        EXPECT_TRUE(disk.Remove(path).ok());
+    };
+    real.Prepare({.fullPath = stem + u".ser", .timeLapse = 2});
     ASSERT_TRUE(real.OpenSer(u"Camera", 0, 8, 16, 4).ok());
-    real.Begin(captureFrameSink);
-    real.onRawFrame(frame.data(), 16, 4, 8);
-    const size_t before = allocations();
-    for (int i = 0; i < 1000; ++i) {
-        real.onRawFrame(frame.data(), 16, 4, 8);
-        real.onRawFrame(frame.data(), 32, 4, 8);  // a misfit
+    offerAll(stem + u".ser");
+    real.Prepare({.fullPath = stem + u".avi", .timeLapse = 2});
+    ASSERT_TRUE(real.OpenAvi(16, 4).ok());
+    offerAll(stem + u".avi");
+}
+
+/// The same recording, of display pictures in an AVI file. 16x4 pixels are 192 bytes.
+class AviRecordingTest : public RecordingTest {
+protected:
+    void start(const RecordingPlan& plan = {.fullPath = path}) {
+        recording.Prepare(plan);
+        ASSERT_TRUE(recording.OpenAvi(16, 4).ok());
+        recording.Begin(captureFrameSink);
     }
-    EXPECT_EQ(allocations(), before);
-    vex_recording_counts result = {};
-    real.Counts(result);
-    EXPECT_EQ(result.written, 501u);
-    real.CloseFileWriters();
-    EXPECT_TRUE(disk.Remove(path).ok());
+    void offer(uint8_t fill = 0) {
+        std::fill(picture.begin(), picture.end(), fill);
+        recording.onRgbFrame(picture.data(), 16, 4);
+    }
+    void end() {
+        recording.CloseFileWriters();
+        recording.StoreRealRate();
+        recording.Clear();
+    }
+    uint32_t field(size_t offset) const {
+        const auto bytes = fakes.files.bytes(path);
+        return bytes.at(offset) | uint32_t(bytes.at(offset + 1)) << 8 | uint32_t(bytes.at(offset + 2)) << 16 |
+               uint32_t(bytes.at(offset + 3)) << 24;
+    }
+    /// First byte of each frame in the file.
+    std::vector<int> fills() const {
+        std::vector<int> result;
+        const auto bytes = fakes.files.bytes(path);
+        for (uint32_t i = 0; i < field(lengthOffset); ++i)
+            result.push_back(bytes.at(AviFile::headerBytes + i * (8 + picture.size()) + 8));
+        return result;
+    }
+
+    static constexpr char16_t path[] = u"a.AVI";
+    static constexpr size_t scaleOffset = 128, rateOffset = 132, lengthOffset = 140;
+    std::vector<uint8_t> picture = std::vector<uint8_t>(192);
+};
+
+TEST_F(AviRecordingTest, AFrameLimitKeepsExactlySoManyFrames) {
+    start({.fullPath = path, .frameLimit = 3});
+    for (int i = 0; i < 10; ++i) offer(uint8_t(i));
+    EXPECT_TRUE(recording.LimitReached());
+    EXPECT_EQ(recording.frameCount(), 3u);
+    end();
+    EXPECT_EQ(fills(), (std::vector<int>{0, 1, 2}));
+}
+
+TEST_F(AviRecordingTest, TimeLapseKeepsTheFirstFrameAndEachOneAfterSoMany) {
+    start({.fullPath = path, .timeLapse = 5});
+    for (int i = 0; i < 12; ++i) offer(uint8_t(i));
+    EXPECT_EQ(counts().kept, 3u);
+    end();
+    EXPECT_EQ(fills(), (std::vector<int>{0, 5, 10}));
+}
+
+TEST_F(AviRecordingTest, FramesOfAnotherSizeAreDroppedAndToldAsLost) {
+    start();
+    offer(1);
+    recording.onRgbFrame(picture.data(), 0, 0);
+    recording.onRgbFrame(picture.data(), 16, 5);
+    recording.onRgbFrame(picture.data(), 4, 16);  // as many pixels in another shape
+    offer(2);
+    EXPECT_EQ(counts().kept, 2u);
+    EXPECT_EQ(counts().lost, 3u);
+    EXPECT_EQ(counts().bytes, 2 * picture.size());
+    end();
+    EXPECT_EQ(fills(), (std::vector<int>{1, 2}));
+}
+
+TEST_F(AviRecordingTest, APausedContextDropsFramesWithoutCountingThem) {
+    start();
+    playState = 2;
+    offer(1);
+    EXPECT_EQ(counts().offered, 0u);
+    playState = 1;
+    offer(2);
+    end();
+    EXPECT_EQ(fills(), std::vector<int>{2});
+}
+
+TEST_F(AviRecordingTest, EachHookFeedsItsOwnFileOnly) {
+    start();
+    RecordingTest::offer(1);  // a raw frame
+    EXPECT_EQ(counts().offered, 0u);
+    end();
+    RecordingTest::start();
+    offer(1);  // a picture
+    EXPECT_EQ(counts().offered, 0u);
+    end();
+}
+
+TEST_F(AviRecordingTest, AFrameThatCannotBeWrittenCountsAsKeptAndAsLost) {
+    start();
+    offer(1);
+    fakes.files.failWrite(2);  // after the header and the first frame
+    offer(2);
+    offer(3);
+    EXPECT_EQ(counts().kept, 3u);
+    EXPECT_EQ(counts().written, 2u);
+    EXPECT_EQ(counts().lost, 1u);
+    EXPECT_EQ(counts().lastFailure, VEX_E_DISK_FULL);
+    end();
+    EXPECT_EQ(fills(), (std::vector<int>{1, 3}));
+}
+
+TEST_F(AviRecordingTest, MoreThanASecondGivesTheFileItsRealRate) {
+    start();
+    for (int i = 0; i < 30; ++i) {
+        offer();
+        fakes.clock.advance(50);
+    }
+    end();
+    EXPECT_EQ(field(scaleOffset), 1000u);
+    EXPECT_EQ(field(rateOffset), 20'000u) << "30 frames in 1500 milliseconds";
+    EXPECT_EQ(field(lengthOffset), 30u);
+    EXPECT_EQ(field(32), 40'000u) << "the nominal rate of the main header stays";
+}
+
+TEST_F(AviRecordingTest, ASecondOrLessLeavesTheRateAtItsWrittenValue) {
+    start();
+    offer();
+    fakes.clock.advance(1000);
+    end();
+    EXPECT_EQ(field(scaleOffset), 1'000'000u);
+    EXPECT_EQ(field(rateOffset), 25'000'000u);
+}
+
+TEST_F(AviRecordingTest, NoFrameLeavesTheRateAtItsWrittenValue) {
+    start();
+    fakes.clock.advance(5000);
+    end();
+    EXPECT_EQ(field(scaleOffset), 1'000'000u);
+    EXPECT_EQ(field(rateOffset), 25'000'000u);
+    EXPECT_EQ(field(lengthOffset), 0u);
+}
+
+TEST_F(AviRecordingTest, ARateThatCannotBeStoredIsToldAndHarmsNothing) {
+    start();
+    offer(1);
+    fakes.clock.advance(2000);
+    fakes.files.fail(DiskOperation::Kind::Update, E_ACCESSDENIED);
+    end();
+    EXPECT_EQ(counts().lastFailure, E_ACCESSDENIED);
+    EXPECT_EQ(fills(), std::vector<int>{1});
+}
+
+TEST_F(AviRecordingTest, AFileThatCannotBeMadeIsAFailure) {
+    fakes.files.fail(DiskOperation::Kind::Create, E_ACCESSDENIED);
+    recording.Prepare({.fullPath = path});
+    EXPECT_EQ(recording.OpenAvi(16, 4), E_FAIL);
+    recording.Begin(captureFrameSink);
+    offer();
+    EXPECT_EQ(counts().offered, 0u);
 }
 
 }  // namespace

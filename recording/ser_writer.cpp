@@ -9,6 +9,7 @@
 #include "base/dib.h"
 #include "base/text.h"
 #include "pixel/kernels.h"
+#include "recording/little_endian.h"
 
 namespace vexcap {
 namespace {
@@ -57,16 +58,6 @@ constexpr uint64_t largestFrame = INT32_MAX;
 /// Rows of this many bytes and more are handed to the system where they lie: to walk a list of them then costs less
 /// than to copy them. Shorter ones are copied into one buffer.
 constexpr size_t gatheredRowBytes = 1536;
-
-template <typename Header>
-void put32(Header& header, size_t offset, uint32_t value) {
-    for (size_t i = 0; i < 4; ++i) header[offset + i] = uint8_t(value >> (8 * i));
-}
-
-template <typename Header>
-void put64(Header& header, size_t offset, uint64_t value) {
-    for (size_t i = 0; i < 8; ++i) header[offset + i] = uint8_t(value >> (8 * i));
-}
 
 constexpr uint32_t sampleBytesOf(uint32_t depth) { return depth <= 8 ? 1 : 2; }
 

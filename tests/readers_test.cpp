@@ -1,7 +1,6 @@
 // Our files in the hands of programs that others wrote.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -11,27 +10,11 @@
 
 #include "tests/support/recording.h"
 #include "tests/support/ser_reader.h"
+#include "tests/support/shell.h"
 #include "tests/support/temp_dir.h"
 
 namespace vexcap::test {
 namespace {
-
-struct Output {
-    int status = -1;
-    std::string text;
-};
-
-Output shell(const std::string& command) {
-    Output output;
-    FILE* const pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return output;
-    char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.text.append(buffer, n);
-    output.status = ::pclose(pipe);
-    return output;
-}
-
-bool installed(const std::string& program) { return shell("command -v " + program).status == 0; }
 
 /// Mean, smallest and largest sample of one frame.
 struct Statistics {
@@ -61,7 +44,7 @@ protected:
         return std::move(*file);
     }
     /// Runs commands in the reader's own language; its home is the directory of the files.
-    Output siril(const std::string& commands) {
+    ShellOutput siril(const std::string& commands) {
         std::filesystem::create_directories(directory.path() / ".config");
         std::ofstream(directory.file("script.ssf")) << "requires 1.0.0\n" << commands << "close\n";
         return shell("HOME=" + directory.path().string() + " siril-cli -d " + directory.path().string() + " -s " +
@@ -74,7 +57,7 @@ protected:
 TEST_F(Readers, SirilFindsTheSameNumbersInAMonoFile) {
     if (!installed("siril-cli")) GTEST_SKIP() << "siril-cli is not installed";
     const SerFile file = take("$sim-fast;seed=3;deterministic", "mono.ser", 6);
-    const Output output = siril("seqstat mono stats.csv main\n");
+    const ShellOutput output = siril("seqstat mono stats.csv main\n");
     ASSERT_EQ(output.status, 0) << output.text;
     EXPECT_NE(output.text.find("640 x 480 (8 bits)"), std::string::npos) << output.text;
     EXPECT_NE(output.text.find("sensor type: MONO"), std::string::npos) << output.text;
@@ -109,7 +92,7 @@ TEST_F(Readers, SirilFindsTheMosaicOfABayerFile) {
     if (!installed("siril-cli")) GTEST_SKIP() << "siril-cli is not installed";
     const SerFile file = take("$sim-microscope;seed=3;deterministic", "bayer.ser", 3);
     ASSERT_EQ(file.header().colorId, 9u) << "GRBG";
-    const Output output = siril("seqstat bayer stats.csv main\n");
+    const ShellOutput output = siril("seqstat bayer stats.csv main\n");
     ASSERT_EQ(output.status, 0) << output.text;
     EXPECT_NE(output.text.find("2592 x 1944 (8 bits)"), std::string::npos) << output.text;
     EXPECT_NE(output.text.find("sensor type: GRBG"), std::string::npos) << output.text;
@@ -119,7 +102,7 @@ TEST_F(Readers, SirilFindsTheMosaicOfABayerFile) {
 TEST_F(Readers, FfprobeFindsTheFormatOfAMonoFile) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
     take("$sim-fast;seed=3;deterministic", "mono.ser", 6);
-    const Output output = shell(
+    const ShellOutput output = shell(
         "ffprobe -v error -count_frames -show_entries "
         "stream=codec_name,pix_fmt,width,height,nb_read_frames -of compact " +
         directory.file("mono.ser"));
@@ -130,7 +113,7 @@ TEST_F(Readers, FfprobeFindsTheFormatOfAMonoFile) {
 TEST_F(Readers, FfprobeFindsTheFormatOfABayerFile) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
     take("$sim-microscope;seed=3;deterministic", "bayer.ser", 3);
-    const Output output = shell(
+    const ShellOutput output = shell(
         "ffprobe -v error -count_frames -show_entries "
         "stream=pix_fmt,width,height,nb_read_frames -of compact " +
         directory.file("bayer.ser"));
