@@ -102,7 +102,7 @@ Status CameraRoad::ConnectPreviewSink() {
         height = uint32_t(sourceHeight);
     }
     sink.SetVideoSize(width, height, state.d3dDevice, state.d3dContext, state.renderTarget);
-    sink.SetNotify(state.previewWindow, state.engine.frameMessage, nullptr, nullptr);
+    sink.SetNotify(state.previewWindow, state.engine.frameMessage, OnRgbFrame, &state.recording);
     state.width = uint32_t(sourceWidth);
     state.height = uint32_t(sourceHeight);
     return S_OK;
@@ -187,6 +187,17 @@ const char* CameraRoad::FailureKey() {
     uint32_t told = VEX_CAMERA_STATE_OK;
     if (status && status->GetState(&told) >= 0 && told == VEX_CAMERA_STATE_REMOVED) return "ids_surpriseremoval";
     return "ids_captureerror";
+}
+
+uint32_t CameraRoad::LargestFrameRate() {
+    constexpr uint32_t usual = 30, most = 1023;
+    CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
+    uint32_t index = 0, rate = 0, exposure = 0;
+    if (!status || camera->GetEsize(&index) < 0 || status->GetMaxFrameRate(index, &rate) < 0) rate = 0;
+    if (rate < 1 || rate > most) rate = usual;
+    if (camera && camera->GetExposureTime(&exposure) >= 0 && exposure)
+        rate = std::clamp(1'000'000 / exposure, 1u, rate);
+    return rate;
 }
 
 Status CameraRoad::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) {
@@ -302,6 +313,10 @@ void CameraRoad::TakeNewSize() {
         state.stillWidth = width;
         state.stillHeight = height;
     }
+}
+
+void CameraRoad::OnRgbFrame(void* recording, const void* frame, uint32_t width, uint32_t height) {
+    static_cast<Recording*>(recording)->onRgbFrame(frame, width, height);
 }
 
 void CameraRoad::OnRawFrame(const void* raw, const vex_frame_info* info, uint32_t, uint32_t depth, void* token) {

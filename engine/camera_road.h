@@ -52,6 +52,7 @@ public:
     bool SourceFailed() const override { return state.streamLost != 0; }
     const char* FailureKey() override;
     Status FinalSize(uint32_t& width, uint32_t& height) override;
+    uint32_t LargestFrameRate() override;
     Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) override;
     int32_t Capabilities(std::vector<vex_capability>& out) override;
     int32_t StillCapabilities(std::vector<vex_capability>& out) override;
@@ -68,6 +69,7 @@ private:
                         const void* deep, uint32_t depthFlag, uint32_t tag, uint64_t frameTag, void* token);
     static void OnBuffers(uint32_t still, void** display, void** raw, void** deep, void* token);
     static void OnEvent(uint32_t event, void* token);
+    static void OnRgbFrame(void* recording, const void* frame, uint32_t width, uint32_t height);
     static void OnRawFrame(const void* raw, const vex_frame_info* info, uint32_t fourcc, uint32_t depth, void* token);
 
     void TakeNewSize();

@@ -48,6 +48,53 @@ protected:
     using Size = std::pair<uint32_t, uint32_t>;
 };
 
+class LargestFrameRate : public ContextFixture {
+protected:
+    uint32_t rate() {
+        init();
+        ContextState state(engine);
+        CameraRoad road(state);
+        EXPECT_TRUE(road.OpenSource().ok());
+        return road.LargestFrameRate();
+    }
+};
+
+TEST_F(LargestFrameRate, IsThatOfThePresentResolution) {
+    camera.resolution = 2;
+    camera.largestRates = {{0, 15}, {1, 30}, {2, 60}};
+    EXPECT_EQ(rate(), 60u);
+}
+
+TEST_F(LargestFrameRate, Is30WhereTheCameraTellsNoneOrAnImpossibleOne) {
+    for (const uint32_t told : {0u, 1024u, UINT32_MAX}) {
+        camera.largestRates = {{0, told}};
+        EXPECT_EQ(rate(), 30u) << told;
+    }
+    camera.largestRates = {};
+    EXPECT_EQ(rate(), 30u);
+    camera.offersStatus = false;
+    EXPECT_EQ(rate(), 30u);
+}
+
+TEST_F(LargestFrameRate, GoesFrom1To1023) {
+    for (const uint32_t told : {1u, 1023u}) {
+        camera.largestRates = {{0, told}};
+        EXPECT_EQ(rate(), told);
+    }
+}
+
+TEST_F(LargestFrameRate, IsCappedByTheExposureAndNeverBelow1) {
+    camera.largestRates = {{0, 100}};
+    const struct {
+        uint32_t microseconds, rate;
+    } rows[] = {{0, 100},     {1, 100},     {10'000, 100},  {10'001, 99},
+                {40'000, 25}, {999'999, 1}, {1'000'000, 1}, {60'000'000, 1}};
+    for (const auto& row : rows) {
+        camera.exposure = row.microseconds;
+        EXPECT_EQ(rate(), row.rate) << row.microseconds;
+    }
+}
+
 TEST_F(CameraRoadTest, TheSinkTakesTheRegionAndTheContextTheSensorSize) {
     camera.roiResult = S_OK;
     camera.roiWidth = 32;

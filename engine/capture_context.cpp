@@ -3,6 +3,8 @@
 #include "base/text.h"
 #include "engine/camera_road.h"
 #include "engine/state/report.h"
+#include "wizard/name_dialogs.h"
+#include "wizard/naming.h"
 
 namespace vexcap {
 namespace {
@@ -12,6 +14,15 @@ constexpr size_t longestPath = 259;        // what the fields for paths hold
 
 /// Cameras of the network library have names that begin so, in whatever list they stand.
 bool namesNetworkCamera(std::u16string_view name) { return name.starts_with(u"tk"); }
+
+/// Tells the user why a recording did not start. A user who said no knows it.
+Status reported(EngineState& engine, vex_window* owner, Status started) {
+    if (started.code() == VEX_E_NO_ENCODER)
+        ReportError(engine, owner, engine.Text("ids_recordfail2"), S_OK);
+    else if (!started.ok() && started.code() != VEX_E_CANCELLED)
+        ReportError(engine, owner, engine.Text("ids_recordfail1"), started.code());
+    return started;
+}
 
 }  // namespace
 
@@ -126,31 +137,89 @@ Status CaptureContext::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint3
     return road ? road->FrameRate(frames, milliseconds, total) : E_UNEXPECTED;
 }
 
+Status startCaptureMicro(EngineState& engine, CaptureContext& context, bool skipMediaFoundation, bool quick,
+                         uint8_t* promptFlag) {
+    return reported(engine, context.ownerWindow(), context.StartCaptureMicro(skipMediaFoundation, quick, promptFlag));
+}
+
 Status startCaptureAstro(EngineState& engine, CaptureContext* context, std::u16string_view path, int32_t seconds,
                          int32_t frames) {
-    const Status started = context ? context->StartCaptureAstro(path, seconds, frames) : E_FAIL;
-    if (started.code() == VEX_E_NO_ENCODER)
-        ReportError(engine, context->ownerWindow(), engine.Text("ids_recordfail2"), S_OK);
-    else if (!started.ok())
-        ReportError(engine, context ? context->ownerWindow() : nullptr, engine.Text("ids_recordfail1"), started.code());
-    return started;
+    return reported(engine, context ? context->ownerWindow() : nullptr,
+                    context ? context->StartCaptureAstro(path, seconds, frames) : E_FAIL);
+}
+
+Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation) {
+    if (!road || !HasSource()) return E_FAIL;
+    WizardSource source = {.parentWindow = state.ownerWindow,
+                           .frameRate = road->LargestFrameRate(),
+                           .isCamera = state.cameraSource,
+                           .skipMediaFoundation = skipMediaFoundation};
+    uint32_t format = 0;
+    if (const Status s = road->FinalSize(source.width, source.height); !s.ok()) return s;
+    if (const Status s = road->RawFormat(format, source.bitDepth); !s.ok()) return s;
+    return source;
+}
+
+Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, uint8_t* promptFlag) {
+    const Result<WizardSource> source = RecordingSource(skipMediaFoundation);
+    if (!source.ok()) return source.status();
+    EngineState& engine = state.engine;
+    CWizardCaptureInfo info(engine, source.value());
+    info.timeLapse = state.timeLapse;
+    // The wizard has no window here, which counts as cancelled.
+    if (!quick) return VEX_E_CANCELLED;
+    if (promptFlag && *promptFlag) {
+        CQuickRenameDlg dialog(info, *promptFlag);
+        if (!engine.platform->dialogs.Show(state.ownerWindow, dialog)) return VEX_E_CANCELLED;
+    }
+    if (!combinePath(info)) return E_FAIL;
+    // Where nothing writes WMV, AVI takes its place.
+    if (!info.encoderKind && !engine.libraries.WMCreateProfileManager) info.aviOutput = true;
+    normaliseExtension(info);
+    resolveGpu(info);
+    // From here on the settings are kept, also when the user does not want to replace a file.
+    info.commit = true;
+    if (!confirmReplace(engine, info.fullPath, state.ownerWindow)) return VEX_E_CANCELLED;
+    return StartFrameSink(info);
 }
 
 Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t seconds, int32_t frames) {
-    RecordingPlan plan;
-    plan.fullPath = path;
-    plan.timeLimit = seconds > 0 ? uint32_t(seconds) : 0;
-    plan.frameLimit = frames > 0 ? uint32_t(frames) : 0;
-    return StartFrameSink(plan);
+    const Result<WizardSource> source = RecordingSource(false);
+    if (!source.ok()) return source.status();
+    CWizardCaptureInfo info(state.engine, source.value());
+    info.fullPath = path;
+    info.encoderKind = 0;
+    info.aviOutput = endsWithExtension(path, ".avi");
+    info.serOutput = !info.aviOutput;
+    info.UseTimeLimit = seconds > 0;
+    info.TimeLimit = uint32_t(seconds);
+    info.useFrameLimit = frames > 0;
+    info.frameLimit = uint32_t(frames);
+    info.timeLapse = state.timeLapse;
+    return StartFrameSink(info);
 }
 
-Status CaptureContext::StartFrameSink(const RecordingPlan& plan) {
+Status CaptureContext::StartFrameSink(const CWizardCaptureInfo& info) {
     // A path that does not fit would name another file than the host meant.
-    if (!road || !HasSource() || plan.fullPath.empty() || plan.fullPath.size() > longestPath) return E_FAIL;
-    // The one container here holds raw frames; no writer makes this one.
-    if (endsWithExtension(plan.fullPath, ".avi")) return E_FAIL;
+    if (info.fullPath.empty() || info.fullPath.size() > longestPath) return E_FAIL;
+    if (!info.aviOutput && !info.serOutput) return VEX_E_NO_ENCODER;
     EndRecording();
-    state.recording.Prepare(plan);
+    state.recording.Prepare({.fullPath = info.fullPath,
+                             .timeLimit = info.UseTimeLimit ? info.TimeLimit : 0,
+                             .frameLimit = info.useFrameLimit ? info.frameLimit : 0,
+                             .timeLapse = info.timeLapse});
+    return info.aviOutput ? StartAvi() : StartSer();
+}
+
+Status CaptureContext::StartAvi() {
+    uint32_t width = 0, height = 0;
+    if (const Status s = road->FinalSize(width, height); !s.ok() || !width || !height) return s;
+    if (const Status s = state.recording.OpenAvi(width, height); !s.ok()) return s;
+    BeginLimits(captureFrameSink);
+    return S_OK;
+}
+
+Status CaptureContext::StartSer() {
     uint32_t width = 0, height = 0, format = 0, depth = 0;
     if (const Status s = road->FinalSize(width, height); !s.ok() || !width || !height) return s;
     if (const Status s = road->RawFormat(format, depth); !s.ok() || !depth) return s;
@@ -186,6 +255,7 @@ bool CaptureContext::EndRecording() {
     rawGate.Close();
     state.recording.CloseFileWriters();
     KillLimitTimer();
+    state.recording.StoreRealRate();
     state.recording.Clear();
     if (road) road->RefreshSinkOptions();
     return true;

@@ -7,6 +7,7 @@
 
 #include "engine/callback_gate.h"
 #include "engine/road.h"
+#include "wizard/wizard_info.h"
 
 namespace vexcap {
 
@@ -27,8 +28,11 @@ public:
     /// Reads what the source told, and acts on it.
     void Notify();
 
-    /// Records raw frames to a SER file; limits of 0 or less are none.
+    /// Records as the remembered settings say. `promptFlag` may be null.
+    Status StartCaptureMicro(bool skipMediaFoundation, bool quick, uint8_t* promptFlag);
+    /// Records to an AVI or SER file by the path's extension; limits of 0 or less are none.
     Status StartCaptureAstro(std::u16string_view path, int32_t seconds, int32_t frames);
+    void PutTimeLapse(uint32_t every) { state.timeLapse = every ? every : 1; }
     void StopCapture();
 
     bool HasSource() const { return road && road->HasSource(); }
@@ -52,7 +56,11 @@ private:
     bool StopPreview();
     void Teardown();
 
-    Status StartFrameSink(const RecordingPlan& plan);
+    /// What the record of a recording is made for, asked of the source.
+    Result<WizardSource> RecordingSource(bool skipMediaFoundation);
+    Status StartFrameSink(const CWizardCaptureInfo& info);
+    Status StartAvi();
+    Status StartSer();
     void BeginLimits(CaptureMode mode);
     /// The stop sequence; false when nothing was recorded.
     bool EndRecording();
@@ -67,7 +75,10 @@ private:
     bool checkingLimits = false;
 };
 
-/// Starts an astro recording and tells the user of a failure; null for the context is one.
+/// Start a recording and tell the user of a failure.
+Status startCaptureMicro(EngineState& engine, CaptureContext& context, bool skipMediaFoundation, bool quick,
+                         uint8_t* promptFlag);
+/// Null for the context is a failure, too.
 Status startCaptureAstro(EngineState& engine, CaptureContext* context, std::u16string_view path, int32_t seconds,
                          int32_t frames);
 

@@ -51,6 +51,8 @@ struct ContextState {
     uint32_t retryStart = 0;
     uint32_t startTick = 0;
 
+    uint32_t timeLapse = 1;  ///< The host's wish for the recordings to come: one frame in this many is kept.
+
     // The preview.
     static constexpr uint8_t bytesPerPixel = 3;
     std::unique_ptr<CFrameRender> previewSink;

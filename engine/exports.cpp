@@ -7,6 +7,8 @@
 #include "base/text.h"
 #include "engine/capture_context.h"
 #include "engine/device_catalogue.h"
+#include "wizard/naming.h"
+#include "wizard/setting.h"
 
 using namespace vexcap;
 
@@ -42,6 +44,15 @@ int32_t capabilities(vexcap_context* context, vex_capability** out, CapabilityQu
 
 constexpr size_t propertyTextRoom = 32;
 constexpr size_t pathRoom = 260;
+constexpr size_t settingRoom = 260;
+
+bool isText(const vex_setting& setting) { return setting.kind == VEX_SETTING_TEXT; }
+
+bool fits(const vex_setting& setting, uint32_t number, std::u16string_view text) {
+    if (isText(setting))
+        return text.size() <= setting.most && (&setting != &setting::FileNamePrefix || !hasForbiddenCharacter(text));
+    return number >= setting.least && number <= setting.most;
+}
 
 }  // namespace
 
@@ -143,10 +154,69 @@ void* vexcap_get_interface(vexcap_context* context, const vex_guid* iid) {
     return context && !iid ? contextOf(context)->SourceHandle() : nullptr;
 }
 
+const vex_setting* vexcap_settings(uint32_t* count) {
+    const std::span<const vex_setting> all = allSettings();
+    if (count) *count = uint32_t(all.size());
+    return all.data();
+}
+
+HRESULT vexcap_get_setting(const vex_char* name, uint32_t* number, vex_char* text) {
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&]() -> HRESULT {
+        const vex_setting* const setting = findSetting(textOf(name));
+        if (!setting) return E_INVALIDARG;
+        ISettingsKey* const key = engineState().rootKey.get();
+        bool stored = false;
+        std::u16string value;
+        uint32_t size = 0;
+        if (isText(*setting)) {
+            value = readText(key, *setting, &stored);
+            size = uint32_t(value.size());
+        } else {
+            size = readNumber(key, *setting, &stored);
+            value = formatText(u"%u", {uint64_t(size)});
+        }
+        if (number) *number = size;
+        if (text) copyToField(text, settingRoom, value);
+        return stored ? S_OK : S_FALSE;
+    });
+}
+
+HRESULT vexcap_put_setting(const vex_char* name, uint32_t number, const vex_char* text) {
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&]() -> HRESULT {
+        const vex_setting* const setting = findSetting(textOf(name));
+        if (!setting || !fits(*setting, number, textOf(text))) return E_INVALIDARG;
+        ISettingsKey* const key = engineState().rootKey.get();
+        return (isText(*setting) ? writeText(key, *setting, textOf(text)) : writeNumber(key, *setting, number)).code();
+    });
+}
+
+HRESULT vexcap_auto_path(const vex_name_rules* rules, const vex_char* extension, vex_char* path) {
+    if (!path) return E_INVALIDARG;
+    *path = 0;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
+        constexpr vex_name_rules asRemembered = {nullptr, nullptr, VEX_NAME_AS_REMEMBERED, VEX_FOLDERS_AS_REMEMBERED};
+        const auto made = autoPath(engineState(), rules ? *rules : asRemembered, textOf(extension));
+        if (made.ok()) copyToField(path, pathRoom, made.value());
+        return made.code();
+    });
+}
+
+HRESULT vexcap_start_capture_micro(vexcap_context* context, uint8_t skipMediaFoundation, uint8_t quick,
+                                   uint8_t* promptFlag) {
+    if (!context) return E_FAIL;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
+        return startCaptureMicro(engineState(), *contextOf(context), skipMediaFoundation, quick, promptFlag).code();
+    });
+}
+
 HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds, int32_t frames) {
     return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
         return startCaptureAstro(engineState(), contextOf(context), textOf(path), seconds, frames).code();
     });
+}
+
+void vexcap_put_timelapse(vexcap_context* context, uint32_t every) {
+    if (context) contextOf(context)->PutTimeLapse(every);
 }
 
 void vexcap_stop_capture(vexcap_context* context) {

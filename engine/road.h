@@ -41,6 +41,8 @@ public:
 
     /// Final size of a frame, after region of interest, binning and rotation.
     virtual Status FinalSize(uint32_t& width, uint32_t& height) = 0;
+    /// Frames a second that the source can give as it is set now, 1 to 1023.
+    virtual uint32_t LargestFrameRate() = 0;
     /// Frames, milliseconds they took, and frames since the start.
     virtual Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) = 0;
     /// Count of preview or still sizes, negative when it cannot be told; the records are filled when it is above 0.

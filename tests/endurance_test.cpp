@@ -6,11 +6,13 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <random>
 #include <string>
 #include <thread>
 
+#include "recording/avi_reader.h"
 #include "tests/hostile_library/hostile.h"
 #include "tests/support/host.h"
 #include "tests/support/sanitizer.h"
@@ -115,6 +117,32 @@ TEST(Endurance, ThousandsOfRecordingsLeaveWholeFilesOrNone) {
     context.stop();
     expectNothingLeft(before);
     EXPECT_GE(withFrames, lives / 30 - 1) << "those that waited for a frame";
+}
+
+TEST(Endurance, HundredsOfAviRecordingsLeaveWholeFiles) {
+    const TempDir directory;
+    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    warmUp();
+    QueueWindow window;
+    const Traces before;
+    script("interval_us=20");
+    Context context(window.get(), "$scripted", "Scripted camera");
+    ASSERT_EQ(context.start(), S_OK);
+    const std::string file = directory.file("again.avi");
+    for (int round = 0; round < lives / 20; ++round) {
+        ASSERT_EQ(context.record(file), S_OK) << round;
+        if (round % 2 == 1) {
+            ASSERT_TRUE(window.pumpUntil([&] { return vexcap_dwframecount(context.get()) > 0; }, 10000)) << round;
+        }
+        vexcap_stop_capture(context.get());
+        std::ifstream in(file, std::ios::binary);
+        const AviContent avi = readAvi(in);
+        ASSERT_TRUE(avi.faults.empty()) << round << ": " << avi.faults.front();
+        ASSERT_EQ(avi.frames().size(), context.counts().written) << round;
+        window.forget();
+    }
+    context.stop();
+    expectNothingLeft(before);
 }
 
 TEST(Endurance, DevicesLostAtAnyMomentLeaveNothingBehind) {

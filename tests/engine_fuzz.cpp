@@ -40,8 +40,10 @@ extern "C" const char* __asan_default_options() { return "allocator_may_return_n
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static vex_window* const window = vex_window_queue_new();
-    static const std::string path = "/tmp/vexcap-engine-fuzz-" + std::to_string(::getpid()) + ".ser";
-    static const std::u16string file = vexcap::test::wide(path);
+    static const std::string stem = "/tmp/vexcap-engine-fuzz-" + std::to_string(::getpid());
+    static const std::string paths[] = {stem + ".ser", stem + ".avi"};
+    static const int home = ::setenv("HOME", "/tmp/vexcap-engine-fuzz", 1);  // where folders for recordings are made
+    if (home != 0) return 0;
     static const std::u16string library = vexcap::test::wide(FUZZED_CAMERAS);
     fuzzed_input(data, size);
     vexcap_init(nullptr, u"Fuzz", u"Fuzz", u"Fuzz", library.c_str(), "Fuzzed", u"", 1, 2, 3, 4, 5, 0, 1, nullptr, 6, 1,
@@ -58,7 +60,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 vexcap_start(context, window, 7, 1, fuzzed_byte() % 2, fuzzed_byte() % 2);
                 break;
             case 1:
-                vexcap_start_capture_astro(context, file.c_str(), fuzzed_byte() % 2, fuzzed_byte() % 8);
+                vexcap_put_timelapse(context, fuzzed_byte() % 4);
+                vexcap_start_capture_astro(context, vexcap::test::wide(paths[fuzzed_byte() % 2]).c_str(),
+                                           fuzzed_byte() % 2, fuzzed_byte() % 8);
                 break;
             case 2:
                 vexcap_stop_capture(context);
@@ -86,6 +90,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::thread(fuzzed_deliver).join();  // a library that goes on after its Close
     fuzzed_forget();
     vexcap_fini();
-    ::unlink(path.c_str());
+    for (const std::string& path : paths) ::unlink(path.c_str());
     return 0;
 }

@@ -85,6 +85,10 @@ TEST(Exports, FreeNullWithoutHarm) {
 TEST(Exports, FailToRecordANullContext) {
     EXPECT_EQ(vexcap_start_capture_astro(nullptr, u"/tmp/never.ser", 0, 0), E_FAIL);
     EXPECT_EQ(vexcap_start_capture_astro(nullptr, nullptr, -1, -1), E_FAIL);
+    uint8_t flag = 1;
+    EXPECT_EQ(vexcap_start_capture_micro(nullptr, 1, 1, &flag), E_FAIL);
+    EXPECT_EQ(flag, 1);
+    vexcap_put_timelapse(nullptr, 5);
 }
 
 TEST(Exports, MakeNoContextWithoutARecordOrItsTexts) {

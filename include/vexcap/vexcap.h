@@ -13,6 +13,7 @@
 
 #include <vexcap/key.h>
 #include <vexcap/records.h>
+#include <vexcap/settings.h>
 #include <vexcap/types.h>
 #include <vexcap/window.h>
 
@@ -145,8 +146,22 @@ VEXCAP_API void* vexcap_get_interface(vexcap_context* context, const vex_guid* i
 
 // --- Recording ---------------------------------------------------------------------------------------------------
 
-/// Records the raw frames of a telescope camera to a SER file. Astro mode and a running preview are needed.
-/// An existing file is replaced.
+/// Records as the remembered settings say (vexcap/settings.h). A running preview is needed.
+/// @param skipMediaFoundation  Non-zero: the network library's encoder is used where there is a choice.
+/// @param quick       Non-zero: at once, with a name that comes by itself (vexcap_auto_path); an existing file is
+///                    asked about. Zero: the recording wizard asks first.
+/// @param promptFlag  Belongs to the host, may be null. While the flag is not 0 a quick start asks for a name; the user
+///                    can clear it there.
+/// @return S_OK; VEX_E_CANCELLED when the user said no, or where no window can be shown; E_FAIL for a null context,
+///         without a source, or when the file cannot be made; VEX_E_NO_ENCODER when nothing encodes the chosen format;
+///         the camera's code when it cannot tell its size or format. All but a null context and VEX_E_CANCELLED are
+///         shown in a box.
+VEXCAP_API HRESULT vexcap_start_capture_micro(vexcap_context* context, uint8_t skipMediaFoundation, uint8_t quick,
+                                              uint8_t* promptFlag);
+
+/// Records to a file without asking: a path that ends in ".avi" gets the display pictures, 24 bits a pixel, at the rate
+/// that they come at; any other one gets the raw frames of a telescope camera as SER, for which astro mode is needed.
+/// A running preview is needed. An existing file is replaced.
 /// @param path     The file; at most 259 characters.
 /// @param seconds  Time limit, 0 or less for none. It needs the owner window.
 /// @param frames   Frame limit, 0 or less for none: exactly that many frames are kept.
@@ -156,7 +171,12 @@ VEXCAP_API void* vexcap_get_interface(vexcap_context* context, const vex_guid* i
 VEXCAP_API HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds,
                                               int32_t frames);
 
-/// Ends the recording; its file is whole afterwards. A recording without a frame leaves no file.
+/// Time lapse of the recordings that begin after this call: one frame in `every` is kept, the first one is. 1, where it
+/// begins, and 0 keep all. A wizard that asks the user overrules it.
+VEXCAP_API void vexcap_put_timelapse(vexcap_context* context, uint32_t every);
+
+/// Ends the recording; its file is whole afterwards. A SER recording without a frame leaves no file; an AVI file gets
+/// its real frame rate when it was recorded for more than a second.
 VEXCAP_API void vexcap_stop_capture(vexcap_context* context);
 
 /// 1 while a recording runs.

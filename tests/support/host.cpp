@@ -45,13 +45,17 @@ size_t QueueWindow::count(uint32_t message) const {
         std::count_if(taken.begin(), taken.end(), [&](const vex_message& m) { return m.message == message; }));
 }
 
-Engine::Engine(const std::string& cameraLibrary, EngineOptions options) {
-    vexcap_init(nullptr, u"Tests", u"vexcap tests", u"vexcap tests", wide(cameraLibrary).c_str(),
-                options.prefix.c_str(), u"", eventMessage, sizeMessage, limitMessage, darkMessage, frameMessage, 0,
-                options.astro, nullptr, deviceMessage, options.direct2d, options.gains);
+Engine::Engine(const std::string& cameraLibrary, EngineOptions options)
+    : root(vex_key_directory(options.settings.c_str())) {
+    vexcap_init(root, u"Tests", u"vexcap tests", u"vexcap tests", wide(cameraLibrary).c_str(), options.prefix.c_str(),
+                u"", eventMessage, sizeMessage, limitMessage, darkMessage, frameMessage, 0, options.astro, nullptr,
+                deviceMessage, options.direct2d, options.gains);
 }
 
-Engine::~Engine() { vexcap_fini(); }
+Engine::~Engine() {
+    vexcap_fini();
+    vex_key_free(root);
+}
 
 Context::Context(vex_window* window, const std::string& name, const std::string& display, uint32_t kind) {
     const std::u16string wideName = wide(name);

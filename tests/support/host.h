@@ -48,6 +48,7 @@ struct EngineOptions {
     bool astro = true;
     bool gains = false;
     bool direct2d = false;
+    std::string settings = {};  ///< Directory of the settings; empty: nothing is remembered.
 };
 
 /// vexcap_init to vexcap_fini.
@@ -57,6 +58,9 @@ public:
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
+
+private:
+    vex_key* const root;
 };
 
 /// vexcap_device to vexcap_stop.
