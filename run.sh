@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and records ten seconds from each of two cameras made of software.
+# Installs what is missing, builds, and records ten seconds from each of two cameras made of software, and a short AVI.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
@@ -16,7 +16,7 @@ files=()
 record() {
     local file=$1 status=0
     shift
-    "$@" --output "$file" --seconds 10 || status=$?
+    "$@" --output "$file" || status=$?
     case $status in
         0 | 6) files+=("$file") ;;
         77) echo "Skipped: no GigE recording on this machine." ;;
@@ -28,13 +28,17 @@ record() {
 echo
 "$vexcap" devices
 echo
-record "recordings/planet-$stamp.ser" "$vexcap" record --device sim-planet --roi 648,308,640,480 --fps 60
+record "recordings/planet-$stamp.ser" "$vexcap" record --device sim-planet --roi 648,308,640,480 --fps 60 \
+    --seconds 10
 record "recordings/gige-$stamp.ser" tools/with_gige_camera.sh "$vexcap" record --gige=127.0.0.1 \
-    --device Fake --roi 768,768,512,512 --fps 25
+    --device Fake --roi 768,768,512,512 --fps 25 --seconds 10
+record "recordings/cell-$stamp.avi" "$vexcap" record --device sim-microscope --roi 320,240,640,480 --fps 30 --seconds 3
+"$vexcap" verify "${files[@]}"
 
+echo
 echo "Recorded to $PWD/recordings:"
 for file in "${files[@]}"; do
     echo "  siril $file"
-    echo "  ser-player $file"
+    [[ $file == *.avi ]] || echo "  ser-player $file"
     echo "  ffprobe -hide_banner $file"
 done

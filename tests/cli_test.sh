@@ -8,6 +8,9 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 unset VEXCAP_GIGE
+# What the program remembers, and folders that it makes by itself.
+export HOME=$scratch XDG_CONFIG_HOME=$scratch/config
+unset XDG_DOCUMENTS_DIR
 
 fail() {
     echo "FAILED: $1" >&2
@@ -39,6 +42,13 @@ contains() { grep -qF -- "$2" "$1" || fail "\"$2\" is not in $1"; }
 ser() { python3 "$here/ser_check.py" "$1"; }
 
 frames() { ser "$1" | cut -d' ' -f1; }
+
+# json PROGRAM: runs Python lines over `lines`, the JSON objects that were printed.
+json() {
+    python3 -c "import json
+lines = [json.loads(line) for line in open('out')]
+$1" || fail "wrong JSON"
+}
 
 # Starts a recording in the background and waits until its first line of progress.
 start_recording() {
@@ -216,8 +226,14 @@ case_existing() {
     [[ $(cat mine.ser) == mine ]] || fail "the file was touched"
     records --device sim-fast --output mine.ser --frames 2 --overwrite
     [[ $(frames mine.ser) -eq 2 ]] || fail "not replaced"
+    expect 2 record --device sim-fast --output mine.mp4 --frames 2
+    contains err "must end in .ser or .avi"
+    echo mine >mine.avi
     expect 2 record --device sim-fast --output mine.avi --frames 2
-    contains err "must end in .ser"
+    contains err "mine.avi exists; --overwrite replaces it"
+    [[ $(cat mine.avi) == mine ]] || fail "the file was touched"
+    records --device sim-fast --output mine.avi --frames 2 --overwrite
+    expect 0 verify mine.avi
     expect 1 record --device sim-fast --output missing/a.ser --frames 2
     contains err "the directory missing: No such file or directory"
 }
@@ -245,6 +261,242 @@ case_terminal() {
     TERM=xterm NO_COLOR=1 script --quiet --return --command "$command" typescript >out 2>err ||
         [[ $? -eq 6 ]] || fail "status"
     contains typescript $'\r[='
+}
+
+# A frame rate is known only where a recording took longer than a second.
+case_avi() {
+    records --device sim-fast --output two.avi --frames 60 --fps 30
+    contains out "640x480, 24 bits a pixel"
+    contains out "60 offered, 60 kept, 60 written, 0 lost"
+    expect 0 verify --json two.avi
+    json 'file, = lines
+assert file["container"] == "avi" and file["whole"] and file["problems"] == [], file
+assert (file["width"], file["height"], file["depth"], file["pixels"]) == (640, 480, 24, "BGR24"), file
+assert file["frames"] == 60 and 1 < file["framesPerSecond"] < 31, file'
+    if command -v ffprobe >/dev/null; then
+        ffprobe -v error -count_frames -select_streams v -show_entries \
+            stream=nb_read_frames,width,height,r_frame_rate,pix_fmt -of json two.avi >probe
+        json 'stream, = json.load(open("probe"))["streams"]
+rate, scale = map(int, stream["r_frame_rate"].split("/"))
+assert (stream["width"], stream["height"], stream["pix_fmt"]) == (640, 480, "bgr24"), stream
+assert int(stream["nb_read_frames"]) == 60, stream
+assert abs(rate / scale - lines[0]["framesPerSecond"]) < 0.01, (stream, lines)'
+    fi
+    records --device sim-fast --output json.AVI --frames 5 --roi 32,16,322,200 --depth 12 --json
+    json 'end = lines[-1]
+assert (end["container"], end["width"], end["height"], end["depth"]) == ("avi", 322, 200, 24), end
+assert end["written"] == 5 and end["bytes"] == 5 * 968 * 200, end'
+    expect 0 verify json.AVI
+    contains out "322x200, 24 bits a pixel, BGR24"
+}
+
+# The pictures of this camera depend on their numbers alone.
+case_time_lapse() {
+    local camera="sim-fast;fps=50;deterministic"
+    records --device "$camera" --output lapse.ser --frames 5 --time-lapse 5
+    contains out "21 offered, 5 kept, 5 written"
+    [[ $(ser lapse.ser) == "5 640x480 8" ]] || fail "wrong file: $(ser lapse.ser)"
+    cat out >both
+    records --device "$camera" --output all.ser --frames 100
+    cat out >>both
+    # A frame that the camera lost makes a gap.
+    grep -q 'the camera lost [1-9]' both || python3 - <<'END' || fail "not one frame in five"
+def frames(path):
+    data = open(path, "rb").read()[178:]
+    return [data[i : i + 640 * 480] for i in range(0, len(data), 640 * 480)]
+
+every, lapse = frames("all.ser"), frames("lapse.ser")
+assert len(set(every)) == len(every), "frames cannot be told apart"
+places = [every.index(frame) if frame in every else None for frame in lapse]
+known = [(i, place) for i, place in enumerate(places) if place is not None]
+# Both recordings begin some frames after the camera did.
+assert len(known) >= 3, places
+assert all(place - 5 * i == known[0][1] - 5 * known[0][0] for i, place in known), places
+END
+    records --device sim-fast --output lapse.avi --frames 4 --time-lapse 3 --fps 50
+    contains out "10 offered, 4 kept, 4 written"
+    expect 0 verify lapse.avi
+    contains out "frames    4"
+    expect 2 record --device sim-fast --output no.ser --time-lapse 0
+    [[ ! -e no.ser ]] || fail "a file for a refused time lapse"
+}
+
+case_auto_name() {
+    local before after day file
+    before=$(date +%Y%m%d)
+    records --device sim-fast --auto-name --directory base --subfolders date --prefix "M 31 " \
+        --name-format yyyy-mm-dd-HH-MM-SS --frames 2 --json
+    after=$(date +%Y%m%d)
+    file=$(find base -type f)
+    day=${file#base/}
+    day=${day%%/*}
+    [[ $day == "$before" || $day == "$after" ]] || fail "recorded to $file"
+    [[ $file =~ ^base/[0-9]{8}/"M 31 "[0-9]{4}(-[0-9]{2}){5}\.ser$ ]] || fail "recorded to $file"
+    FILE=$file json 'import os
+assert lines[-1]["file"] == os.environ["FILE"], lines[-1]'
+    [[ $(frames "$file") -eq 2 ]] || fail "not two frames"
+
+    # Numbers count in each process from 1: those that are taken are left out.
+    local arguments=(--device sim-fast --directory count --subfolders 0 --prefix x --name-format 4 --frames 2)
+    for file in x0001 x0002 x0003; do
+        records "${arguments[@]}" --auto-name=avi
+        contains out "Recorded count/$file.avi"
+    done
+    records "${arguments[@]}" --auto-name
+    contains out "Recorded count/x0001.ser"
+    records "${arguments[@]}" --auto-name=avi --overwrite
+    contains out "Recorded count/x0001.avi"
+    [[ $(find count -type f | wc -l) -eq 4 ]] || fail "not four files: $(ls count)"
+    expect 0 verify count/*
+
+    # A stamp does not change within its second: when all are taken, that is told.
+    mkdir taken
+    local now i
+    now=$(date +%s)
+    for ((i = 0; i < 600; ++i)); do printf 'taken/%(%y%m%d%H%M%S)T.ser\n' $((now + i)); done | xargs touch
+    expect 2 record --device sim-fast --auto-name --directory taken --name-format 0 --frames 2
+    contains err "exists; --overwrite replaces it"
+    [[ -z $(find taken -type f -size +0) ]] || fail "a file was touched"
+
+    expect 2 record --device sim-fast --auto-name --prefix a/b --frames 2
+    expect 2 record --device sim-fast --auto-name --output a.ser --frames 2
+    expect 2 record --device sim-fast --frames 2
+    contains err "--output or --auto-name is required"
+    touch file
+    expect 1 record --device sim-fast --auto-name --directory file/below --frames 2
+    contains err "the folder for the recording cannot be made"
+}
+
+# Settings live on from process to process.
+case_remembered() {
+    local here=(--settings keep)
+    expect 0 settings "${here[@]}"
+    contains out "FileNameFomat"
+    [[ $(grep -c "(standard)" out) -eq $(wc -l <out) ]] || fail "something is remembered already"
+    contains out "25 to 400"
+    expect 0 settings "${here[@]}" FileNamePrefix="M 31 " FileNameFormat=4 bitratescale=150
+    [[ ! -s out && ! -s err ]] || fail "not quiet"
+    expect 0 settings "${here[@]}" BitRateScale FileNamePrefix FileNameFomat
+    [[ $(cat out) == $'150\nM 31 \n4' ]] || fail "wrong values"
+    expect 0 settings "${here[@]}"
+    [[ $(grep -vc "(standard)" out) -eq 3 ]] || fail "not three remembered"
+
+    # All are checked before any is stored.
+    expect 2 settings "${here[@]}" BitRateScale=200 SecPerKey=99
+    contains err "SecPerKey goes from 1 to 30"
+    expect 2 settings "${here[@]}" BitRateScale=200 Nothing=1
+    contains err "there is no setting Nothing"
+    expect 2 settings "${here[@]}" BitRateScale=200 FileNamePrefix=a/b
+    expect 0 settings "${here[@]}" BitRateScale
+    [[ $(cat out) == 150 ]] || fail "stored in spite of the mistake beside it"
+
+    # Two processes that store at the same time do not undo each other.
+    local name pids=()
+    for name in BitRateScale TimeLimit; do
+        (for ((i = 100; i <= 120; ++i)); do "$vexcap" settings "${here[@]}" "$name=$i" || exit 1; done) &
+        pids+=($!)
+    done
+    for pid in "${pids[@]}"; do wait "$pid" || fail "a value could not be stored"; done
+    expect 0 settings "${here[@]}" --json BitRateScale TimeLimit SecPerKey
+    json 'assert [(s["value"], s["stored"]) for s in lines] == [(120, True), (120, True), (4, False)], lines'
+    expect 0 settings "${here[@]}" --json
+    json 'assert {"AviCodec", "FileNameFomat", "CapturePath"} <= {s["name"] for s in lines}, lines
+assert all(s["type"] == "setting" for s in lines), lines'
+
+    expect 0 settings "${here[@]}" "CapturePath=$scratch/shots" DirSub=0
+    records --device sim-fast "${here[@]}" --auto-name --frames 2
+    [[ -e "shots/M 31 0001.ser" ]] || fail "not named as remembered: $(ls shots)"
+    records --device sim-fast "${here[@]}" --auto-name --prefix y --directory other --frames 2
+    [[ -e other/y0001.ser ]] || fail "not named as wished: $(ls other)"
+    records --device sim-fast --no-settings --auto-name --directory plain --frames 2
+    [[ $(ls plain) =~ ^[0-9]{12}\.ser$ ]] || fail "not named as usual: $(ls plain)"
+
+    # Without a directory the user's are taken; without a user none can be kept.
+    expect 0 settings BitRateScale
+    [[ $(cat out) == 100 ]] || fail "the settings of another directory"
+    local status=0
+    env -u HOME -u XDG_CONFIG_HOME "$vexcap" settings BitRateScale=150 >out 2>err || status=$?
+    [[ $status -eq 1 ]] || fail "status $status instead of 1"
+    contains err "settings cannot be kept here"
+}
+
+case_verify() {
+    local file
+    records --device sim-fast --output a.ser --frames 40 --fps 100 --depth 12
+    records --device sim-fast --output a.avi --frames 40 --fps 100
+    expect 0 verify a.ser a.avi
+    [[ $(grep -c "^  whole$" out) -eq 2 ]] || fail "not two whole files"
+    contains out "640x480, 12 bits, mono"
+    contains out "start"
+    expect 0 verify --json a.ser a.avi
+    json 'assert [(f["file"], f["frames"], f["whole"], f["exit"]) for f in lines] == [
+    ("a.ser", 40, True, 0), ("a.avi", 40, True, 0)], lines
+import calendar, time
+assert abs(time.time() - calendar.timegm(time.strptime(lines[0]["start"][:19], "%Y-%m-%d %H:%M:%S"))) < 1000, lines[0]'
+
+    cp a.ser cut.ser
+    truncate -s -1000000 cut.ser
+    expect 7 verify cut.ser
+    contains out "the header promises 40 frames, the file holds 38"
+    cp a.avi cut.avi
+    truncate -s -1000000 cut.avi
+    expect 7 verify --json cut.avi
+    json 'assert lines[0]["exit"] == 7 and not lines[0]["whole"] and lines[0]["frames"] == 38, lines
+assert any("ends beyond the file" in p for p in lines[0]["problems"]), lines
+assert any("promises 40 frames, the file holds 38" in p for p in lines[0]["problems"]), lines'
+    # One that is whole but for a single byte of its index.
+    cp a.avi wrong.avi
+    printf '\377' | dd of=wrong.avi bs=1 seek=$(($(stat -c %s wrong.avi) - 8)) conv=notrunc status=none
+    expect 7 verify wrong.avi
+    contains out "entry 40 of idx1 points at"
+
+    # Each is looked at, and the worst decides.
+    echo "no recording" >other.txt
+    expect 1 verify a.ser missing.ser other.txt a.avi
+    contains err "missing.ser: No such file or directory"
+    contains err "other.txt is neither a SER nor an AVI file"
+    [[ $(grep -c "^  whole$" out) -eq 2 ]] || fail "not two whole files"
+    expect 7 verify --json cut.ser missing.ser
+    json 'assert [f["exit"] for f in lines] == [7, 1] and lines[1]["file"] == "missing.ser", lines'
+    expect 2 verify
+}
+
+# What other programs write is whole, too.
+case_verify_others() {
+    command -v ffmpeg >/dev/null || { echo "no ffmpeg here"; exit 77; }
+    local format video=(-f lavfi -i testsrc=size=63x47:duration=1) sound=(-f lavfi -i sine=duration=1)
+    local second=(-f lavfi -i testsrc2=size=32x32:duration=2)
+    for format in bgr24 bgra pal8 yuv420p yuyv422 gray rgb555le; do
+        ffmpeg -v error "${video[@]}" -c:v rawvideo -pix_fmt "$format" "$format.avi"
+    done
+    ffmpeg -v error "${video[@]}" "${sound[@]}" -c:v mjpeg -c:a pcm_s16le sound.avi
+    ffmpeg -v error "${video[@]}" "${sound[@]}" "${second[@]}" -map 0 -map 1 -map 2 -c:v mpeg4 several.avi
+    expect 0 verify ./*.avi
+    [[ $(grep -c "^  whole$" out) -eq 9 ]] || fail "not nine whole files"
+    [[ $(grep -c "^  also      audio" out) -eq 2 ]] || fail "the sound was not seen"
+    # A pipe cannot be gone back in: sizes and counts are never filled in.
+    ffmpeg -v error "${video[@]}" -c:v rawvideo -pix_fmt bgr24 -f avi - >piped.avi
+    expect 7 verify piped.avi
+    contains out "the recording was not closed: 25 whole frames can be found"
+}
+
+# Nobody closes the file of a process that is killed. What was recorded can be found all the same.
+case_killed() {
+    local file found seen
+    for file in killed.avi killed.ser; do
+        start_recording $file
+        kill -KILL "$recorder"
+        ended 2>/dev/null
+        expect 7 verify $file
+        contains out "the recording was not closed"
+    done
+    contains out "$(($(stat -c %s killed.ser) - 178)) bytes of frames lie behind it"
+    expect 7 verify --json killed.avi
+    found=$(json 'print(lines[0]["frames"])')
+    ((found > 0)) || fail "no frames"
+    command -v ffprobe >/dev/null || return 0
+    seen=$(ffprobe -v error -count_frames -show_entries stream=nb_read_frames -of csv=p=0 killed.avi)
+    [[ $seen -eq $found ]] || fail "ffprobe sees $seen frames, $found were found"
 }
 
 # A reader that goes away is no reason to end a recording.

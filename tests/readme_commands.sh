@@ -11,6 +11,8 @@ trap 'rm -rf "$scratch"' EXIT
 cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
 libraries=$(dirname "$(find "$scratch/usr" -name libvexcap.so)")
 export PATH="$scratch/usr/bin:$PATH" LD_LIBRARY_PATH="$libraries" PKG_CONFIG_PATH="$libraries/pkgconfig"
+# The user's own settings and documents are none of a test's business.
+export HOME="$scratch/home" XDG_CONFIG_HOME="$scratch/home/.config"
 
 # blocks FENCE: the blocks that begin with this line, one after the other, each behind a line "#block".
 blocks() { awk -v fence="$1" '$0 == fence { on = 1; print "#block"; next } /^```/ { on = 0 } on' "$top/README.md"; }

@@ -8,6 +8,7 @@ export PATH="$build/bin:$PATH" TERM=xterm-256color
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
+export HOME="$scratch" XDG_CONFIG_HOME="$scratch/.config"
 cat >run.sh <<'RUN'
 stty columns 92
 run() {

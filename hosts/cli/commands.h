@@ -7,6 +7,8 @@
 namespace vexcap::cli {
 
 ExitCode listDevices(const Options& options);
+ExitCode manageSettings(const Options& options);
+ExitCode verifyFiles(const Options& options);
 ExitCode record(const Options& options, const Signals& signals);
 ExitCode watch(const Options& options, const Signals& signals);
 

@@ -11,6 +11,7 @@ enum ExitCode : int {
     exitDeviceLost = 4,  ///< The camera went away or stopped sending; the file is whole.
     exitDiskFull = 5,    ///< The disk is full; the file is whole.
     exitFramesLost = 6,  ///< Recorded to the end, but frames are missing.
+    exitDamaged = 7,     ///< A file that was looked at is damaged or cut short.
     exitAborted = 130    ///< Asked to end twice, or before the recording began.
 };
 

@@ -10,16 +10,21 @@ using namespace vexcap::cli;
 namespace {
 
 ExitCode run(const Options& options) {
-    const Signals signals;
     switch (options.command) {
+        // Nothing is lost where one of these two is broken off: signals do what they always do.
+        case Command::Settings:
+            return manageSettings(options);
+        case Command::Verify:
+            return verifyFiles(options);
         case Command::Devices:
-            return listDevices(options);
         case Command::Record:
-            return record(options, signals);
         case Command::Watch:
-            return watch(options, signals);
+            break;
     }
-    return exitFailure;
+    const Signals signals;
+    if (options.command == Command::Record) return record(options, signals);
+    if (options.command == Command::Watch) return watch(options, signals);
+    return listDevices(options);
 }
 
 ExitCode fail(const Options& options, ExitCode code, const char* text) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hosts/cli/exit_code.h"
 
@@ -28,26 +29,42 @@ struct CameraSettings {
     std::optional<Region> region;
 };
 
-enum class Command { Devices, Record, Watch };
+/// How a recording gets its name by itself; what is not set is as the remembered settings have it.
+struct AutoName {
+    std::string extension;                 ///< ".ser" or ".avi"; empty where a file is named.
+    std::optional<std::string> directory;  ///< Base folder, UTF-8.
+    std::optional<std::string> prefix;     ///< Begins the name, UTF-8.
+    std::optional<int32_t> format;         ///< VEX_NAME_...
+    std::optional<int32_t> subfolders;     ///< VEX_FOLDERS_...
+};
+
+enum class Command { Devices, Record, Settings, Verify, Watch };
 
 struct Options {
     Command command = Command::Devices;
 
     std::string library = "libvexcap-cameras.so.1";  ///< UTF-8.
     std::string prefix = "Vexcam";
-    std::string gige;   ///< Value for VEXCAP_GIGE, empty to leave it as it is.
-    bool json = false;  ///< One JSON object a line on the standard output.
+    std::string gige;               ///< Value for VEXCAP_GIGE, empty to leave it as it is.
+    bool json = false;              ///< One JSON object a line on the standard output.
+    std::string settingsDirectory;  ///< Root of the settings, UTF-8; empty for the user's.
+    bool noSettings = false;        ///< Nothing is remembered: every setting has its standard value.
 
     bool sizes = false;  ///< devices: open each camera and list its sizes.
 
     std::string device;   ///< record, watch: index, name or identifier.
     int32_t seconds = 0;  ///< record, watch: time limit, 0 for none.
 
-    std::string output;      ///< record: the file, UTF-8.
+    std::string output;      ///< record: the file, UTF-8; empty with autoName.
+    AutoName autoName;       ///< record: instead of output.
     int32_t frames = 0;      ///< record: frame limit, 0 for none.
+    int32_t timeLapse = 1;   ///< record: one frame in so many is kept.
     bool overwrite = false;  ///< record: an existing file may be replaced.
     bool quiet = false;      ///< record: no progress and no summary.
     CameraSettings camera;   ///< record.
+
+    std::vector<std::string> files;     ///< verify.
+    std::vector<std::string> settings;  ///< settings: each NAME or NAME=VALUE.
 };
 
 /// Either the options, or a text for the user and the exit status.

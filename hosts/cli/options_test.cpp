@@ -1,6 +1,7 @@
 #include "hosts/cli/options.h"
 
 #include <gtest/gtest.h>
+#include <vexcap/settings.h>
 
 #include <vector>
 
@@ -29,14 +30,16 @@ std::string refusal(const std::vector<const char*>& arguments) {
 
 TEST(Options, RecordTakesAllItsSettings) {
     const Options options =
-        parsed({"record",      "--device",   "1",    "--output",  "a.ser", "--seconds", "10",      "--frames",
-                "50",          "--exposure", "5000", "--gain",    "150",   "--depth",   "12",      "--roi",
-                "0,2,640,480", "--fps",      "30",   "--binning", "2",     "--json",    "--quiet", "--overwrite"});
+        parsed({"record",   "--device", "1",           "--output",     "a.ser",  "--seconds", "10",
+                "--frames", "50",       "--exposure",  "5000",         "--gain", "150",       "--depth",
+                "12",       "--roi",    "0,2,640,480", "--fps",        "30",     "--binning", "2",
+                "--json",   "--quiet",  "--overwrite", "--time-lapse", "5"});
     EXPECT_EQ(options.command, Command::Record);
     EXPECT_EQ(options.device, "1");
     EXPECT_EQ(options.output, "a.ser");
     EXPECT_EQ(options.seconds, 10);
     EXPECT_EQ(options.frames, 50);
+    EXPECT_EQ(options.timeLapse, 5);
     EXPECT_EQ(options.camera.exposure, 5000);
     EXPECT_EQ(options.camera.gain, 150);
     EXPECT_EQ(options.camera.depth, 12);
@@ -65,7 +68,8 @@ TEST(Options, GigeTakesAddressesOrStandsAlone) {
 }
 
 TEST(Options, DevicesAndWatchTakeTheirs) {
-    const Options devices = parsed({"devices", "--sizes", "--json", "--library", "/x/y.so", "--prefix", "Other"});
+    const Options devices =
+        parsed({"devices", "--sizes", "--json", "--library", "/x/y.so", "--library-prefix", "Other"});
     EXPECT_EQ(devices.command, Command::Devices);
     EXPECT_TRUE(devices.sizes && devices.json);
     EXPECT_EQ(devices.library, "/x/y.so");
@@ -92,9 +96,113 @@ TEST(Options, MistakesAreUsageErrors) {
     refusal({"record", "-d", "0", "-o", "a.ser", "--binning", "16"});
 }
 
-TEST(Options, OnlySerFilesCanBeRecorded) {
-    for (const char* name : {"a.avi", "a", "a.ser.txt", "ser"})
-        EXPECT_NE(refusal({"record", "-d", "0", "-o", name}).find("must end in .ser"), std::string::npos) << name;
+TEST(Options, OnlySerAndAviFilesCanBeRecorded) {
+    for (const char* name : {"a.mp4", "a", "a.ser.txt", "ser", "avi", ""})
+        EXPECT_NE(refusal({"record", "-d", "0", "-o", name}).find("must end in .ser or .avi"), std::string::npos)
+            << name;
+    for (const char* name : {"a.ser", "a.SER", "a.avi", "a.Avi"})
+        EXPECT_EQ(parsed({"record", "-d", "0", "-o", name}).output, name);
+}
+
+TEST(Options, ARecordingIsNamedOrNamesItself) {
+    EXPECT_NE(refusal({"record", "-d", "0"}).find("--output or --auto-name is required"), std::string::npos);
+    refusal({"record", "-d", "0", "-o", "a.ser", "--auto-name"});
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser"}).autoName.extension, "");
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name"}).autoName.extension, ".ser");
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name=ser"}).autoName.extension, ".ser");
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name=avi"}).autoName.extension, ".avi");
+    for (const char* wrong : {"--auto-name=mp4", "--auto-name=.ser", "--auto-name=AVI"})
+        EXPECT_NE(refusal({"record", "-d", "0", wrong}).find("ser or avi"), std::string::npos) << wrong;
+}
+
+TEST(Options, ANameThatIsNotToldIsAsRemembered) {
+    const AutoName rules = parsed({"record", "-d", "0", "--auto-name"}).autoName;
+    EXPECT_FALSE(rules.directory || rules.prefix || rules.format || rules.subfolders);
+}
+
+TEST(Options, ANameThatComesByItselfTakesItsRules) {
+    const AutoName rules = parsed({"record", "-d", "0", "--auto-name", "--directory", "/a", "--prefix", "M 31 ",
+                                   "--name-format", "nnnn", "--subfolders", "date"})
+                               .autoName;
+    EXPECT_EQ(rules.directory, "/a");
+    EXPECT_EQ(rules.prefix, "M 31 ");
+    EXPECT_EQ(rules.format, VEX_NAME_SEQUENCE);
+    EXPECT_EQ(rules.subfolders, VEX_FOLDERS_DATE);
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name", "--prefix", ""}).autoName.prefix, "");
+}
+
+TEST(Options, FormatsAndSubfoldersAreWordsOrNumbers) {
+    const std::pair<const char*, int> formats[] = {{"yymmddHHMMSS", VEX_NAME_SHORT_STAMP},
+                                                   {"yyyymmddHHMMSS", VEX_NAME_LONG_STAMP},
+                                                   {"yy-mm-dd-HH-MM-SS", VEX_NAME_SHORT_DASHES},
+                                                   {"yyyy-mm-dd-HH-MM-SS", VEX_NAME_LONG_DASHES},
+                                                   {"nnnn", VEX_NAME_SEQUENCE}};
+    const std::pair<const char*, int> folders[] = {
+        {"none", VEX_FOLDERS_NONE}, {"date", VEX_FOLDERS_DATE}, {"year-month-day", VEX_FOLDERS_YEAR_MONTH_DAY}};
+    const auto rules = [](const char* option, const std::string& value) {
+        return parsed({"record", "-d", "0", "--auto-name", option, value.c_str()}).autoName;
+    };
+    for (const auto& [word, number] : formats) {
+        EXPECT_EQ(rules("--name-format", word).format, number);
+        EXPECT_EQ(rules("--name-format", std::to_string(number)).format, number);
+    }
+    for (const auto& [word, number] : folders) {
+        EXPECT_EQ(rules("--subfolders", word).subfolders, number);
+        EXPECT_EQ(rules("--subfolders", std::to_string(number)).subfolders, number);
+    }
+    for (const char* wrong : {"5", "-1", "", "NNNN", "yymmdd", "04"})
+        EXPECT_NE(refusal({"record", "-d", "0", "--auto-name", "--name-format", wrong}).find("one of yymmdd"),
+                  std::string::npos)
+            << wrong;
+    for (const char* wrong : {"3", "-1", "Date", "month"})
+        EXPECT_NE(refusal({"record", "-d", "0", "--auto-name", "--subfolders", wrong}).find("one of none|date"),
+                  std::string::npos)
+            << wrong;
+}
+
+TEST(Options, RulesOfANameNeedANameThatComesByItself) {
+    for (const std::vector<const char*>& rule : std::vector<std::vector<const char*>>{
+             {"--directory", "/a"}, {"--prefix", "a"}, {"--name-format", "nnnn"}, {"--subfolders", "none"}}) {
+        std::vector<const char*> arguments = {"record", "-d", "0", "-o", "a.ser"};
+        arguments.insert(arguments.end(), rule.begin(), rule.end());
+        EXPECT_NE(refusal(arguments).find("requires --auto-name"), std::string::npos) << rule[0];
+    }
+}
+
+TEST(Options, APrefixIsAPartOfAFileName) {
+    for (const char* wrong : {"a/b", "a:", "\\", "\"", "?", "*", "<", ">", "|", "a\xFF"})
+        refusal({"record", "-d", "0", "--auto-name", "--prefix", wrong});
+}
+
+TEST(Options, TimeLapseIsOneFrameInSoMany) {
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser"}).timeLapse, 1);
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser", "--time-lapse", "2147483647"}).timeLapse, 2147483647);
+    for (const char* wrong : {"0", "-1", "2147483648", "1.5", "x"})
+        refusal({"record", "-d", "0", "-o", "a.ser", "--time-lapse", wrong});
+}
+
+TEST(Options, SettingsAreTheUsersOrLieInADirectoryOrAreNone) {
+    EXPECT_EQ(parsed({"devices"}).settingsDirectory, "");
+    EXPECT_FALSE(parsed({"devices"}).noSettings);
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser", "--settings", "/x"}).settingsDirectory, "/x");
+    EXPECT_TRUE(parsed({"watch", "-d", "0", "--no-settings"}).noSettings);
+    refusal({"devices", "--settings", "/x", "--no-settings"});
+    refusal({"settings", "--no-settings"});
+    refusal({"devices", "--settings", "a\xFF"});
+}
+
+TEST(Options, SettingsAndVerifyTakeTheirs) {
+    const Options settings = parsed({"settings", "A", "B=1 2", "--json", "--settings", "/x"});
+    EXPECT_EQ(settings.command, Command::Settings);
+    EXPECT_EQ(settings.settings, (std::vector<std::string>{"A", "B=1 2"}));
+    EXPECT_EQ(settings.settingsDirectory, "/x");
+    EXPECT_TRUE(settings.json);
+    EXPECT_TRUE(parsed({"settings"}).settings.empty());
+    const Options verify = parsed({"verify", "a.ser", "b", "--json"});
+    EXPECT_EQ(verify.command, Command::Verify);
+    EXPECT_EQ(verify.files, (std::vector<std::string>{"a.ser", "b"}));
+    refusal({"verify"});
+    refusal({"verify", "--device", "0", "a.ser"});
 }
 
 TEST(Options, APathHasAtMost259Units) {
@@ -108,15 +216,20 @@ TEST(Options, APathThatIsNoUtf8IsRefused) {
 }
 
 TEST(Options, HelpAndVersionBelongToTheStandardOutput) {
-    for (const std::vector<const char*>& arguments : std::vector<std::vector<const char*>>{
-             {"--help"}, {"--version"}, {"record", "--help"}, {"devices", "-h"}, {"watch", "--help"}}) {
+    for (const std::vector<const char*>& arguments : std::vector<std::vector<const char*>>{{"--help"},
+                                                                                           {"--version"},
+                                                                                           {"record", "--help"},
+                                                                                           {"devices", "-h"},
+                                                                                           {"watch", "--help"},
+                                                                                           {"settings", "--help"},
+                                                                                           {"verify", "--help"}}) {
         const ParsedCommandLine result = parse(arguments);
         EXPECT_FALSE(result.options);
         EXPECT_EQ(result.code, exitDone);
         EXPECT_FALSE(result.text.empty());
     }
     EXPECT_EQ(parse({"--version"}).text, "vexcap " VEXCAP_VERSION "\n");
-    for (const char* word : {"130  aborted", "5  disk full", "6  recorded"}) {
+    for (const char* word : {"130  aborted", "5  disk full", "6  recorded", "7  a verified file is damaged"}) {
         EXPECT_NE(parse({"--help"}).text.find(word), std::string::npos) << word;
         EXPECT_NE(parse({"record", "--help"}).text.find(word), std::string::npos) << word;
     }

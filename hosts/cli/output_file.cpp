@@ -8,8 +8,19 @@
 #include <filesystem>
 
 #include "hosts/cli/failure.h"
+#include "hosts/cli/text.h"
 
 namespace vexcap::cli {
+
+Container containerOf(const std::string& path) {
+    return lowerCase(path).ends_with(".avi") ? Container::Avi : Container::Ser;
+}
+
+bool isTaken(const std::string& path) {
+    struct stat found = {};
+    // A link that leads nowhere is something that is there, too.
+    return lstat(path.c_str(), &found) == 0;
+}
 
 void checkOutputFile(const std::string& path, bool overwrite) {
     std::filesystem::path directory = std::filesystem::path(path).parent_path();

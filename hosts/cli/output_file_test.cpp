@@ -51,6 +51,14 @@ TEST_F(OutputFile, ALinkThatLeadsNowhereExists) {
     EXPECT_EQ(Check("link.ser"), exitUsage);
 }
 
+TEST_F(OutputFile, WhateverHasANameTakesIt) {
+    fs::create_symlink("nowhere", directory / "link.ser");
+    fs::create_directory(directory / "folder.ser");
+    for (const char* name : {"there.ser", "link.ser", "folder.ser"})
+        EXPECT_TRUE(isTaken((directory / name).string())) << name;
+    for (const char* name : {"new.ser", "missing/new.ser"}) EXPECT_FALSE(isTaken((directory / name).string())) << name;
+}
+
 TEST_F(OutputFile, ADirectoryIsNeverReplaced) {
     fs::create_directory(directory / "folder.ser");
     EXPECT_EQ(Check("folder.ser"), exitUsage);
@@ -64,6 +72,12 @@ TEST_F(OutputFile, AMissingDirectoryIsAFailure) {
 
 TEST_F(OutputFile, ANameTooLongForTheFileSystemIsAFailure) {
     EXPECT_EQ(Check(std::string(300, 'a') + ".ser"), exitFailure);
+}
+
+TEST(Container, TheEndOfTheNameTellsIt) {
+    EXPECT_EQ(containerOf("a.avi"), Container::Avi);
+    EXPECT_EQ(containerOf("a.b.AVI"), Container::Avi);
+    EXPECT_EQ(containerOf("a.avi.ser"), Container::Ser);
 }
 
 TEST(OutputFileWithoutDirectory, IsInTheWorkingDirectory) {

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "hosts/cli/auto_name.h"
 #include "hosts/cli/commands.h"
 #include "hosts/cli/controls.h"
 #include "hosts/cli/failure.h"
@@ -14,6 +15,7 @@ namespace vexcap::cli {
 namespace {
 
 constexpr int roundMilliseconds = 100;
+constexpr uint32_t aviDepth = 24;  // bits of a pixel in every AVI file of the library
 
 uint32_t depthOf(const Session& session) {
     uint32_t fourcc = 0, depth = 0;
@@ -25,6 +27,15 @@ vex_recording_counts countsOf(const Session& session) {
     vex_recording_counts counts = {};
     vexcap_recording(session.Context(), &counts);
     return counts;
+}
+
+/// Where the recording goes.
+std::string fileOf(const Options& options) {
+    if (!options.output.empty()) return options.output;
+    const auto taken = [&](const std::string& path) { return !options.overwrite && isTaken(path); };
+    const std::string path = firstFree([&] { return autoPath(options.autoName); }, taken);
+    checkOutputFile(path, options.overwrite);
+    return path;
 }
 
 /// Runs the recording to its end and tells what ended it. It is not stopped yet.
@@ -54,27 +65,30 @@ Ending follow(Session& session, const Options& options, const Signals& signals) 
 }  // namespace
 
 ExitCode record(const Options& options, const Signals& signals) {
-    checkOutputFile(options.output, options.overwrite);
+    if (!options.output.empty()) checkOutputFile(options.output, options.overwrite);
     Engine engine(options);
     const Device device = engine.Find(options.device);
     Session session(engine, device);
     applySettings(session, options.camera, signals);
 
     RecordingResult result;
-    result.file = options.output;
+    result.file = fileOf(options);
+    const Container container = containerOf(result.file);
     const Size size = session.PictureSize();
     result.width = size.width;
     result.height = size.height;
-    result.depth = depthOf(session);
+    result.depth = container == Container::Avi ? aviDepth : depthOf(session);
     if (!options.json && !options.quiet) {
         const bool limited = options.seconds || options.frames;
-        std::fprintf(stderr, "%s, %ux%u, %u bits, to %s%s\n", device.name.c_str(), size.width, size.height,
-                     result.depth, options.output.c_str(), limited ? "" : "; Ctrl-C ends the recording");
+        std::fprintf(stderr, "%s, %ux%u, %s, to %s%s\n", device.name.c_str(), size.width, size.height,
+                     depthText(result.depth, container).c_str(), result.file.c_str(),
+                     limited ? "" : "; Ctrl-C ends the recording");
     }
 
-    const std::u16string path = toUtf16(options.output);
+    vexcap_put_timelapse(session.Context(), static_cast<uint32_t>(options.timeLapse));
+    const std::u16string path = toUtf16(result.file);
     if (vexcap_start_capture_astro(session.Context(), path.c_str(), options.seconds, options.frames) < 0)
-        throw Failure(exitFailure, "cannot record to " + options.output);
+        throw Failure(exitFailure, "cannot record to " + result.file);
     // What the camera loses while files are made or closed is no part of the recording.
     const uint32_t lostBefore = session.LostFrames();
     result.ending = follow(session, options, signals);

@@ -17,15 +17,22 @@ enum Message : uint32_t { messageEvent = 1, messageSize, messageLimit, messageDa
 
 constexpr char16_t openMode = VEX_OPEN_ASTRO;
 
+/// Null where nothing is remembered.
+vex_key* openSettings(const Options& options) {
+    if (options.noSettings) return nullptr;
+    return options.settingsDirectory.empty() ? vex_key_user() : vex_key_directory(options.settingsDirectory.c_str());
+}
+
 }  // namespace
 
-Engine::Engine(const Options& options) : window(vex_window_queue_new()) {
+Engine::Engine(const Options& options) : settings(openSettings(options)), window(vex_window_queue_new()) {
     if (!window) throw Failure(exitFailure, "out of memory or file descriptors");
     // Still before any other thread that could read the environment.
     if (!options.gige.empty()) setenv("VEXCAP_GIGE", options.gige.c_str(), 1);
     const std::u16string library = toUtf16(options.library);
-    vexcap_init(nullptr, u"vexcap", u"vexcap", u"vexcap", library.c_str(), options.prefix.c_str(), u"", messageEvent,
-                messageSize, messageLimit, messageDarkField, messageFrame, 0, 1, window.get(), messageDevice, 0, 0);
+    vexcap_init(settings.get(), u"vexcap", u"vexcap", u"vexcap", library.c_str(), options.prefix.c_str(), u"",
+                messageEvent, messageSize, messageLimit, messageDarkField, messageFrame, 0, 1, window.get(),
+                messageDevice, 0, 0);
 }
 
 Engine::~Engine() { vexcap_fini(); }

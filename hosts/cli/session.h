@@ -20,11 +20,14 @@ struct WindowDeleter {
 struct InterfaceDeleter {
     void operator()(IVexUnknown* object) const { object->Release(); }
 };
+struct KeyDeleter {
+    void operator()(vex_key* key) const { vex_key_free(key); }
+};
 /// An interface of the camera, given back when it goes out of scope; keep it no longer than one function.
 template <typename Interface>
 using CameraInterface = std::unique_ptr<Interface, InterfaceDeleter>;
 
-/// One at a time. Throws Failure when the library cannot start.
+/// One at a time, with the settings that the options choose. Throws Failure when the library cannot start.
 class Engine final {
 public:
     explicit Engine(const Options& options);
@@ -38,7 +41,8 @@ public:
     vex_window* Window() const { return window.get(); }
 
 private:
-    std::unique_ptr<vex_window, WindowDeleter> window;
+    const std::unique_ptr<vex_key, KeyDeleter> settings;
+    const std::unique_ptr<vex_window, WindowDeleter> window;
 };
 
 /// What came in while a session waited.

@@ -53,7 +53,18 @@ std::string shellWord(const std::string& text) {
     return quoted + "'";
 }
 
+/// Programs that open the file, as a user types them.
+std::string openText(const std::string& path) {
+    const std::string file = shellWord(path);
+    const char* const player = containerOf(path) == Container::Avi ? "vlc " : "ser-player ";
+    return "siril " + file + ", " + player + file + " or ffprobe " + file;
+}
+
 }  // namespace
+
+std::string depthText(uint32_t depth, Container container) {
+    return std::to_string(depth) + (container == Container::Avi ? " bits a pixel" : " bits");
+}
 
 ExitCode exitCodeOf(const RecordingResult& result) {
     switch (result.ending) {
@@ -74,18 +85,21 @@ std::string summaryText(const RecordingResult& result) {
     const vex_recording_counts& counts = result.counts;
     const double bytes = double(counts.bytes);
     std::string text = sentenceOf(result.ending);
-    if (!counts.written) return text + "No frame was recorded, so there is no file " + result.file + ".\n";
+    const Container container = containerOf(result.file);
+    if (!counts.written) {
+        if (container == Container::Avi) return text + "No frame was recorded; " + result.file + " is empty.\n";
+        return text + "No frame was recorded, so there is no file " + result.file + ".\n";
+    }
     text += "Recorded " + result.file + "\n";
     text += "  picture  " + std::to_string(result.width) + "x" + std::to_string(result.height) + ", " +
-            std::to_string(result.depth) + " bits\n";
+            depthText(result.depth, container) + "\n";
     text += "  frames   " + std::to_string(counts.offered) + " offered, " + std::to_string(counts.kept) + " kept, " +
             std::to_string(counts.written) + " written, " + std::to_string(counts.lost) + " lost; the camera lost " +
             std::to_string(result.cameraLost) + "\n";
     text += "  time     " + formatReal(counts.elapsed / 1000.0) + " s, " +
             formatReal(perSecond(counts.written, counts)) + " frames a second\n";
     text += "  size     " + formatBytes(bytes) + ", " + formatBytes(perSecond(bytes, counts)) + "/s\n";
-    const std::string file = shellWord(result.file);
-    text += "  open     siril " + file + ", ser-player " + file + " or ffprobe " + file + "\n";
+    text += "  open     " + openText(result.file) + "\n";
     if (counts.lost)
         text += std::to_string(counts.lost) +
                 " frames are not in the file: the disk did not take them, or "
@@ -102,6 +116,7 @@ std::string summaryJson(const RecordingResult& result) {
     return JsonObject()
         .Text("type", "recording")
         .Text("file", result.file)
+        .Text("container", containerOf(result.file) == Container::Avi ? "avi" : "ser")
         .Text("end", wordOf(result.ending))
         .Integer("width", result.width)
         .Integer("height", result.height)

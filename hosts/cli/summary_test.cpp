@@ -58,6 +58,21 @@ TEST(Summary, TellsAllNumbersAndHowToOpenTheFile) {
               "  open     siril planet.ser, ser-player planet.ser or ffprobe planet.ser\n");
 }
 
+TEST(Summary, AnAviFileHasPixelsAndItsOwnPlayers) {
+    RecordingResult result = good();
+    result.file = "planet.AVI";
+    result.depth = 24;
+    const std::string text = summaryText(result);
+    EXPECT_NE(text.find("  picture  1000x1000, 24 bits a pixel\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("  open     siril planet.AVI, vlc planet.AVI or ffprobe planet.AVI\n"), std::string::npos)
+        << text;
+    EXPECT_NE(summaryJson(result).find(R"("container":"avi","end":"limit","width":1000,"height":1000,"depth":24,)"),
+              std::string::npos)
+        << summaryJson(result);
+    result.counts = {};
+    EXPECT_EQ(summaryText(result), "No frame was recorded; planet.AVI is empty.\n");
+}
+
 TEST(Summary, LossesAreTold) {
     RecordingResult result = good();
     result.counts.lost = 3;
@@ -78,10 +93,11 @@ TEST(Summary, AFileNameIsQuotedForTheShell) {
 TEST(Summary, JsonHasTheSameNumbers) {
     RecordingResult result = good();
     result.ending = Ending::Stalled;
-    EXPECT_EQ(summaryJson(result),
-              R"({"type":"recording","file":"planet.ser","end":"stalled","width":1000,"height":1000,"depth":8,)"
-              R"("offered":600,"kept":600,"written":600,"lost":0,"cameraLost":0,"bytes":600000000,"seconds":10.000,)"
-              R"("framesPerSecond":60.000,"exit":4})");
+    EXPECT_EQ(
+        summaryJson(result),
+        R"({"type":"recording","file":"planet.ser","container":"ser","end":"stalled","width":1000,"height":1000,"depth":8,)"
+        R"("offered":600,"kept":600,"written":600,"lost":0,"cameraLost":0,"bytes":600000000,"seconds":10.000,)"
+        R"("framesPerSecond":60.000,"exit":4})");
 }
 
 }  // namespace

@@ -97,6 +97,8 @@ std::string toUtf8(const vex_char* text) {
     return out;
 }
 
+bool isPartOfFileName(std::string_view text) { return text.find_first_of("<>:\"/\\|?*") == text.npos; }
+
 std::string lowerCase(std::string_view text) {
     std::string out(text);
     for (char& c : out)

@@ -20,6 +20,10 @@ std::u16string toUtf16(std::string_view text);
 /// Broken surrogates become U+FFFD; a null text is empty.
 std::string toUtf8(const vex_char* text);
 
+constexpr std::string_view forbiddenInFileNames = "< > : \" / \\ | ? *";
+/// True for a text with none of them.
+bool isPartOfFileName(std::string_view text);
+
 /// ASCII letters in lower case, everything else as it is.
 std::string lowerCase(std::string_view text);
 

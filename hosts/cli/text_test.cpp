@@ -32,6 +32,12 @@ TEST(Text, ALoneSurrogateBecomesTheReplacementCharacter) {
     EXPECT_EQ(toUtf8(nullptr), "");
 }
 
+TEST(Text, AFileNameCannotHaveNineCharacters) {
+    for (const char c : std::string("<>:\"/\\|?*")) EXPECT_FALSE(isPartOfFileName(std::string("a") + c)) << c;
+    EXPECT_TRUE(isPartOfFileName("M 31 (a).x"));
+    EXPECT_TRUE(isPartOfFileName(""));
+}
+
 TEST(Text, LowerCaseTouchesAsciiLettersOnly) { EXPECT_EQ(lowerCase("AbZ[\xC3\x89]9"), "abz[\xC3\x89]9"); }
 
 }  // namespace

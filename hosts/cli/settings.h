@@ -1,0 +1,33 @@
+/// What the library remembers, as a user reads and writes it.
+#pragma once
+
+#include <vexcap/settings.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace vexcap::cli {
+
+/// A number, or a text in UTF-8.
+using SettingValue = std::variant<uint32_t, std::string>;
+
+/// "NAME" or "NAME=VALUE".
+struct SettingArgument {
+    const vex_setting* setting = nullptr;
+    std::optional<SettingValue> value;  ///< One that the setting can have.
+};
+
+/// Letters of the name count without case, and FileNameFormat is understood, too. Throws Failure exitUsage for an
+/// unknown name and for a value that the setting cannot have.
+SettingArgument parseSetting(std::string_view argument);
+
+/// "25 to 400", "at most 128 characters".
+std::string limitsText(const vex_setting& setting);
+/// The value as it is typed.
+std::string valueText(const SettingValue& value);
+/// One JSON object.
+std::string settingJson(const vex_setting& setting, const SettingValue& value, bool stored);
+
+}  // namespace vexcap::cli
