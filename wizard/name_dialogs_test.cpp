@@ -171,7 +171,7 @@ TEST_F(NameDialogs, DirOptionsShowTheStandardFolderForAnEmptyBase) {
     EXPECT_EQ(dirOptions().basePath(), u"/home/user/Documents/Product");
     EXPECT_TRUE(fakes.folders.IsFolder(u"/home/user/Documents/Product"));
     fakes.folders.documents = E_FAIL;
-    EXPECT_EQ(dirOptions().basePath(), u"/work");
+    EXPECT_EQ(dirOptions().basePath(), u"/here");
     EXPECT_EQ(written(), Names());
 }
 

@@ -192,13 +192,13 @@ TEST_F(Naming, ABaseOf260CharactersCountsAsEmpty) {
 
 TEST_F(Naming, WithoutADocumentsFolderTheCurrentOneIsTheBase) {
     fakes.folders.documents = VEX_E_PATH_NOT_FOUND;
-    EXPECT_EQ(folderOf(u"", 0), u"/work");
-    EXPECT_EQ(folderOf(u"", 2), u"/work/2024/03/05");
+    EXPECT_EQ(folderOf(u"", 0), u"/here");
+    EXPECT_EQ(folderOf(u"", 2), u"/here/2024/03/05");
 }
 
 TEST_F(Naming, WhereTheProductsFolderCannotBeMadeTheCurrentOneIsTheBase) {
     fakes.folders.createFailure = E_ACCESSDENIED;
-    EXPECT_EQ(folderOf(u"", 0), u"/work");
+    EXPECT_EQ(folderOf(u"", 0), u"/here");
     fakes.folders.current = VEX_E_PATH_NOT_FOUND;
     EXPECT_EQ(folderOf(u"", 0), u".");
 }

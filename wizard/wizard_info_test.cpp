@@ -461,7 +461,7 @@ TEST_F(WizardInfo, InAstroModeTheStandardFolderIsMadeSureOf) {
     EXPECT_EQ(capture().directory, u"/home/user/Documents/Product");
     EXPECT_EQ(fakes.folders.created, Names{u"/home/user/Documents/Product"});
     fakes.folders.documents = E_FAIL;
-    EXPECT_EQ(broadcast().directory, u"/work");
+    EXPECT_EQ(broadcast().directory, u"/here");
 }
 
 // --- Save -----------------------------------------------------------------------------------------------------------

@@ -24,8 +24,8 @@ public:
     }
 
     Result<std::u16string> documents = std::u16string(u"/home/user/Documents");
-    Result<std::u16string> current = std::u16string(u"/work");
-    std::set<std::u16string> folders = {u"/home/user/Documents", u"/work"};
+    Result<std::u16string> current = std::u16string(u"/here");
+    std::set<std::u16string> folders = {u"/home/user/Documents", u"/here"};
     std::set<std::u16string> files;
     std::vector<std::u16string> created;  ///< Asked for, in order, whether it worked or not.
     HRESULT createFailure = S_OK;         ///< What Create fails with while it is negative.
