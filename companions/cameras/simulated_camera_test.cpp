@@ -205,7 +205,9 @@ TEST(SimulatedCamera, RawFramesComeInOrderBeforeTheirDisplayFramesAndShowTheSame
     ASSERT_EQ(probe.raws.size(), probe.frames.size());
     uint32_t lost = 0;
     ASSERT_EQ(probe.Status().GetLostFrames(&lost), S_OK);
-    EXPECT_EQ(probe.raws.back().info.sequence, probe.raws.size() - 1 + lost);
+    // What was counted as lost behind the last frame has no frame to show it: the stop came first.
+    EXPECT_LE(probe.raws.back().info.sequence, probe.raws.size() - 1 + lost);
+    EXPECT_GE(probe.raws.back().info.sequence, probe.raws.size() - 1);
     for (size_t i = 0; i < probe.raws.size(); ++i) {
         const SeenFrame& raw = probe.raws[i];
         const SeenFrame& shown = probe.frames[i];
