@@ -1,5 +1,6 @@
-// Locks that clang's thread-safety analysis follows. Lock order, outermost first:
-// captureLock, frameLock, markerLock, darkLock; rateLock and queueLock nest in nothing.
+// Locks that clang's thread-safety analysis follows. Lock order, outermost first: a filter graph's lock, a filter's
+// interfaceLock, rendererLock, captureLock, frameLock, darkLock; the locks of rates, queues, pools and events nest in
+// nothing.
 #pragma once
 
 #include <condition_variable>

@@ -8,7 +8,7 @@
 #include "frame/sink_rig.h"
 #include "platform/fake/allocations.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = 64, height = 48;
@@ -102,4 +102,4 @@ TEST(FrameAllocations, AStackFeedTakesNothingFromTheHeap) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

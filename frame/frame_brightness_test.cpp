@@ -5,7 +5,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -117,4 +117,4 @@ TEST(FrameBrightness, OfFourBytesAPixelLeavesTheFourthOut) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

@@ -42,8 +42,14 @@ vex_texture_target CFrameRender::TextureTarget() {
     return {device, context, texture->Handle()};
 }
 
+CFrameRender::Size CFrameRender::LastVideoSize() {
+    const RecursiveMutexGuard guard(frameLock);
+    return videoSize;
+}
+
 void CFrameRender::SetVideoSize(uint32_t frameWidth, uint32_t frameHeight, void* graphicsDevice, void* graphicsContext,
                                 void* renderTarget) {
+    SetDarkSize(frameWidth, frameHeight);
     {
         const RecursiveMutexGuard guard(frameLock);
         videoSize = {frameWidth, frameHeight};

@@ -3,7 +3,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -161,4 +161,4 @@ TEST(CopyingSink, AnAbsurdSizeThatWasToldKeepsNoFrameAway) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

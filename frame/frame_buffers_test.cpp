@@ -5,7 +5,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -377,4 +377,4 @@ TEST(FrameBuffers, EitherSideOfTheVideoSizeMayBeLeftOut) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

@@ -3,7 +3,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = 5, height = 3;  // rows of 15 bytes in 16, of 30 in 32
@@ -346,4 +346,4 @@ TEST(ReadBack, PixelsComeFromTheTextureAndTheMaximumIsLeftAlone) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

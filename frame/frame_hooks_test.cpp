@@ -5,7 +5,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -205,4 +205,4 @@ TEST(StackFeed, GoesNowhereWhileThePictureIsATexture) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

@@ -34,8 +34,9 @@ std::optional<vex_rect> insideMargin(vex_rect rectangle, uint32_t width, uint32_
 }  // namespace
 
 CFrameRender::CFrameRender(SinkMode sinkMode, uint32_t rate, uint32_t pixelBytes, IClock& time,
-                           ISharedTextures& sharedTextures, bool texturesAvailable)
-    : CFrameRate(rate),
+                           ISharedTextures& sharedTextures, IFileSystem& fileSystem, bool texturesAvailable)
+    : IDfcImpl(fileSystem),
+      CFrameRate(rate),
       mode(sinkMode),
       d2dAvailable(texturesAvailable),
       pixels(kernels()),
@@ -45,10 +46,11 @@ CFrameRender::CFrameRender(SinkMode sinkMode, uint32_t rate, uint32_t pixelBytes
 
 HRESULT CFrameRender::QueryInterface(const vex_guid& iid, void** out) {
     if (!out) return E_POINTER;
-    const bool known =
-        std::memcmp(&iid, &IID_IFrameInfo, sizeof iid) == 0 || std::memcmp(&iid, &VEX_IID_UNKNOWN, sizeof iid) == 0;
-    *out = known ? static_cast<IFrameInfo*>(this) : nullptr;
-    return known ? S_OK : E_NOINTERFACE;
+    const auto asked = [&iid](const vex_guid& known) { return std::memcmp(&iid, &known, sizeof iid) == 0; };
+    *out = nullptr;
+    if (asked(IID_IFrameInfo) || asked(VEX_IID_UNKNOWN)) *out = static_cast<IFrameInfo*>(this);
+    if (asked(IID_IDfc)) *out = static_cast<IDfc*>(this);
+    return *out ? S_OK : E_NOINTERFACE;
 }
 
 HRESULT CFrameRender::SetNotify(vex_window* window, uint32_t message, FrameCallback callback, void* callbackContext) {
@@ -141,7 +143,8 @@ void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const v
         return KeepBehindHook(incoming);
     }
     Show(incoming, invalidate);
-    if (told.frame.call && FitsItsMemory(incoming)) told.frame.call(told.frame.context, frame, frameWidth, frameHeight);
+    if (told.frame.call && MayBeRead(frame, frameWidth, frameHeight))
+        told.frame.call(told.frame.context, frame, frameWidth, frameHeight);
 }
 
 void CFrameRender::AnnounceTexture() {
@@ -171,18 +174,16 @@ void CFrameRender::KeepBehindHook(const Incoming& incoming) {
     rawDepth = DepthOf(incoming);
 }
 
-/// False when a source claims a size that the buffer it was lent does not hold: whoever reads the frame by this size
-/// would read beyond. Memory of the source's own is the source's word.
-bool CFrameRender::FitsItsMemory(const Incoming& incoming) {
+bool CFrameRender::MayBeRead(const void* frame, uint32_t frameWidth, uint32_t frameHeight) {
     const RecursiveMutexGuard guard(frameLock);
-    const Size size = SizeOf(incoming);
+    const Size size = SizeOf({frameWidth, frameHeight});
     const uint64_t bytes = pictureBytes(size.width, size.height, bytesPerPixel);
-    return bytes == 0 || incoming.frame != loan.display.data() || loan.display.holds(bytes);
+    return bytes == 0 || frame != loan.display.data() || loan.display.holds(bytes);
 }
 
 void CFrameRender::Show(const Incoming& incoming, bool invalidate) {
     const RecursiveMutexGuard guard(frameLock);
-    const Size size = SizeOf(incoming);
+    const Size size = SizeOf(incoming.size);
     switch (mode) {
         case SinkMode::Pooled:
             return ShowPooled(incoming, size, invalidate);
@@ -233,8 +234,8 @@ void CFrameRender::ShowCopied(const Incoming& incoming, Size size, bool invalida
     Publish(invalidate);
 }
 
-CFrameRender::Size CFrameRender::SizeOf(const Incoming& incoming) const {
-    if (incoming.size.width != 0 && incoming.size.height != 0) return incoming.size;
+CFrameRender::Size CFrameRender::SizeOf(Size told) const {
+    if (told.width != 0 && told.height != 0) return told;
     return width != 0 && height != 0 ? Size{width, height} : videoSize;
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base/mutex.h"
+#include "frame/dark_field.h"
 #include "frame/frame_info.h"
 #include "frame/frame_rate.h"
 #include "frame/pixel_buffer.h"
@@ -30,19 +31,19 @@ enum class SinkMode : uint32_t {
 /// trusted: what does not fit the buffer is not shown.
 ///
 /// One source calls ReceiveFrame and NextBuffers, one frame at a time; everything else may come from any thread.
-class CFrameRender : public IFrameInfo, public CFrameRate {
+class CFrameRender : public IFrameInfo, public IDfcImpl, public CFrameRate {
 public:
     /// `targetRate`: repaints a second at most, 0 for no limit. `bytesPerPixel`: 3 or 4. The ports outlive the sink.
-    /// `d2dAvailable`: there are textures that are shared with the camera library.
+    /// `files` keeps dark frames. `d2dAvailable`: there are textures that are shared with the camera library.
     CFrameRender(SinkMode mode, uint32_t targetRate, uint32_t bytesPerPixel, IClock& clock, ISharedTextures& textures,
-                 bool d2dAvailable);
+                 IFileSystem& files, bool d2dAvailable);
     virtual ~CFrameRender() = default;
     CFrameRender(const CFrameRender&) = delete;
     CFrameRender& operator=(const CFrameRender&) = delete;
 
     // --- IFrameInfo
 
-    /// Knows IFrameInfo and IVexUnknown. The sink's life belongs to its owner: the counts are always 2.
+    /// Knows IFrameInfo, IDfc and IVexUnknown. The sink's life belongs to its owner: the counts are always 2.
     HRESULT QueryInterface(const vex_guid& iid, void** out) override;
     uint32_t AddRef() override { return 2; }
     uint32_t Release() override { return 2; }
@@ -70,14 +71,17 @@ public:
     /// no frame. `raw` and `deep` may be null. A size of 0, 0 stands for the stored one. Source thread.
     void ReceiveFrame(const void* frame, const void* raw, const void* deep, uint32_t depthFlag, uint32_t tag,
                       uint32_t frameWidth, uint32_t frameHeight, uint64_t frameTag) VEX_EXCLUDES(frameLock);
+    /// False when a source claims a size that the buffer it was lent does not hold: whoever reads the frame by this size
+    /// would read beyond. Memory of the source's own is the source's word. Source thread.
+    bool MayBeRead(const void* frame, uint32_t frameWidth, uint32_t frameHeight) VEX_EXCLUDES(frameLock);
     /// Where a source writes its next frame. Null outs are not asked for; null answers mean that this picture is not
     /// wanted. What it gives stays good to the next call. Source thread.
     void NextBuffers(void** outDisplay, void** outRaw, void** outDeep) VEX_EXCLUDES(frameLock);
     /// The way back from a live-stack hook, see StackFeedEntry.
     static void StackFeed(void* sink, uint32_t frameWidth, uint32_t frameHeight, uint32_t ignored,
                           const uint8_t* pixels);
-    /// Size of the frames to come. A pooled sink forgets its picture and its raw and deep buffers, and makes a shared
-    /// texture when a device is given.
+    /// Size of the frames to come. A new one discards the dark field. A pooled sink forgets its picture and its raw and
+    /// deep buffers, and makes a shared texture when a device is given.
     void SetVideoSize(uint32_t frameWidth, uint32_t frameHeight, void* device, void* context, void* renderTarget)
         VEX_EXCLUDES(frameLock);
     /// Largest frame of the device; 0, 0 when unknown. Told before SetVideoSize.
@@ -95,11 +99,15 @@ public:
     uint32_t Chrome() const { return chrome.load(std::memory_order_relaxed); }
     uint32_t Negative() const { return negative.load(std::memory_order_relaxed); }
 
-private:
+protected:
     struct Size {
         uint32_t width = 0;
         uint32_t height = 0;
     };
+    /// As SetVideoSize was told it last, whatever became of the picture.
+    Size LastVideoSize() VEX_EXCLUDES(frameLock);
+
+private:
     struct alignas(8) Trigger {  // aligned, so that both change in one instruction
         uint32_t on = 0;
         uint32_t count = 0;
@@ -137,7 +145,6 @@ private:
     // frame_render.cpp
     void AnnounceTexture() VEX_EXCLUDES(frameLock);
     void KeepBehindHook(const Incoming& incoming) VEX_EXCLUDES(frameLock);
-    bool FitsItsMemory(const Incoming& incoming) VEX_EXCLUDES(frameLock);
     void Show(const Incoming& incoming, bool invalidate) VEX_EXCLUDES(frameLock);
     void ShowPooled(const Incoming& incoming, Size size, bool invalidate) VEX_REQUIRES(frameLock);
     void ShowOwned(const Incoming& incoming, Size size, bool invalidate) VEX_REQUIRES(frameLock);
@@ -146,7 +153,7 @@ private:
     PixelBuffer FeedTarget() VEX_REQUIRES(frameLock);
     void Publish(bool invalidate) VEX_REQUIRES(frameLock);
     void PostBrightness() VEX_REQUIRES(frameLock);
-    Size SizeOf(const Incoming& incoming) const VEX_REQUIRES(frameLock);
+    Size SizeOf(Size told) const VEX_REQUIRES(frameLock);
     uint32_t DepthOf(const Incoming& incoming) const VEX_REQUIRES(frameLock);
     Listeners CurrentListeners() VEX_EXCLUDES(frameLock);
 

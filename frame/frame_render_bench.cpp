@@ -8,6 +8,7 @@
 
 #include "base/dib.h"
 #include "frame/frame_render.h"
+#include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_texture.h"
 
 namespace vexcap {
@@ -40,7 +41,8 @@ double median(std::vector<double> values) {
 void pooledFrame(benchmark::State& state) {
     SteadyClock clock;
     FakeTextures textures;
-    CFrameRender sink(SinkMode::Pooled, 25, 3, clock, textures, false);
+    FakeDisk disk;
+    CFrameRender sink(SinkMode::Pooled, 25, 3, clock, textures, disk, false);
     const auto width = uint32_t(state.range(0)), height = uint32_t(state.range(1));
     sink.SetVideoSize(width, height, nullptr, nullptr, nullptr);
     for (auto _ : state) {
@@ -56,7 +58,8 @@ BENCHMARK(pooledFrame)->Args({640, 480})->Args({4144, 2822});
 void copiedFrame(benchmark::State& state) {
     SteadyClock clock;
     FakeTextures textures;
-    CFrameRender sink(SinkMode::Copying, 25, 3, clock, textures, false);
+    FakeDisk disk;
+    CFrameRender sink(SinkMode::Copying, 25, 3, clock, textures, disk, false);
     const auto width = uint32_t(state.range(0)), height = uint32_t(state.range(1));
     const size_t bytes = dibStride(width, 3) * height;
     const std::vector<uint8_t> frame(bytes, 7);

@@ -4,7 +4,7 @@
 
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -338,4 +338,4 @@ TEST(FrameRender, AWindowMayAskTheSinkFromInsideOfAPost) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

@@ -3,7 +3,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
@@ -96,9 +96,10 @@ TEST(SharedTexture, StaysThroughASizeThatComesWithoutADeviceAndIsReplacedByOneWi
 TEST(SharedTexture, IsReleasedWithTheSink) {
     FakeClock clock;
     FakeTextures textures;
+    FakeDisk disk;
     int device = 0;
     {
-        CFrameRender sink(SinkMode::Pooled, 0, 3, clock, textures, true);
+        CFrameRender sink(SinkMode::Pooled, 0, 3, clock, textures, disk, true);
         sink.SetVideoSize(width, height, &device, nullptr, nullptr);
         EXPECT_EQ(textures.alive, 1u);
     }
@@ -106,4 +107,4 @@ TEST(SharedTexture, IsReleasedWithTheSink) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

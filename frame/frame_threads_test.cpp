@@ -8,7 +8,7 @@
 #include "frame/frame_render.h"
 #include "frame/sink_rig.h"
 
-namespace vexcap {
+namespace vexcap::test {
 namespace {
 
 constexpr uint32_t width = 61, height = 40;
@@ -126,4 +126,4 @@ TEST(FrameThreads, CallbacksAndHooksRunWithoutTheFrameLock) {
 }
 
 }  // namespace
-}  // namespace vexcap
+}  // namespace vexcap::test

@@ -12,10 +12,11 @@
 #include "base/dib.h"
 #include "frame/frame_render.h"
 #include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_texture.h"
 #include "platform/fake/fake_window.h"
 
-namespace vexcap {
+namespace vexcap::test {
 
 enum : uint32_t { frameMessage = 0x400, sizeMessage = 0x401, brightnessMessage = 0x402 };
 
@@ -89,7 +90,7 @@ using Messages = std::vector<Posted>;
 
 struct SinkRig {
     explicit SinkRig(SinkMode mode, uint32_t targetRate = 0, uint32_t bytesPerPixel = 3, bool d2dAvailable = false)
-        : sink(mode, targetRate, bytesPerPixel, clock, textures, d2dAvailable) {}
+        : sink(mode, targetRate, bytesPerPixel, clock, textures, disk, d2dAvailable) {}
 
     Buffers next() {
         Buffers made;
@@ -127,6 +128,7 @@ struct SinkRig {
 
     FakeClock clock;
     FakeTextures textures;
+    FakeDisk disk;
     FakeWindow window;
     CFrameRender sink;
 };
@@ -150,4 +152,4 @@ struct ReadyRig : SinkRig {
     FrameCalls calls;
 };
 
-}  // namespace vexcap
+}  // namespace vexcap::test

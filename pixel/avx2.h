@@ -37,6 +37,28 @@ inline __m128i shuffled(__m128i value, const Shuffle& shuffle) {
     return _mm_shuffle_epi8(value, _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle.from)));
 }
 
+/// 24 bytes of 8 pixels, and 4 bytes behind them, to 8 pixels of 4 bytes. The fourth is 0.
+inline __m256i withFourth(const uint8_t* pixels) {
+    static constexpr Shuffle spread = [] {
+        Shuffle shuffle{};
+        for (unsigned i = 0; i < 32; ++i)
+            shuffle.from[i] = i % 4 < 3 ? uint8_t(i % 16 / 4 * 3 + i % 4) : Shuffle::nothing;
+        return shuffle;
+    }();
+    return shuffled(loadHalves(pixels, pixels + 12), spread);
+}
+
+/// 8 pixels of 4 bytes to 24 bytes, in order; the 8 bytes behind them are 0.
+inline __m256i withoutFourth(__m256i pixels) {
+    static constexpr Shuffle closed = [] {
+        Shuffle shuffle{};
+        for (unsigned i = 0; i < 32; ++i)
+            shuffle.from[i] = i % 16 < 12 ? uint8_t(i % 16 / 3 * 4 + i % 16 % 3) : Shuffle::nothing;
+        return shuffle;
+    }();
+    return _mm256_permutevar8x32_epi32(shuffled(pixels, closed), _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+}
+
 /// Words shifted right by depth - 8 when multiplied by this: one instruction that needs no shift count.
 inline __m256i depthScale(uint32_t depth) { return _mm256_set1_epi16(int16_t(1u << (24 - depth))); }
 

@@ -4,19 +4,11 @@
 // linker might keep a copy made for a better processor than the one at hand.
 #pragma once
 
-#include <type_traits>
-
 #include "pixel/kernels.h"
+#include "pixel/picture_row.h"
 
 namespace vexcap {
 namespace {
-
-/// Row y of a picture whose row 0 is at `first`, `stride` bytes apart.
-template <class Sample>
-inline Sample* pictureRow(Sample* first, ptrdiff_t stride, uint32_t y) {
-    using Byte = typename std::conditional<std::is_const<Sample>::value, const uint8_t, uint8_t>::type;
-    return reinterpret_cast<Sample*>(reinterpret_cast<Byte*>(first) + ptrdiff_t(y) * stride);
-}
 
 struct Colours {
     uint32_t blue, green, red;

@@ -50,6 +50,41 @@ struct PixelKernels {
     void (*bgr24ToBgrx32)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                           uint32_t width, uint32_t height);
 
+    // --- Colour conversion of video input: BT.601, limited range, a colour sample for the pixels that share it. Terms
+    // are rounded down at 1/64, and so is their sum: the same integers at every level.
+
+    /// Luma and colour in turn, two pixels in four bytes (Y U Y V), to blue-green-red. A row of an odd width ends with
+    /// a whole group of four.
+    void (*yuyvToBgr24)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                        uint32_t width, uint32_t height);
+    /// The same from U Y V Y.
+    void (*uyvyToBgr24)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                        uint32_t width, uint32_t height);
+    /// A plane of luma and a plane of U V pairs, each for two by two pixels; the pairs of a last odd column and row are
+    /// there.
+    void (*nv12ToBgr24)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* luma, ptrdiff_t lumaStride,
+                        const uint8_t* colour, ptrdiff_t colourStride, uint32_t width, uint32_t height);
+
+    // --- Steps on a picture of 3 or 4 bytes a pixel, blue first, in place. The fourth byte of a pixel and the bytes
+    // between two rows are left alone.
+
+    /// Each channel becomes max(0, channel - dark). The dark picture has 3 bytes a pixel and no row padding.
+    void (*subtractDark)(uint8_t* frame, ptrdiff_t stride, const uint8_t* dark, uint32_t width, uint32_t height,
+                         uint32_t bytesPerPixel);
+    /// Adds each channel to its sum, which wraps at 16 bits. The sums are three a pixel, without row padding.
+    void (*addToSums)(uint16_t* sums, const uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height,
+                      uint32_t bytesPerPixel);
+    /// target[i] = the low 8 bits of sums[i] / divisor, rounded down. divisor is not 0.
+    void (*divideSums)(uint8_t* target, const uint16_t* sums, size_t count, uint16_t divisor);
+    /// Pixel x takes the place of pixel width - 1 - x in every row.
+    void (*flipHorizontally)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+    /// Row y takes the place of row height - 1 - y, with the fourth byte of its pixels.
+    void (*flipVertically)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+    /// The three channels become (floor(blue * 14.592) + floor(green * 75.136) + floor(red * 38.272)) >> 7.
+    void (*toGrey)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+    /// Each channel becomes 255 - channel.
+    void (*toNegative)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+
     /// Sum over a row's pixels, left to right, of 0.587 * green + 0.299 * red + 0.114 * blue, added to `sum` pixel by
     /// pixel in double precision: the order is part of the meaning, since the result is truncated later.
     double (*addLuminance)(double sum, const uint8_t* row, uint32_t pixels, uint32_t bytesPerPixel);

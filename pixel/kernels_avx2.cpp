@@ -142,21 +142,12 @@ void rgb24ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* so
 
 void bgrx32ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                        uint32_t width, uint32_t height) {
-    static constexpr Shuffle withoutFourth = [] {
-        Shuffle shuffle{};
-        for (unsigned i = 0; i < 32; ++i)
-            shuffle.from[i] = i % 16 < 12 ? uint8_t(i % 16 / 3 * 4 + i % 16 % 3) : Shuffle::nothing;
-        return shuffle;
-    }();
-    const __m256i together = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
     everyRow<3, 4>(
         target, targetStride, source, sourceStride, width, height,
-        [width, together](uint8_t* to, const uint8_t* from) {
+        [width](uint8_t* to, const uint8_t* from) {
             // Eight pixels and eight bytes more, which the next step or the plain loop writes again.
             uint32_t x = 0;
-            for (; x + 11 <= width; x += 8)
-                store32(to + 3 * size_t(x),
-                        _mm256_permutevar8x32_epi32(shuffled(load32(from + 4 * size_t(x)), withoutFourth), together));
+            for (; x + 11 <= width; x += 8) store32(to + 3 * size_t(x), withoutFourth(load32(from + 4 * size_t(x))));
             return x;
         },
         [](uint8_t* to, const uint8_t* from, uint32_t rest) { plainKernels.bgrx32ToBgr24(to, 0, from, 0, rest, 1); });
@@ -164,12 +155,6 @@ void bgrx32ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* s
 
 void bgr24ToBgrx32Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                        uint32_t width, uint32_t height) {
-    static constexpr Shuffle withFourth = [] {
-        Shuffle shuffle{};
-        for (unsigned i = 0; i < 32; ++i)
-            shuffle.from[i] = i % 4 < 3 ? uint8_t(i % 16 / 4 * 3 + i % 4) : Shuffle::nothing;
-        return shuffle;
-    }();
     const __m256i fourth = _mm256_set1_epi32(int(0xFF000000u));
     everyRow<4, 3>(
         target, targetStride, source, sourceStride, width, height,
@@ -177,10 +162,9 @@ void bgr24ToBgrx32Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* s
             // The second load ends four bytes behind the eighth pixel.
             uint32_t x = 0;
             for (; x + 10 <= width; x += 8) {
-                const uint8_t* pixels = from + 3 * size_t(x);
                 uint8_t* eight = to + 4 * size_t(x);
-                store32(eight, _mm256_or_si256(shuffled(loadHalves(pixels, pixels + 12), withFourth),
-                                               _mm256_and_si256(load32(eight), fourth)));
+                store32(eight,
+                        _mm256_or_si256(withFourth(from + 3 * size_t(x)), _mm256_and_si256(load32(eight), fourth)));
             }
             return x;
         },
@@ -222,6 +206,16 @@ constinit const PixelKernels avx2Kernels = {
     .rgb24ToBgr24 = rgb24ToBgr24Avx2,
     .bgrx32ToBgr24 = bgrx32ToBgr24Avx2,
     .bgr24ToBgrx32 = bgr24ToBgrx32Avx2,
+    .yuyvToBgr24 = yuyvToBgr24Avx2,
+    .uyvyToBgr24 = uyvyToBgr24Avx2,
+    .nv12ToBgr24 = nv12ToBgr24Avx2,
+    .subtractDark = subtractDarkAvx2,
+    .addToSums = addToSumsAvx2,
+    .divideSums = divideSumsAvx2,
+    .flipHorizontally = flipHorizontallyAvx2,
+    .flipVertically = flipVerticallyAvx2,
+    .toGrey = toGreyAvx2,
+    .toNegative = toNegativeAvx2,
     .addLuminance = addLuminancePlain,
     .exposeRow = exposeRowAvx2,
     .narrow16To8 = narrow16To8Avx2,

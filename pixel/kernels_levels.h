@@ -24,4 +24,40 @@ void bayer16ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint16_t*
 void bayer16ToBgr48Avx2(uint16_t* target, ptrdiff_t targetStride, const uint16_t* source, ptrdiff_t sourceStride,
                         uint32_t width, uint32_t height, Mosaic mosaic);
 
+// Colour conversion of video input has files of its own, and so have the steps on a picture.
+
+void yuyvToBgr24Plain(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                      uint32_t width, uint32_t height);
+void uyvyToBgr24Plain(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                      uint32_t width, uint32_t height);
+void nv12ToBgr24Plain(uint8_t* target, ptrdiff_t targetStride, const uint8_t* luma, ptrdiff_t lumaStride,
+                      const uint8_t* colour, ptrdiff_t colourStride, uint32_t width, uint32_t height);
+
+void subtractDarkPlain(uint8_t* frame, ptrdiff_t stride, const uint8_t* dark, uint32_t width, uint32_t height,
+                       uint32_t bytesPerPixel);
+void addToSumsPlain(uint16_t* sums, const uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height,
+                    uint32_t bytesPerPixel);
+void divideSumsPlain(uint8_t* target, const uint16_t* sums, size_t count, uint16_t divisor);
+void flipHorizontallyPlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void flipVerticallyPlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void toGreyPlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void toNegativePlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+
+void yuyvToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                     uint32_t width, uint32_t height);
+void uyvyToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
+                     uint32_t width, uint32_t height);
+void nv12ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* luma, ptrdiff_t lumaStride,
+                     const uint8_t* colour, ptrdiff_t colourStride, uint32_t width, uint32_t height);
+
+void subtractDarkAvx2(uint8_t* frame, ptrdiff_t stride, const uint8_t* dark, uint32_t width, uint32_t height,
+                      uint32_t bytesPerPixel);
+void addToSumsAvx2(uint16_t* sums, const uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height,
+                   uint32_t bytesPerPixel);
+void divideSumsAvx2(uint8_t* target, const uint16_t* sums, size_t count, uint16_t divisor);
+void flipHorizontallyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void flipVerticallyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void toGreyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+void toNegativeAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+
 }  // namespace vexcap

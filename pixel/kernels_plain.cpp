@@ -6,6 +6,7 @@
 #include "pixel/bayer_pixel.h"
 #include "pixel/kernels.h"
 #include "pixel/kernels_levels.h"
+#include "pixel/picture_row.h"
 
 namespace vexcap {
 
@@ -150,6 +151,16 @@ constinit const PixelKernels plainKernels = {
     .rgb24ToBgr24 = rgb24ToBgr24Plain,
     .bgrx32ToBgr24 = bgrx32ToBgr24Plain,
     .bgr24ToBgrx32 = bgr24ToBgrx32Plain,
+    .yuyvToBgr24 = yuyvToBgr24Plain,
+    .uyvyToBgr24 = uyvyToBgr24Plain,
+    .nv12ToBgr24 = nv12ToBgr24Plain,
+    .subtractDark = subtractDarkPlain,
+    .addToSums = addToSumsPlain,
+    .divideSums = divideSumsPlain,
+    .flipHorizontally = flipHorizontallyPlain,
+    .flipVertically = flipVerticallyPlain,
+    .toGrey = toGreyPlain,
+    .toNegative = toNegativePlain,
     .addLuminance = addLuminancePlain,
     .exposeRow = exposeRowPlain,
     .narrow16To8 = narrow16To8Plain,

@@ -32,17 +32,10 @@ struct EncoderOffer {
     std::vector<GpuEncoder> gpuEncoders;
 };
 
-/// One compressor for frames in an AVI file.
-struct Compressor {
-    std::u16string displayName;   ///< Identifies it, also in the settings.
-    std::u16string friendlyName;  ///< What a user sees.
-};
-
 /// Host's thread.
 struct IEncoderCatalogue {
     virtual ~IEncoderCatalogue() = default;
     virtual EncoderOffer Discover() = 0;
-    virtual std::vector<Compressor> Compressors() = 0;
 };
 
 }  // namespace vexcap

@@ -7,10 +7,12 @@
 #include "platform/file.h"
 #include "platform/folders.h"
 #include "platform/loader.h"
+#include "platform/media.h"
 #include "platform/message_box.h"
 #include "platform/settings.h"
 #include "platform/shared_texture.h"
 #include "platform/system_info.h"
+#include "platform/video_devices.h"
 
 namespace vexcap {
 
@@ -26,6 +28,8 @@ struct Platform {
     IDialogs& dialogs;
     IEncoderCatalogue& encoders;
     ISharedTextures& textures;
+    IVideoDevices& videoDevices;
+    IMedia& media;
 };
 
 }  // namespace vexcap

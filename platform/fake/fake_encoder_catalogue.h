@@ -7,10 +7,8 @@ namespace vexcap {
 
 struct FakeEncoderCatalogue final : IEncoderCatalogue {
     EncoderOffer Discover() override { return offer; }
-    std::vector<Compressor> Compressors() override { return compressors; }
 
     EncoderOffer offer;
-    std::vector<Compressor> compressors;
 };
 
 }  // namespace vexcap

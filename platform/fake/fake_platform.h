@@ -7,10 +7,12 @@
 #include "platform/fake/fake_encoder_catalogue.h"
 #include "platform/fake/fake_folders.h"
 #include "platform/fake/fake_loader.h"
+#include "platform/fake/fake_media.h"
 #include "platform/fake/fake_message_box.h"
 #include "platform/fake/fake_settings.h"
 #include "platform/fake/fake_system_info.h"
 #include "platform/fake/fake_texture.h"
+#include "platform/fake/fake_video_devices.h"
 #include "platform/platform.h"
 
 namespace vexcap {
@@ -26,12 +28,14 @@ struct FakePlatform {
     FakeDialogs dialogs;
     FakeEncoderCatalogue encoders;
     FakeTextures textures;
+    FakeVideoDevices videoDevices;
+    FakeMedia media;
 
     /// Refers to the fakes above, which must outlive it.
     Platform ports() { return portsOn(files); }
     /// The same with another disk.
     Platform portsOn(IFileSystem& disk) {
-        return {loader, clock, disk, folders, settings, system, messageBox, dialogs, encoders, textures};
+        return {loader, clock, disk, folders, settings, system, messageBox, dialogs, encoders, textures, videoDevices, media};
     }
 };
 
