@@ -4,9 +4,11 @@
 #include "platform/linux/file.h"
 #include "platform/linux/folders.h"
 #include "platform/linux/loader.h"
+#include "platform/linux/media_plugin.h"
 #include "platform/linux/message_box.h"
 #include "platform/linux/settings.h"
 #include "platform/linux/system_info.h"
+#include "platform/linux/video_devices.h"
 
 namespace vexcap {
 namespace {
@@ -25,7 +27,6 @@ struct NoDialogs final : IDialogs {
 /// No encoder is built in.
 struct NoEncoders final : IEncoderCatalogue {
     EncoderOffer Discover() override { return {}; }
-    std::vector<Compressor> Compressors() override { return {}; }
 };
 
 struct LinuxPlatform {
@@ -39,7 +40,9 @@ struct LinuxPlatform {
     NoDialogs dialogs;
     NoEncoders encoders;
     NoSharedTextures textures;
-    Platform ports = {loader, clock, files, folders, settings, system, messageBox, dialogs, encoders, textures};
+    LinuxVideoDevices videoDevices;
+    MediaPlugin media{loader};
+    Platform ports = {loader, clock, files, folders, settings, system, messageBox, dialogs, encoders, textures, videoDevices, media};
 };
 
 }  // namespace
