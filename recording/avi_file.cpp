@@ -20,7 +20,8 @@ constexpr size_t moviStart = 2044;  // what the size of the first list of frames
 /// The entry of a segment's index has 31 bits for the size of a frame.
 constexpr size_t largestFrame = INT32_MAX;
 
-constexpr uint32_t flagKeyFrame = 0x10;
+constexpr uint32_t flagKeyFrame = 0x10;                 // of an entry in idx1
+constexpr uint32_t flagNoKeyFrame = uint32_t(1) << 31;  // beside the size in an entry of a segment's index
 
 using ChunkHeader = std::array<uint8_t, chunkHeaderBytes>;
 using SegmentIndexHeader = std::array<uint8_t, chunkHeaderBytes + indexHeaderBytes>;
@@ -65,21 +66,20 @@ SegmentHeader segmentHeader(uint32_t riffBytes, uint32_t moviBytes) {
     return header;
 }
 
-std::array<uint8_t, frameIndexEntryBytes> frameIndexEntry(uint64_t chunk, size_t frameBytes) {
+std::array<uint8_t, frameIndexEntryBytes> frameIndexEntry(uint64_t chunk, size_t frameBytes, bool keyFrame) {
     std::array<uint8_t, frameIndexEntryBytes> entry;
     put32(entry, 0, fourcc("00dc"));
-    put32(entry, 4, flagKeyFrame);
+    put32(entry, 4, keyFrame ? flagKeyFrame : 0);
     put32(entry, 8, uint32_t(chunk));
     put32(entry, 12, uint32_t(frameBytes));
     return entry;
 }
 
-/// `chunk` is counted from the start of the segment; the entry points behind its header. The top bit of the size, for
-/// frames that need another one, stays clear.
-std::array<uint8_t, segmentIndexEntryBytes> segmentIndexEntry(uint64_t chunk, size_t frameBytes) {
+/// `chunk` is counted from the start of the segment; the entry points behind its header.
+std::array<uint8_t, segmentIndexEntryBytes> segmentIndexEntry(uint64_t chunk, size_t frameBytes, bool keyFrame) {
     std::array<uint8_t, segmentIndexEntryBytes> entry;
     put32(entry, 0, uint32_t(chunk + chunkHeaderBytes));
-    put32(entry, 4, uint32_t(frameBytes));
+    put32(entry, 4, uint32_t(frameBytes) | (keyFrame ? 0 : flagNoKeyFrame));
     return entry;
 }
 
@@ -149,7 +149,7 @@ void AviFile::Gather(const AviIndex& index) {
     for (size_t i = 0; i < index.usedBlocks(); ++i) Gather(index.block(i));
 }
 
-Result<size_t> AviFile::writeFrame(Bytes frame) try {
+Result<size_t> AviFile::writeFrame(Bytes frame, bool keyFrame) try {
     if (!file) return E_UNEXPECTED;
     if (frame.empty() || frame.size() > largestFrame) return E_INVALIDARG;
     ReserveIndexes();
@@ -190,8 +190,8 @@ Result<size_t> AviFile::writeFrame(Bytes frame) try {
         segmentStart[segments++] = segment;
         segmentIndex.Clear();
     }
-    if (segments == 1) frameIndex.Add(frameIndexEntry(chunk, frame.size()));
-    segmentIndex.Add(segmentIndexEntry(chunk - segment, frame.size()));
+    if (segments == 1) frameIndex.Add(frameIndexEntry(chunk, frame.size(), keyFrame));
+    segmentIndex.Add(segmentIndexEntry(chunk - segment, frame.size(), keyFrame));
     maxChunk = std::max(maxChunk, uint32_t(frame.size()));
     ++frames;
     return frame.size();

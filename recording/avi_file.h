@@ -1,4 +1,4 @@
-// An uncompressed AVI file, with OpenDML segments beyond its first 1900 MiB.
+// An AVI file of one video stream, with OpenDML segments beyond its first 1900 MiB.
 #pragma once
 
 #include <array>
@@ -31,11 +31,11 @@ public:
     AviFile(const AviFile&) = delete;
     AviFile& operator=(const AviFile&) = delete;
 
-    /// Adds a key frame, rows as they are to lie in the file, and gives its length. A failure loses this frame alone:
-    /// nothing of it is counted or indexed, and the next one takes its place. E_INVALIDARG for an empty frame and one
-    /// of 2 GiB and more; VEX_E_DISK_FULL also when mostSegments are full. Allocates only where an index grows, every
-    /// 4096 frames.
-    Result<size_t> writeFrame(Bytes frame);
+    /// Adds a frame, bytes as they are to lie in the file, and gives its length. `keyFrame`: it needs no other one to
+    /// be shown, which is so of all that are not compressed. A failure loses this frame alone: nothing of it is counted
+    /// or indexed, and the next one takes its place. E_INVALIDARG for an empty frame and one of 2 GiB and more;
+    /// VEX_E_DISK_FULL also when mostSegments are full. Allocates only where an index grows, every 4096 frames.
+    Result<size_t> writeFrame(Bytes frame, bool keyFrame = true);
 
     /// Writes the indexes and the final header, and closes the file. The first failure is told; whatever fails, the
     /// frames that were written can be read. A second call does nothing.

@@ -403,6 +403,21 @@ TEST_F(AviFileTest, OneFrameIsOneWriteAlsoWhereASegmentOpens) {
     EXPECT_GT(expectWhole(disk.bytes(path)).segments.size(), 2u);
 }
 
+TEST_F(AviFileTest, EachIndexTellsWhichFramesNeedOthers) {
+    for (const uint64_t segmentBytes : {aviSegmentBytes, uint64_t(6000)}) {
+        written.clear();
+        auto writer = create(small(segmentBytes));
+        for (unsigned i = 0; i < 20; ++i) {
+            written.push_back(frameOf(601, i));
+            ASSERT_TRUE(writer->writeFrame(bytesOf(written.back()), i % 4 == 0).ok());
+        }
+        ASSERT_EQ(writer->close(), S_OK);
+        const AviContent content = expectWhole(disk.bytes(path));  // where there are two indexes, they agree
+        EXPECT_EQ(content.segments.size() > 1, segmentBytes == 6000);
+        for (unsigned i = 0; i < 20; ++i) EXPECT_EQ(content.frames()[i].keyFrame, i % 4 == 0) << i;
+    }
+}
+
 TEST_F(AviFileTest, AFileThatWasNotClosedIsReadFromChunkToChunk) {
     auto writer = create(small(6000));
     for (unsigned i = 0; i < 20; ++i) ASSERT_EQ(write(*writer, frameOf(1001, i)), S_OK);

@@ -6,7 +6,9 @@ namespace vexcap::test {
 namespace {
 
 constexpr uint32_t flagHasIndex = 0x10;
-constexpr uint64_t firstListStart = 2044;  // "movi"
+constexpr uint32_t flagKeyFrame = 0x10;                 // of an entry in idx1
+constexpr uint32_t flagNoKeyFrame = uint32_t(1) << 31;  // beside the size of an entry in ix00
+constexpr uint64_t firstListStart = 2044;               // "movi"
 
 /// Bytes of the file from anywhere in it; zeros beyond its end.
 class Source {
@@ -283,7 +285,7 @@ private:
     }
 
     void readSegmentIndex(const Chunk& chunk, uint64_t base) {
-        const std::vector<AviFrame>& frames = content.segments.back().frames;
+        std::vector<AviFrame>& frames = content.segments.back().frames;
         requireSize(chunk, 24 + 8 * frames.size());
         Fields ix00 = fieldsOf(chunk);
         if (ix00.u16() != 2 || ix00.u8() != 0 || ix00.u8() != 1) fault("ix00 is no index of chunks", chunk.start);
@@ -291,22 +293,32 @@ private:
         if (ix00.name() != "00dc") fault("ix00 is for other chunks", chunk.start);
         if (ix00.u64() != base) fault("ix00 counts from elsewhere", chunk.start);
         if (!ix00.zeros(4)) fault("ix00 has something in its reserved field", chunk.start);
-        for (const AviFrame& frame : frames) {
+        for (AviFrame& frame : frames) {
             const uint64_t position = base + ix00.u32();
-            if (AviFrame{position, ix00.u32()} != frame) return fault("ix00 tells another frame", chunk.start);
+            const uint32_t size = ix00.u32();
+            frame.keyFrame = !(size & flagNoKeyFrame);
+            if (position != frame.position || (size & ~flagNoKeyFrame) != frame.size)
+                return fault("ix00 tells another frame", chunk.start);
         }
     }
 
     void readFrameIndex(const Chunk& chunk) {
         content.hasFrameIndex = true;
-        const std::vector<AviFrame>& frames = content.segments.back().frames;
-        requireSize(chunk, 16 * frames.size());
+        AviSegment& segment = content.segments.back();
+        requireSize(chunk, 16 * segment.frames.size());
         Fields idx1 = fieldsOf(chunk);
-        for (const AviFrame& frame : frames) {
-            if (idx1.name() != "00dc" || idx1.u32() != 0x10)
+        for (AviFrame& frame : segment.frames) {
+            const std::string name = idx1.name();
+            const uint32_t flags = idx1.u32();
+            if (name != "00dc" || (flags & ~flagKeyFrame) != 0)
                 return fault("idx1 has another kind of frame", chunk.start);
+            const bool keyFrame = flags != 0;
+            if (segment.hasIndex && keyFrame != frame.keyFrame)
+                return fault("ix00 and idx1 do not agree on a key frame", chunk.start);
+            frame.keyFrame = keyFrame;
             const uint64_t position = uint64_t(idx1.u32()) + 8;
-            if (AviFrame{position, idx1.u32()} != frame) return fault("idx1 tells another frame", chunk.start);
+            if (position != frame.position || idx1.u32() != frame.size)
+                return fault("idx1 tells another frame", chunk.start);
         }
     }
 

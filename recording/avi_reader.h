@@ -13,6 +13,7 @@ namespace vexcap::test {
 struct AviFrame {
     uint64_t position = 0;
     uint32_t size = 0;
+    bool keyFrame = true;  ///< As the indexes tell it; true without one.
     bool operator==(const AviFrame&) const = default;
 };
 

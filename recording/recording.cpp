@@ -1,6 +1,7 @@
 #include "recording/recording.h"
 
 #include "base/text.h"
+#include "recording/avi_mux.h"
 
 namespace vexcap {
 
@@ -63,7 +64,7 @@ void Recording::CloseFileWriters() {
 
 void Recording::StoreRealRate() {
     constexpr uint32_t shortest = 1000;  // milliseconds; below it the rate would be guesswork
-    if (!written || !startTick || !endsWithExtension(file, ".avi")) return;
+    if (!kept || !startTick || !endsWithExtension(file, ".avi")) return;
     const uint32_t elapsed = platform.clock.Tick() - startTick;
     if (elapsed <= shortest) return;
     if (const Status s = storeRealRate(platform.files, file, elapsed); !s.ok()) lastFailure = s.code();
@@ -76,6 +77,15 @@ void Recording::Clear() {
     startTick = 0;
     secondsAtMost = framesAtMost = frameCounter = kept = misfits = written = failures = 0;
     bytes = 0;
+}
+
+void Recording::PutGraphCounts(const AviMuxCounts& counts, uint32_t dropped) {
+    written = counts.written;
+    failures = counts.failures;
+    misfits = dropped;
+    frameCounter = counts.written + counts.failures;
+    bytes = counts.bytes;
+    lastFailure = counts.lastFailure;
 }
 
 bool Recording::LimitIsFull() const {
@@ -135,7 +145,7 @@ bool Recording::Counts(vex_recording_counts& counts) const {
         return anyRecording;
     }
     counts = {};
-    counts.kept = kept;
+    counts.kept = mode == captureGraph ? written + failures : uint32_t(kept);
     counts.written = written;
     counts.offered = frameCounter + misfits;
     counts.lost = failures + misfits;

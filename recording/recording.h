@@ -15,6 +15,8 @@
 
 namespace vexcap {
 
+struct AviMuxCounts;
+
 /// Who writes the bytes of a recording.
 enum CaptureMode : uint32_t { captureIdle = 0, captureGraph = 1, captureFrameSink = 2, captureNetwork = 3 };
 
@@ -56,6 +58,12 @@ public:
     void onRgbFrame(const void* rgb, uint32_t width, uint32_t height) VEX_EXCLUDES(captureLock);
     /// A raw frame of the sensor, rows tight, samples of `depth` bits.
     void onRawFrame(const void* raw, uint32_t width, uint32_t height, uint32_t depth) VEX_EXCLUDES(captureLock);
+
+    /// A frame of a camera went into a capture graph.
+    void CountPushed() { ++kept; }
+    /// What became of the frames of a capture graph, told before every question for Counts. `dropped`: frames that the
+    /// source lost.
+    void PutGraphCounts(const AviMuxCounts& counts, uint32_t dropped);
 
     CaptureMode captureMode() const { return mode; }
     const std::u16string& captureFile() const { return file; }
