@@ -44,6 +44,9 @@ int32_t readCapabilities(int32_t count, std::vector<vex_capability>& out,
     return count;
 }
 
+/// The frame value that says: the picture is in the shared texture.
+bool isTexture(const void* frame) { return reinterpret_cast<uintptr_t>(frame) == 1; }
+
 }  // namespace
 
 uint32_t baseFrameRate(uint64_t pixels, bool astroMode) {
@@ -83,7 +86,8 @@ Status CameraRoad::CreatePreviewSink() {
     camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(state.rateOption));
     state.previewSink =
         std::make_unique<CFrameRender>(SinkMode::Pooled, state.rateOption, ContextState::bytesPerPixel,
-                                       engine.platform->clock, engine.platform->textures, engine.d2dAvailable);
+                                       engine.platform->clock, engine.platform->textures, engine.platform->files,
+                                       engine.d2dAvailable);
     state.previewSink->PutThrottleOff(1);
     return S_OK;
 }
@@ -108,24 +112,7 @@ Status CameraRoad::ConnectPreviewSink() {
     return S_OK;
 }
 
-Status CameraRoad::FinalSize(uint32_t& width, uint32_t& height) {
-    if (!camera) return E_INVALIDARG;
-    if (camera->GetRoi(nullptr, nullptr, &width, &height) < 0 || width < 1 || height < 1) {
-        int32_t fullWidth = 0, fullHeight = 0;
-        if (const Status s = camera->GetSize(&fullWidth, &fullHeight); !s.ok()) return s;
-        width = uint32_t(std::max(fullWidth, 0));
-        height = uint32_t(std::max(fullHeight, 0));
-    }
-    int32_t binning = 0;
-    const bool binned = camera->GetOption(VEX_OPTION_BINNING, &binning) >= 0;
-    const uint32_t factor = binned ? std::max(uint32_t(binning) & 15u, 1u) : 1u;
-    width = width / factor & ~1u;
-    height = height / factor & ~1u;
-    int32_t rotation = 0;
-    if (camera->GetOption(VEX_OPTION_ROTATION, &rotation) >= 0 && (rotation == 90 || rotation == 270))
-        std::swap(width, height);
-    return S_OK;
-}
+Status CameraRoad::FinalSize(uint32_t& width, uint32_t& height) { return finalSize(camera, width, height); }
 
 void CameraRoad::BuildStillPath() {
     CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
@@ -137,7 +124,7 @@ void CameraRoad::BuildStillPath() {
     if (!state.stillSink) {
         const Platform& platform = *state.engine.platform;
         state.stillSink = std::make_unique<CFrameRender>(SinkMode::Owned, 0, ContextState::bytesPerPixel,
-                                                         platform.clock, platform.textures, false);
+                                                         platform.clock, platform.textures, platform.files, false);
         state.stillSink->SetSizeNotify(state.stillWindow, state.stillMessage);
         int32_t largestWidth = 0, largestHeight = 0;
         if (still->GetStillResolution(0, &largestWidth, &largestHeight) >= 0 && plausible(largestWidth, largestHeight))
@@ -182,22 +169,44 @@ Status CameraRoad::Halt() {
     return S_OK;
 }
 
-const char* CameraRoad::FailureKey() {
+bool CameraRoad::SourceRemoved() {
     CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
     uint32_t told = VEX_CAMERA_STATE_OK;
-    if (status && status->GetState(&told) >= 0 && told == VEX_CAMERA_STATE_REMOVED) return "ids_surpriseremoval";
-    return "ids_captureerror";
+    return status && status->GetState(&told) >= 0 && told == VEX_CAMERA_STATE_REMOVED;
+}
+
+bool CameraRoad::ChangeState(uint32_t from, uint32_t to) {
+    if (!camera) return false;
+    if (to == playStopped) return Halt().ok();
+    if (to == playRunning && from == playStopped) return Run().ok();
+    const bool pause = to == playPaused && from == playRunning;
+    const bool goOn = to == playRunning && from == playPaused;
+    // A telescope camera goes on delivering: only what is recorded stands still.
+    if ((pause || goOn) && !state.engine.astroMode) camera->Pause(pause);
+    return pause || goOn;
+}
+
+void CameraRoad::SetSize(uint32_t size, bool still) {
+    if (!still) {
+        CameraInterface<ICameraPreviewSize> preview(camera, VEX_IID_CAMERA_PREVIEW_SIZE);
+        if (preview) preview->SetPreviewIndex(size);
+        return;
+    }
+    CameraInterface<ICameraStill> stills(camera, VEX_IID_CAMERA_STILL);
+    if (!stills) return;
+    stills->SetStillIndex(size);
+    uint32_t width = 0, height = 0;
+    if (!state.stillSink || stills->GetStillSize(&width, &height) < 0 || !plausible(width, height)) return;
+    state.stillWidth = width;
+    state.stillHeight = height;
+    state.stillSink->SetVideoSize(width, height, nullptr, nullptr, nullptr);
 }
 
 uint32_t CameraRoad::LargestFrameRate() {
-    constexpr uint32_t usual = 30, most = 1023;
-    CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
-    uint32_t index = 0, rate = 0, exposure = 0;
-    if (!status || camera->GetEsize(&index) < 0 || status->GetMaxFrameRate(index, &rate) < 0) rate = 0;
-    if (rate < 1 || rate > most) rate = usual;
-    if (camera && camera->GetExposureTime(&exposure) >= 0 && exposure)
-        rate = std::clamp(1'000'000 / exposure, 1u, rate);
-    return rate;
+    const uint32_t rate = maxFrameRate(camera);
+    uint32_t exposure = 0;
+    const bool exposes = camera && camera->GetExposureTime(&exposure) >= 0 && exposure;
+    return exposes ? std::clamp(1'000'000 / exposure, 1u, rate) : rate;
 }
 
 Status CameraRoad::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) {
@@ -273,6 +282,10 @@ void CameraRoad::OnFrame(const void* frame, const vex_frame_info* info, uint32_t
     CFrameRender* const sink = (still ? road->state.stillSink : road->state.previewSink).get();
     if (!sink) return;
     sink->ReceiveFrame(frame, raw, deep, depthFlag, tag, info->width, info->height, frameTag);
+    if (still || !road->state.graph.srcFilter || isTexture(frame) || !sink->MayBeRead(frame, info->width, info->height))
+        return;
+    road->state.graph.srcFilter->PushFrame(frame, info->width, info->height);
+    road->state.recording.CountPushed();
 }
 
 void CameraRoad::OnBuffers(uint32_t still, void** display, void** raw, void** deep, void* token) {

@@ -7,28 +7,9 @@
 
 #include "engine/callback_gate.h"
 #include "engine/road.h"
+#include "source/camera_facts.h"
 
 namespace vexcap {
-
-/// A reference to one of a camera's interfaces.
-template <typename Interface>
-class CameraInterface {
-public:
-    CameraInterface(ICamera* camera, const vex_guid& iid) {
-        void* out = nullptr;
-        if (camera && camera->QueryInterface(iid, &out) >= 0) held = static_cast<Interface*>(out);
-    }
-    ~CameraInterface() {
-        if (held) held->Release();
-    }
-    CameraInterface(const CameraInterface&) = delete;
-    CameraInterface& operator=(const CameraInterface&) = delete;
-    explicit operator bool() const { return held; }
-    Interface* operator->() const { return held; }
-
-private:
-    Interface* held = nullptr;
-};
 
 /// Display frames a second that suit a frame of so many pixels.
 uint32_t baseFrameRate(uint64_t pixels, bool astroMode);
@@ -49,8 +30,9 @@ public:
     void BuildStillPath() override;
     Status Run() override;
     Status Halt() override;
-    bool SourceFailed() const override { return state.streamLost != 0; }
-    const char* FailureKey() override;
+    bool SourceRemoved() override;
+    bool ChangeState(uint32_t from, uint32_t to) override;
+    void SetSize(uint32_t size, bool still) override;
     Status FinalSize(uint32_t& width, uint32_t& height) override;
     uint32_t LargestFrameRate() override;
     Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) override;

@@ -1,7 +1,13 @@
 #include "engine/capture_context.h"
 
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
 #include "base/text.h"
 #include "engine/camera_road.h"
+#include "engine/graph_road.h"
 #include "engine/state/report.h"
 #include "wizard/name_dialogs.h"
 #include "wizard/naming.h"
@@ -14,6 +20,32 @@ constexpr size_t longestPath = 259;        // what the fields for paths hold
 
 /// Cameras of the network library have names that begin so, in whatever list they stand.
 bool namesNetworkCamera(std::u16string_view name) { return name.starts_with(u"tk"); }
+
+/// Null where memory is short: the recording is then not corrected.
+std::unique_ptr<uint8_t[]> copyOfDark(const uint8_t* dark, uint32_t width, uint32_t height) {
+    const size_t bytes = size_t(width) * height * ContextState::bytesPerPixel;
+    std::unique_ptr<uint8_t[]> copy(new (std::nothrow) uint8_t[bytes]);
+    if (copy) std::memcpy(copy.get(), dark, bytes);
+    return copy;
+}
+
+/// What a host that names a file asks for.
+void describe(CWizardCaptureInfo& info, std::u16string_view path, int32_t seconds, int32_t frames) {
+    info.fullPath = path;
+    info.encoderKind = 0;
+    info.aviOutput = endsWithExtension(path, ".avi");
+    info.serOutput = !info.aviOutput;
+    info.UseTimeLimit = seconds > 0;
+    info.TimeLimit = uint32_t(seconds);
+    info.useFrameLimit = frames > 0;
+    info.frameLimit = uint32_t(frames);
+}
+
+bool takesSize(Platform& platform, const Compressor& compressor, const WizardSource& source) {
+    const CompressorSettings settings = {
+        .width = source.width, .height = source.height, .interval = 10'000'000 / std::max(source.frameRate, 1u)};
+    return platform.media.OpenCompressor(compressor.displayName, settings).ok();
+}
 
 /// Tells the user why a recording did not start. A user who said no knows it.
 Status reported(EngineState& engine, vex_window* owner, Status started) {
@@ -31,12 +63,18 @@ std::unique_ptr<CaptureContext> CaptureContext::Create(EngineState& engine, vex_
                                                        void* renderTarget) {
     if (!device || !device->name || !device->display) return nullptr;
     const uint32_t kind = device->kind;
-    if (kind != VEX_KIND_CAMERA && kind != VEX_KIND_NETWORK_LIST && kind != VEX_KIND_NETWORK_CAMERA) return nullptr;
-    std::unique_ptr<CaptureContext> context(new CaptureContext(engine, *device));
+    const std::u16string_view name = textOf(device->name);
+    const bool direct = kind == VEX_KIND_CAMERA || kind == VEX_KIND_NETWORK_LIST || kind == VEX_KIND_NETWORK_CAMERA;
+    if (!direct && (kind != VEX_KIND_VIDEO_INPUT || !engine.platform->videoDevices.Parse(name))) return nullptr;
+    std::unique_ptr<CaptureContext> context(new CaptureContext(engine, kind, name, textOf(device->display)));
     ContextState& state = context->state;
     state.ownerWindow = owner;
     state.previewWindow = preview;
-    state.networkSource = kind == VEX_KIND_NETWORK_CAMERA || namesNetworkCamera(state.deviceName);
+    if (!direct) {
+        context->road = std::make_unique<DeviceRoad>(state);
+        return context;
+    }
+    state.networkSource = kind == VEX_KIND_NETWORK_CAMERA || namesNetworkCamera(name);
     state.cameraSource = !state.networkSource;
     if (state.cameraSource) {
         state.d3dDevice = d3dDevice;
@@ -47,10 +85,24 @@ std::unique_ptr<CaptureContext> CaptureContext::Create(EngineState& engine, vex_
     return context;
 }
 
-CaptureContext::CaptureContext(EngineState& engine, const vex_device& device) : state(engine) {
-    state.kind = device.kind;
-    state.deviceName = textOf(device.name);
-    state.displayName = textOf(device.display);
+std::unique_ptr<CaptureContext> CaptureContext::CreateForFile(EngineState& engine, vex_window* owner,
+                                                              vex_window* preview, std::u16string_view path) {
+    if (path.empty()) return nullptr;
+    std::unique_ptr<CaptureContext> context(new CaptureContext(engine, VEX_KIND_FILE, path, path));
+    ContextState& state = context->state;
+    state.ownerWindow = owner;
+    state.previewWindow = preview;
+    state.fileSource = true;
+    context->road = std::make_unique<FileRoad>(state);
+    return context;
+}
+
+CaptureContext::CaptureContext(EngineState& engine, uint32_t kind, std::u16string_view name,
+                               std::u16string_view display)
+    : state(engine) {
+    state.kind = kind;
+    state.deviceName = name;
+    state.displayName = display;
 }
 
 CaptureContext::~CaptureContext() {
@@ -62,6 +114,7 @@ CaptureContext::~CaptureContext() {
     StopPreview();
     EndRecording();
     Teardown();
+    state.graph.Release();
 }
 
 Status CaptureContext::Start(vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
@@ -73,7 +126,10 @@ Status CaptureContext::Start(vex_window* still, uint32_t stillMessage, uint32_t 
     state.retryStart = retryStart;
     state.width = state.height = state.stillWidth = state.stillHeight = 0;
     if (state.previewing && !StopPreview()) return E_FAIL;
+    // What a recording on a capture graph holds is the graph itself: its file becomes whole first.
+    if (state.captureBuilt) EndRecording();
     if (state.previewBuilt) Teardown();
+    state.graph.Release();
     if (!road) return E_FAIL;
     rawGate.Close();
     if (const Status s = road->OpenSource(); !s.ok()) return s;
@@ -93,6 +149,8 @@ HRESULT CaptureContext::BuildPreview() {
     postMessage(state.previewWindow, state.engine.sizeMessage, uintptr_t(intptr_t(int32_t(state.width))),
                 int32_t(state.height));
     road->BuildStillPath();
+    HandDarkBack();
+    ApplyPictureSteps();
     state.previewBuilt = true;
     return S_OK;
 }
@@ -113,15 +171,201 @@ bool CaptureContext::StopPreview() {
 }
 
 void CaptureContext::Teardown() {
+    StashDark();
     state.previewSink.reset();
     state.stillSink.reset();
-    state.previewBuilt = false;
+    state.graph.Teardown();
+    if (state.cameraSource) state.graph.Release();
+    state.previewBuilt = state.captureBuilt = false;
+}
+
+bool CaptureContext::RestartPreview() { return BuildPreview() >= 0 && Run().ok(); }
+
+void CaptureContext::SetEsize(uint32_t size, bool still) {
+    // A recording has one size, and its file is worth more than a wish.
+    if (!HasSource() || state.recording.captureMode() != captureIdle || road->SizeIsSet(size)) return;
+    if (state.cameraSource && still) return road->SetSize(size, true);
+    StopPreview();
+    if (state.previewBuilt) Teardown();
+    road->SetSize(size, still);
+    RestartPreview();
+}
+
+Status CaptureContext::PutFormat(uint32_t index) {
+    const Ref<IAMStreamConfig> config = state.graph.streamConfig;
+    MediaType wanted, before;
+    if (!config || index > INT32_MAX || config->GetStreamCaps(int32_t(index), &wanted, nullptr) != S_OK ||
+        config->GetFormat(&before) < 0)
+        return E_INVALIDARG;
+    if (state.recording.captureMode() != captureIdle) return E_FAIL;
+    StopPreview();
+    if (state.previewBuilt) Teardown();
+    const Status set = config->SetFormat(&wanted);
+    if (RestartPreview() && set.ok()) return S_OK;
+    // Back to what worked.
+    StopPreview();
+    if (state.previewBuilt) Teardown();
+    config->SetFormat(&before);
+    RestartPreview();
+    return set.ok() ? E_FAIL : set;
+}
+
+void CaptureContext::PutFlip(uint32_t value, uint32_t mask) {
+    if (!HasPictureSteps()) return;
+    const uint32_t bit = mask & 1 ? 1 : mask & 2;
+    state.flip = (state.flip & ~bit) | (value & bit);
+    ApplyPictureSteps();
+}
+
+void CaptureContext::PutChrome(uint32_t on) {
+    if (!HasPictureSteps()) return;
+    state.chrome = on;
+    ApplyPictureSteps();
+}
+
+void CaptureContext::PutNegative(uint32_t on) {
+    if (!HasPictureSteps()) return;
+    state.negative = on;
+    ApplyPictureSteps();
+}
+
+void CaptureContext::ApplyPictureSteps() {
+    if (!HasPictureSteps()) return;
+    const auto apply = [this](auto* target) {
+        if (!target) return;
+        target->PutNegative(state.negative);
+        target->PutChrome(state.chrome);
+        target->PutFlip(state.flip, 1);
+        target->PutFlip(state.flip, 2);
+    };
+    apply(state.graph.previewRender.get());
+    apply(state.graph.stillRender.get());
+    if (CMarkerFilter* const filter = state.graph.markerFilter.get()) {
+        filter->SetNegative(state.negative);
+        filter->SetChrome(state.chrome);
+        filter->SetFlip(state.flip, 1);
+        filter->SetFlip(state.flip, 2);
+    }
+}
+
+void CaptureContext::SetPlayState(uint32_t to) {
+    if (road && road->ChangeState(state.playState, to)) state.playState = to;
+}
+
+void CaptureContext::SetPosition(int64_t position) const {
+    if (road) road->SetPosition(position);
 }
 
 void CaptureContext::Notify() {
-    if (!road || !road->SourceFailed()) return;
-    StopPreview();
-    ReportError(state.engine, state.ownerWindow, state.engine.Text(road->FailureKey()), S_OK);
+    SourceNews news;
+    if (state.cameraSource && state.streamLost) {
+        news.failed = true;
+        StopPreview();
+    } else if (!DrainEvents(news)) {
+        return;
+    }
+    if (news.stopPreview) StopPreview();
+    if (!news.failed || state.fileSource) return;
+    IClock& clock = state.engine.platform->clock;
+    constexpr uint32_t retryTime = 8000, retryPause = 20;  // milliseconds
+    if (state.retryStart && !state.cameraSource && clock.Tick() - state.startTick < retryTime) {
+        clock.Sleep(retryPause);
+        Run().ignore();
+        return;
+    }
+    ReportLoss(news);
+}
+
+bool CaptureContext::DrainEvents(SourceNews& news) {
+    CFilterGraph* const graph = state.graph.filterGraph.get();
+    if (!graph) return false;
+    uint32_t event = 0;
+    intptr_t first = 0, second = 0;
+    while (graph->GetEvent(&event, &first, &second, 0) == S_OK) {
+        const IVexUnknown* const source = state.graph.sourceFilter.get();
+        const bool lostDevice =
+            event == EC_DEVICE_LOST && second == 0 && source && reinterpret_cast<IVexUnknown*>(first) == source;
+        graph->FreeEventParams(event, first, second);
+        if (event == EC_COMPLETE && state.fileSource) {
+            // The end of the file: stopped, at its beginning, and ready to be played again.
+            graph->Stop();
+            state.playState = playStopped;
+            SetPosition(0);
+            news.failed = false;
+            return true;
+        }
+        if (event == EC_ERRORABORT && !state.fileSource) {
+            EndRecording();
+            news.failed = news.stopPreview = true;
+            news.code = HRESULT(first);
+        } else if (event == EC_VIDEO_SIZE_CHANGED && !state.cameraSource) {
+            postMessage(state.previewWindow, state.engine.sizeMessage, uintptr_t(first) & 0xFFFF,
+                        intptr_t(uintptr_t(first) >> 16 & 0xFFFF));
+        } else if (lostDevice) {
+            EndRecording();
+            news.removed = news.stopPreview = true;
+            return true;
+        }
+        // The recording's end may have taken the graph away.
+        if (state.graph.filterGraph.get() != graph) break;
+    }
+    return true;
+}
+
+void CaptureContext::ReportLoss(const SourceNews& news) {
+    const EngineState& engine = state.engine;
+    const bool pulledOut = state.cameraSource && road->SourceRemoved();
+    if (pulledOut) return ReportError(engine, state.ownerWindow, engine.Text("ids_surpriseremoval"), S_OK);
+    if (news.removed) return ReportError(engine, state.ownerWindow, engine.Text("ids_devicelost"), S_OK);
+    ReportError(engine, state.ownerWindow, engine.Text("ids_captureerror"), news.code);
+}
+
+// --- Dark field -----------------------------------------------------------------------------------------------------
+
+IDfc* CaptureContext::FindDfc() const {
+    return state.cameraSource ? nullptr : static_cast<IDfc*>(state.graph.previewRender.get());
+}
+
+void CaptureContext::EnableDfc(uint32_t on) {
+    IDfc* const target = FindDfc();
+    if (!target) return;
+    target->Enable(on);
+    if (CMarkerFilter* const filter = state.graph.markerFilter.get()) filter->Enable(on);
+}
+
+HRESULT CaptureContext::CaptureDfc(uint32_t count) {
+    IDfc* const target = FindDfc();
+    return target ? target->Capture(count, OnDarkField, this) : E_INVALIDARG;
+}
+
+void CaptureContext::OnDarkField(void* context, uint32_t a, uint32_t b, const uint8_t* dark, uint32_t, uint32_t) {
+    const ContextState& state = static_cast<CaptureContext*>(context)->state;
+    if (!dark) return postMessage(state.ownerWindow, state.engine.dfcMessage, a, intptr_t(b));
+    if (CMarkerFilter* const filter = state.graph.markerFilter.get())
+        filter->SetDark(copyOfDark(dark, a, b), int32_t(a), int32_t(b));
+    postMessage(state.ownerWindow, state.engine.dfcMessage, 0, 0);
+}
+
+void CaptureContext::StashDark() {
+    CVexcapRender* const sink = state.graph.previewRender.get();
+    if (!sink) return;
+    state.savedDark.on = sink->IsDfc();
+    sink->TakeDark(&state.savedDark.pixels, &state.savedDark.width, &state.savedDark.height);
+}
+
+void CaptureContext::HandDarkBack() {
+    SavedDark saved = std::exchange(state.savedDark, {});
+    CVexcapRender* const sink = state.graph.previewRender.get();
+    // A picture of another size has no use for it, and must be free for a dark field of its own.
+    if (!sink || !saved.pixels || uint32_t(saved.width) != state.width || uint32_t(saved.height) != state.height)
+        return;
+    if (CMarkerFilter* const filter = state.graph.markerFilter.get()) {
+        filter->SetDark(copyOfDark(saved.pixels.get(), uint32_t(saved.width), uint32_t(saved.height)), saved.width,
+                        saved.height);
+        filter->Enable(saved.on);
+    }
+    sink->SetDark(std::move(saved.pixels), saved.width, saved.height);
+    sink->Enable(saved.on);
 }
 
 bool CaptureContext::UsesTexture() const {
@@ -146,6 +390,12 @@ Status startCaptureAstro(EngineState& engine, CaptureContext* context, std::u16s
                          int32_t frames) {
     return reported(engine, context ? context->ownerWindow() : nullptr,
                     context ? context->StartCaptureAstro(path, seconds, frames) : E_FAIL);
+}
+
+Status startCaptureAvi(EngineState& engine, CaptureContext* context, std::u16string_view path,
+                       std::u16string_view codec, int32_t seconds) {
+    return reported(engine, context ? context->ownerWindow() : nullptr,
+                    context ? context->StartCaptureAvi(path, codec, seconds) : E_FAIL);
 }
 
 Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation) {
@@ -180,34 +430,57 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
     // From here on the settings are kept, also when the user does not want to replace a file.
     info.commit = true;
     if (!confirmReplace(engine, info.fullPath, state.ownerWindow)) return VEX_E_CANCELLED;
-    return StartFrameSink(info);
+    info.loadCompressors();
+    return Dispatch(info);
 }
 
 Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t seconds, int32_t frames) {
     const Result<WizardSource> source = RecordingSource(false);
     if (!source.ok()) return source.status();
     CWizardCaptureInfo info(state.engine, source.value());
-    info.fullPath = path;
-    info.encoderKind = 0;
-    info.aviOutput = endsWithExtension(path, ".avi");
-    info.serOutput = !info.aviOutput;
-    info.UseTimeLimit = seconds > 0;
-    info.TimeLimit = uint32_t(seconds);
-    info.useFrameLimit = frames > 0;
-    info.frameLimit = uint32_t(frames);
+    describe(info, path, seconds, frames);
     info.timeLapse = state.timeLapse;
+    // A video input device has no frames for a SER file, and its AVI files come through a graph.
+    if (!state.cameraSource) return info.aviOutput ? StartCaptureGraph(info) : E_FAIL;
     return StartFrameSink(info);
 }
 
-Status CaptureContext::StartFrameSink(const CWizardCaptureInfo& info) {
-    // A path that does not fit would name another file than the host meant.
+Status CaptureContext::StartCaptureAvi(std::u16string_view path, std::u16string_view codec, int32_t seconds) {
+    const Result<WizardSource> source = RecordingSource(false);
+    if (!source.ok()) return source.status();
+    CWizardCaptureInfo info(state.engine, source.value());
+    describe(info, path, seconds, 0);
+    info.aviOutput = true;
+    info.serOutput = false;
+    info.timeLapse = state.timeLapse;
+    info.loadCompressors();
+    const auto named = [codec](const Compressor& c) { return c.displayName == codec || c.friendlyName == codec; };
+    const auto found = std::ranges::find_if(info.compressors, named);
+    if (!codec.empty() && found == info.compressors.end()) return E_INVALIDARG;
+    info.compressorIndex = codec.empty() ? -1 : int32_t(found - info.compressors.begin());
+    // Who names a compressor does not want a file without one.
+    if (!codec.empty() && !takesSize(*state.engine.platform, *found, source.value())) return E_INVALIDARG;
+    return Dispatch(info);
+}
+
+Status CaptureContext::Dispatch(const CWizardCaptureInfo& info) {
+    if (!info.aviOutput) return StartFrameSink(info);
+    return state.cameraSource && !chosenCompressor(info) ? StartFrameSink(info) : StartCaptureGraph(info);
+}
+
+Status CaptureContext::PrepareRecording(const CWizardCaptureInfo& info) {
     if (info.fullPath.empty() || info.fullPath.size() > longestPath) return E_FAIL;
-    if (!info.aviOutput && !info.serOutput) return VEX_E_NO_ENCODER;
     EndRecording();
     state.recording.Prepare({.fullPath = info.fullPath,
                              .timeLimit = info.UseTimeLimit ? info.TimeLimit : 0,
                              .frameLimit = info.useFrameLimit ? info.frameLimit : 0,
                              .timeLapse = info.timeLapse});
+    return S_OK;
+}
+
+Status CaptureContext::StartFrameSink(const CWizardCaptureInfo& info) {
+    if (!info.aviOutput && !info.serOutput) return VEX_E_NO_ENCODER;
+    if (const Status s = PrepareRecording(info); !s.ok()) return s;
     return info.aviOutput ? StartAvi() : StartSer();
 }
 
@@ -237,23 +510,28 @@ Status CaptureContext::StartSer() {
 
 void CaptureContext::BeginLimits(CaptureMode mode) {
     state.recording.Begin(mode);
-    vex_window* const owner = state.ownerWindow;
-    if (owner && (state.recording.timeLimit() || state.recording.frameLimit())) {
-        owner->set_timer(owner, reinterpret_cast<uintptr_t>(this), limitTimerPeriod, OnLimitTimer);
-        limitTimer = true;
-    }
+    StartLimitTimer();
     // A broadcast that ended leaves 3 behind while the preview runs; a pause stays.
     if (state.playState == playStopped && state.previewing) state.playState = playRunning;
     road->TellRecordingState(true);
     road->RefreshSinkOptions();
 }
 
+void CaptureContext::StartLimitTimer() {
+    vex_window* const owner = state.ownerWindow;
+    if (!owner || (!state.recording.timeLimit() && !state.recording.frameLimit())) return;
+    owner->set_timer(owner, reinterpret_cast<uintptr_t>(this), limitTimerPeriod, OnLimitTimer);
+    limitTimer = true;
+}
+
 bool CaptureContext::EndRecording() {
-    if (state.recording.captureMode() == captureIdle) return false;
+    const CaptureMode mode = state.recording.captureMode();
+    if (mode == captureIdle) return false;
     // The camera may be waiting for captureLock in its callback, so it is told without holding it.
     if (road) road->StopRawFrames();
     rawGate.Close();
     state.recording.CloseFileWriters();
+    if (mode == captureGraph && !StopCaptureGraph()) return false;
     KillLimitTimer();
     state.recording.StoreRealRate();
     state.recording.Clear();
@@ -262,7 +540,11 @@ bool CaptureContext::EndRecording() {
 }
 
 void CaptureContext::StopCapture() {
-    if (EndRecording() && road) road->TellRecordingState(false);
+    const CaptureMode mode = state.recording.captureMode();
+    if (!EndRecording() || !road) return;
+    road->TellRecordingState(false);
+    // A recording on a capture graph had taken the preview away.
+    if (mode == captureGraph) RestartPreview();
 }
 
 void CaptureContext::KillLimitTimer() {
@@ -277,8 +559,10 @@ void CaptureContext::CheckLimits() {
     // A box that is open in here lets the timer fire again.
     if (checkingLimits || !state.recording.LimitReached()) return;
     checkingLimits = true;
+    const CaptureMode mode = state.recording.captureMode();
     EndRecording();
     postMessage(state.previewWindow, state.engine.limitMessage, 1, 0);
+    if (mode == captureGraph) RestartPreview();
     checkingLimits = false;
 }
 

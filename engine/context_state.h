@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "engine/media_graph.h"
 #include "engine/state/engine_state.h"
 #include "frame/frame_render.h"
 #include "recording/recording.h"
@@ -21,10 +22,18 @@ inline void postMessage(vex_window* window, uint32_t message, uintptr_t wparam, 
     if (window) window->post(window, message, wparam, lparam);
 }
 
+/// A dark frame between two sinks.
+struct SavedDark {
+    std::unique_ptr<uint8_t[]> pixels;
+    int32_t width = 0;
+    int32_t height = 0;
+    bool on = false;
+};
+
 /// Written by the host's thread; what frame threads read or write too is atomic.
 struct ContextState {
     explicit ContextState(EngineState& engineState)
-        : engine(engineState), recording(*engineState.platform, playState) {}
+        : engine(engineState), graph(*engineState.platform), recording(*engineState.platform, playState) {}
 
     EngineState& engine;
 
@@ -32,6 +41,7 @@ struct ContextState {
     uint32_t kind = 0;
     bool networkSource = false;  ///< Frames come from the network camera library.
     bool cameraSource = false;   ///< Frames come from the camera library.
+    bool fileSource = false;     ///< A media file is played.
     std::u16string deviceName;
     std::u16string displayName;
     std::atomic<uint32_t> streamLost = 0;  ///< The source delivered an empty frame.
@@ -66,9 +76,24 @@ struct ContextState {
     uint32_t rateOption = 0;    ///< Display frame rate last given to the camera.
     bool previewBuilt = false;  ///< The preview path is connected.
     bool previewing = false;    ///< The preview runs.
+    bool captureBuilt = false;  ///< A recording on a capture graph is connected.
     std::atomic<uint32_t> playState = playNeverStarted;
 
+    // Playback of a file, 100-nanosecond units.
+    int64_t duration = 0;
+    uint32_t seekCaps = 0;
+
+    // The picture of a video input device; given to each sink that is made.
+    uint32_t flip = 0;  ///< Bit 0 left and right, bit 1 top and bottom.
+    uint32_t chrome = 0;
+    uint32_t negative = 0;
+    SavedDark savedDark;  ///< Over a rebuild of the graph.
+
+    MediaGraph graph;
     Recording recording;
+
+    /// The sink of the preview, whichever road made it; null without one.
+    CFrameRender* PreviewSink() const { return previewSink ? previewSink.get() : graph.previewRender.get(); }
 };
 
 }  // namespace vexcap

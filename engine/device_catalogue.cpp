@@ -4,6 +4,8 @@
 #include <array>
 #include <memory>
 #include <new>
+#include <optional>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -44,17 +46,51 @@ void addCameras(const EngineState& engine, std::vector<Entry>& entries) {
     }
 }
 
-}  // namespace
+std::wstring wideOf(std::u16string_view text) { return {text.begin(), text.end()}; }
 
-vex_device* enumDevices(const EngineState& engine) {
-    std::vector<Entry> entries;
-    addCameras(engine, entries);
+/// Software that poses as a device.
+bool isLoopback(std::u16string_view displayName) { return displayName.starts_with(u"@device:sw:{"); }
+
+void addVideoInputs(const EngineState& engine, const vex_char* filter, std::vector<Entry>& entries) {
+    std::optional<std::wregex> pattern;
+    try {
+        if (filter) pattern.emplace(wideOf(textOf(filter)), std::regex_constants::ECMAScript);
+        for (const VideoDeviceEntry& device : engine.platform->videoDevices.List()) {
+            if (isLoopback(device.displayName)) continue;
+            if (pattern && !std::regex_search(wideOf(device.displayName), *pattern)) continue;
+            Entry entry{copyOf(device.displayName), copyOf(device.friendlyName), VEX_KIND_VIDEO_INPUT};
+            if (entry.name && entry.display) entries.push_back(std::move(entry));
+        }
+    } catch (const std::regex_error&) {
+        // A pattern that cannot be understood matches nothing.
+    }
+}
+
+vex_device* arrayOf(std::vector<Entry> entries) {
     if (entries.empty()) return nullptr;
     auto* const devices = new (std::nothrow) vex_device[entries.size() + 1]();
     if (!devices) return nullptr;
     for (size_t i = 0; i < entries.size(); ++i)
         devices[i] = {entries[i].name.release(), entries[i].display.release(), entries[i].kind, 0};
     return devices;
+}
+
+}  // namespace
+
+vex_device* enumDevices(const EngineState& engine, const vex_char* filter) {
+    std::vector<Entry> entries;
+    addCameras(engine, entries);
+    if (!engine.astroMode) addVideoInputs(engine, filter, entries);
+    return arrayOf(std::move(entries));
+}
+
+vex_device* enumCodecs(const EngineState& engine) {
+    std::vector<Entry> entries;
+    for (const Compressor& compressor : engine.platform->media.Compressors()) {
+        Entry entry{copyOf(compressor.displayName), copyOf(compressor.friendlyName), 0};
+        if (entry.name && entry.display) entries.push_back(std::move(entry));
+    }
+    return arrayOf(std::move(entries));
 }
 
 void freeDevices(vex_device* devices) {

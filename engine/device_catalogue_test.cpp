@@ -19,8 +19,8 @@ protected:
         uint32_t kind;
         bool operator==(const Device&) const = default;
     };
-    std::vector<Device> list() {
-        vex_device* const devices = enumDevices(engine);
+    std::vector<Device> list(const vex_char* filter = nullptr) {
+        vex_device* const devices = enumDevices(engine, filter);
         std::vector<Device> found;
         for (const vex_device* d = devices; d && d->name; ++d) found.push_back({d->name, d->display, d->kind});
         freeDevices(devices);
@@ -30,20 +30,20 @@ protected:
 
 TEST_F(EnumDevices, NoDeviceAtAllGivesNull) {
     init();
-    EXPECT_EQ(enumDevices(engine), nullptr);
+    EXPECT_EQ(enumDevices(engine, nullptr), nullptr);
 }
 
 TEST_F(EnumDevices, WithoutACameraLibraryItGivesNull) {
     add(u"Camera", u"id");
     scriptCameraLibrary("Test_EnumV2");
     init();
-    EXPECT_EQ(enumDevices(engine), nullptr);
+    EXPECT_EQ(enumDevices(engine, nullptr), nullptr);
 }
 
 TEST_F(EnumDevices, TheArrayEndsWithARecordOfTwoNullsAndKind0) {
     add(u"Camera", u"id");
     init();
-    vex_device* const devices = enumDevices(engine);
+    vex_device* const devices = enumDevices(engine, nullptr);
     ASSERT_NE(devices, nullptr);
     EXPECT_EQ(devices[1].name, nullptr);
     EXPECT_EQ(devices[1].display, nullptr);
@@ -103,6 +103,74 @@ TEST(FreeDevices, StopsAtTheFirstRecordWithBothStringsNull) {
     devices[0].display = new vex_char[2]{u'a', 0};  // one null string does not end the list
     devices[2].name = reinterpret_cast<const vex_char*>(0x10);
     freeDevices(devices);
+}
+
+// --- Video input devices
+
+class EnumVideoInputs : public EnumDevices {
+protected:
+    EnumVideoInputs() {
+        arguments.astroMode = 0;
+        fakes.videoDevices.entries = {{u"@device:v4l2:usb#vid_046d&pid_0825#1", u"A webcam"},
+                                      {u"@device:v4l2:pci#0000:02:00.0#0", u"A grabber"}};
+    }
+};
+
+TEST_F(EnumVideoInputs, TheyComeBehindTheCameras) {
+    add(u"Camera", u"id");
+    init();
+    EXPECT_EQ(list(), (std::vector<Device>{
+                          {u"!id", u"Camera", VEX_KIND_CAMERA},
+                          {u"@device:v4l2:usb#vid_046d&pid_0825#1", u"A webcam", VEX_KIND_VIDEO_INPUT},
+                          {u"@device:v4l2:pci#0000:02:00.0#0", u"A grabber", VEX_KIND_VIDEO_INPUT}}));
+}
+
+TEST_F(EnumVideoInputs, AstroModeHasNoneEvenWithAFilter) {
+    add(u"Camera", u"id");
+    arguments.astroMode = 1;
+    init();
+    EXPECT_EQ(list(u"usb").size(), 1u);
+}
+
+TEST_F(EnumVideoInputs, TheFilterIsSearchedForInTheDeviceNameAlone) {
+    init();
+    ASSERT_EQ(list(u"vid_046d.*#1$").size(), 1u);
+    EXPECT_EQ(list(u"vid_046d.*#1$")[0].display, u"A webcam");
+    EXPECT_EQ(list(u"#").size(), 2u);
+    EXPECT_TRUE(list(u"VID_046D").empty()) << "letters with their case";
+    EXPECT_TRUE(list(u"webcam").empty()) << "not in what a user sees";
+}
+
+TEST_F(EnumVideoInputs, AFilterThatNothingMatchesLetsCamerasThrough) {
+    add(u"Camera", u"id");
+    init();
+    EXPECT_EQ(list(u"nothing like this"), (std::vector<Device>{{u"!id", u"Camera", VEX_KIND_CAMERA}}));
+}
+
+TEST_F(EnumVideoInputs, AFilterThatCannotBeUnderstoodListsNone) {
+    add(u"Camera", u"id");
+    init();
+    for (const vex_char* broken : {u"(", u"[", u"*", u"a{2,1}"})
+        EXPECT_EQ(list(broken).size(), 1u) << toUtf8(textOf(broken));
+}
+
+TEST_F(EnumVideoInputs, SoftwareThatPosesAsADeviceIsNotListed) {
+    fakes.videoDevices.entries.push_back({u"@device:sw:{video4linux}#video9", u"Loopback"});
+    init();
+    EXPECT_EQ(list().size(), 2u);
+}
+
+TEST_F(EnumVideoInputs, CompressorsAreListedInTheSameForm) {
+    init();
+    EXPECT_EQ(enumCodecs(engine), nullptr);
+    fakes.media.compressors = {{u"@device:sw:one", u"One"}, {u"@device:sw:two", u"Two"}};
+    vex_device* const codecs = enumCodecs(engine);
+    ASSERT_NE(codecs, nullptr);
+    EXPECT_EQ(textOf(codecs[1].name), u"@device:sw:two");
+    EXPECT_EQ(textOf(codecs[1].display), u"Two");
+    EXPECT_EQ(codecs[1].kind, 0u);
+    EXPECT_EQ(codecs[2].name, nullptr);
+    freeDevices(codecs);
 }
 
 }  // namespace

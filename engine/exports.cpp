@@ -26,6 +26,18 @@ Answer guarded(Answer failure, Action action) noexcept {
     }
 }
 
+/// For exports without an answer.
+template <typename Action>
+void act(vexcap_context* context, Action action) noexcept {
+    if (!context) return;
+    try {
+        action(*contextOf(context));
+    } catch (...) {  // out of memory: what was asked for did not happen
+    }
+}
+
+IDfc* dfcOf(vexcap_context* context) { return context ? contextOf(context)->FindDfc() : nullptr; }
+
 using CapabilityQuery = int32_t (CaptureContext::*)(std::vector<vex_capability>& out);
 
 int32_t capabilities(vexcap_context* context, vex_capability** out, CapabilityQuery query) {
@@ -85,8 +97,12 @@ void vexcap_get_framerate(uint32_t* cap, uint32_t* percent) {
 
 void vexcap_set_framerate(uint32_t cap, uint32_t percent) { engineState().SetFrameRate(cap, percent); }
 
-vex_device* vexcap_enum_device(const vex_char*) {
-    return guarded<vex_device*>(nullptr, [] { return enumDevices(engineState()); });
+vex_device* vexcap_enum_device(const vex_char* filter) {
+    return guarded<vex_device*>(nullptr, [&] { return enumDevices(engineState(), filter); });
+}
+
+vex_device* vexcap_enum_codec(void) {
+    return guarded<vex_device*>(nullptr, [] { return enumCodecs(engineState()); });
 }
 
 void vexcap_free_dsvi(vex_device* devices) { freeDevices(devices); }
@@ -110,6 +126,13 @@ vexcap_context* vexcap_device(vex_window* owner, vex_window* preview, const vex_
     });
 }
 
+vexcap_context* vexcap_file(vex_window* owner, vex_window* preview, const vex_char* path) {
+    return guarded<vexcap_context*>(nullptr, [&] {
+        return reinterpret_cast<vexcap_context*>(
+            CaptureContext::CreateForFile(engineState(), owner, preview, textOf(path)).release());
+    });
+}
+
 HRESULT vexcap_start(vexcap_context* context, vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
                      uint32_t stillFollowsPreview, uint32_t retryStart) {
     if (!context) return E_POINTER;
@@ -125,11 +148,8 @@ uint32_t vexcap_fsource(vexcap_context* context) { return context && contextOf(c
 uint32_t vexcap_fpreviewing(vexcap_context* context) { return context && contextOf(context)->Previewing(); }
 
 int32_t vexcap_notify(vexcap_context* context) {
-    if (!context) return 0;
-    return guarded<int32_t>(0, [&] {
-        contextOf(context)->Notify();
-        return 0;
-    });
+    act(context, [](CaptureContext& c) { c.Notify(); });
+    return 0;
 }
 
 int32_t vexcap_video_size(vexcap_context* context, int32_t* width, int32_t* height) {
@@ -152,6 +172,86 @@ int32_t vexcap_get_property(vexcap_context* context, vex_char* countText, vex_ch
 
 void* vexcap_get_interface(vexcap_context* context, const vex_guid* iid) {
     return context && !iid ? contextOf(context)->SourceHandle() : nullptr;
+}
+
+void vexcap_set_esize(vexcap_context* context, uint32_t size, uint32_t still) {
+    act(context, [&](CaptureContext& c) { c.SetEsize(size, still); });
+}
+
+HRESULT vexcap_put_format(vexcap_context* context, uint32_t index) {
+    if (!context) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return contextOf(context)->PutFormat(index).code(); });
+}
+
+void vexcap_put_flip(vexcap_context* context, uint32_t value, uint32_t mask) {
+    act(context, [&](CaptureContext& c) { c.PutFlip(value, mask); });
+}
+
+uint32_t vexcap_get_flip(vexcap_context* context) { return context ? contextOf(context)->Flip() : 0; }
+
+void vexcap_put_chrome(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.PutChrome(on); });
+}
+
+uint32_t vexcap_get_chrome(vexcap_context* context) { return context ? contextOf(context)->Chrome() : 0; }
+
+void vexcap_put_negative(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.PutNegative(on); });
+}
+
+uint32_t vexcap_get_negative(vexcap_context* context) { return context ? contextOf(context)->Negative() : 0; }
+
+int32_t vexcap_is_dfc(vexcap_context* context) {
+    IDfc* const dfc = dfcOf(context);
+    return dfc ? dfc->IsDfc() : 0;
+}
+
+int32_t vexcap_has_dfc(vexcap_context* context) {
+    IDfc* const dfc = dfcOf(context);
+    return dfc ? dfc->HasDfc() : 0;
+}
+
+void vexcap_dfc_enable(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.EnableDfc(on); });
+}
+
+HRESULT vexcap_dfc_capture(vexcap_context* context, uint32_t count) {
+    if (!context) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return contextOf(context)->CaptureDfc(count); });
+}
+
+HRESULT vexcap_dfc_import(vexcap_context* context, const vex_char* path) {
+    IDfc* const dfc = dfcOf(context);
+    if (!dfc || !path) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return dfc->Import(path); });
+}
+
+HRESULT vexcap_dfc_export(vexcap_context* context, const vex_char* path) {
+    IDfc* const dfc = dfcOf(context);
+    if (!dfc || !path) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return dfc->Export(path); });
+}
+
+uint32_t vexcap_get_state(vexcap_context* context) { return context ? contextOf(context)->PlayState() : 0; }
+
+void vexcap_set_state(vexcap_context* context, uint32_t state) {
+    act(context, [&](CaptureContext& c) { c.SetPlayState(state); });
+}
+
+int32_t vexcap_get_seek(vexcap_context* context, int64_t* duration, uint32_t* caps) {
+    if (!context) return 0;
+    if (duration) *duration = contextOf(context)->Duration();
+    if (caps) *caps = contextOf(context)->SeekCaps();
+    return 1;
+}
+
+void vexcap_set_pos(vexcap_context* context, int64_t position) {
+    act(context, [&](CaptureContext& c) { c.SetPosition(position); });
+}
+
+int64_t vexcap_get_pos(vexcap_context* context) {
+    if (!context) return -1;
+    return guarded<int64_t>(-1, [&] { return contextOf(context)->Position(); });
 }
 
 const vex_setting* vexcap_settings(uint32_t* count) {
@@ -215,16 +315,19 @@ HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path
     });
 }
 
+HRESULT vexcap_start_capture_avi(vexcap_context* context, const vex_char* path, const vex_char* codec,
+                                 int32_t seconds) {
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] {
+        return startCaptureAvi(engineState(), contextOf(context), textOf(path), textOf(codec), seconds).code();
+    });
+}
+
 void vexcap_put_timelapse(vexcap_context* context, uint32_t every) {
     if (context) contextOf(context)->PutTimeLapse(every);
 }
 
 void vexcap_stop_capture(vexcap_context* context) {
-    if (!context) return;
-    guarded<int>(0, [&] {
-        contextOf(context)->StopCapture();
-        return 0;
-    });
+    act(context, [](CaptureContext& c) { c.StopCapture(); });
 }
 
 uint32_t vexcap_fcapturing(vexcap_context* context) {
@@ -260,5 +363,5 @@ uint64_t vexcap_filesize(vexcap_context* context) {
 }
 
 int32_t vexcap_recording(vexcap_context* context, vex_recording_counts* counts) {
-    return context && counts && contextOf(context)->recording().Counts(*counts);
+    return context && counts && contextOf(context)->RecordingCounts(*counts);
 }

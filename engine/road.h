@@ -34,10 +34,20 @@ public:
     /// No callback comes once it returned.
     virtual Status Halt() = 0;
 
-    /// True when the source told that it failed: the preview cannot go on.
-    virtual bool SourceFailed() const = 0;
-    /// The key of the text that tells a user why the source failed.
-    virtual const char* FailureKey() = 0;
+    /// Asked after a failure: did the source say that it was pulled out?
+    virtual bool SourceRemoved() { return false; }
+
+    /// Goes from one play state to another; false where this road does not, or the source refused.
+    virtual bool ChangeState(uint32_t from, uint32_t to) = 0;
+    /// Position in a file, 100-nanosecond units.
+    virtual void SetPosition(int64_t) {}
+    /// -1 where there is none.
+    virtual int64_t Position() { return -1; }
+
+    /// Does the preview have this size already? `size` and what it means are told at vexcap_set_esize.
+    virtual bool SizeIsSet(uint32_t) { return false; }
+    /// Sets the size of preview or stills; the preview stands still but for a camera's stills.
+    virtual void SetSize(uint32_t, bool) {}
 
     /// Final size of a frame, after region of interest, binning and rotation.
     virtual Status FinalSize(uint32_t& width, uint32_t& height) = 0;

@@ -27,7 +27,7 @@ typedef struct vex_render_target vex_render_target;
 
 // --- The engine --------------------------------------------------------------------------------------------------
 
-/// Starts the engine. Called once, before anything else; no context may exist.
+/// Starts the engine, before anything else, and again only after vexcap_fini; no context may exist.
 /// The texts `product` and `software`, the windows and the root are borrowed until vexcap_fini.
 /// @param root            Where settings are kept; null: nothing is remembered.
 /// @param company         First name of the settings path.
@@ -78,15 +78,19 @@ VEXCAP_API void vexcap_set_framerate(uint32_t cap, uint32_t percent);
 
 // --- Devices -----------------------------------------------------------------------------------------------------
 
-/// What can be opened now: the camera library's cameras. The host gives the array back to vexcap_free_dsvi.
-/// @param filter  Regular expression that video input devices must match; cameras are never filtered. May be null.
+/// What can be opened now: the camera library's cameras, then the system's video input devices (not in astro mode).
+/// The host gives the array back to vexcap_free_dsvi.
+/// @param filter  Regular expression (ECMAScript, case sensitive) that is searched for in the names of video input
+///                devices, as in u"vid_046d"; cameras are never filtered. May be null. One that cannot be understood
+///                lists no video input device.
 /// @return An array that ends with a record of two nulls; null when nothing was found.
 VEXCAP_API vex_device* vexcap_enum_device(const vex_char* filter);
 
 /// Frees an array of devices.
 VEXCAP_API void vexcap_free_dsvi(vex_device* devices);
 
-/// Preview sizes that a started source offers.
+/// Formats that a started source offers: of a camera the sizes alone, of a video input device size, layout
+/// (biCompression: a FourCC, 0 for 24 bits a pixel) and intervals.
 /// @param out  Set to null first, then to an array that the host gives back to vexcap_free_capability.
 /// @return The count; negative when the source could not tell. 0 for null arguments.
 VEXCAP_API int32_t vexcap_get_capability(vexcap_context* context, vex_capability** out);
@@ -97,6 +101,18 @@ VEXCAP_API int32_t vexcap_get_stillimage_capability(vexcap_context* context, vex
 /// Frees an array of capabilities.
 VEXCAP_API void vexcap_free_capability(vex_capability* capabilities);
 
+/// Changes the size of the picture; a running preview is built anew.
+/// @param size   Camera: index of the resolution. Video input device: height << 16 | width; one that it does not offer
+///               in its present layout changes nothing.
+/// @param still  Non-zero: the size of stills.
+VEXCAP_API void vexcap_set_esize(vexcap_context* context, uint32_t size, uint32_t still);
+
+/// Sets a started video input device to one of the formats of vexcap_get_capability, also one of another layout; the
+/// preview is built anew.
+/// @return S_OK; E_INVALIDARG for an index that is not in the list, and for other sources; E_FAIL while a recording is
+///         open or when the preview does not run in this format; the device's code when it refuses the format.
+VEXCAP_API HRESULT vexcap_put_format(vexcap_context* context, uint32_t index);
+
 // --- A context ---------------------------------------------------------------------------------------------------
 
 /// Makes a context for a device; nothing is opened yet. vexcap_stop frees it.
@@ -104,9 +120,14 @@ VEXCAP_API void vexcap_free_capability(vex_capability* capabilities);
 /// @param preview       Target of the messages and repaints of the picture.
 /// @param device        A record of vexcap_enum_device, or one that the host filled.
 /// @param d3dDevice, d3dContext, renderTarget  The accelerated drawing road, or null.
-/// @return Null for a missing record, name or display name, a kind that cannot be opened here, or no memory.
+/// @return Null for a missing record, name or display name, a kind that cannot be opened here, a name that no video
+///         input device could have, or no memory.
 VEXCAP_API vexcap_context* vexcap_device(vex_window* owner, vex_window* preview, const vex_device* device,
                                          void* d3dDevice, void* d3dContext, vex_render_target* renderTarget);
+
+/// Makes a context that plays a media file; nothing is opened yet. vexcap_stop frees it.
+/// @return Null for a null or empty path, or no memory.
+VEXCAP_API vexcap_context* vexcap_file(vex_window* owner, vex_window* preview, const vex_char* path);
 
 /// Opens the source, builds the preview and runs it; what ran before is stopped first.
 /// @param still               Window that is told of stills, may be null.
@@ -126,23 +147,89 @@ VEXCAP_API void vexcap_stop(vexcap_context* context);
 /// 1 when the source is open.
 VEXCAP_API uint32_t vexcap_fsource(vexcap_context* context);
 
-/// 1 while the preview runs.
+/// 1 while the preview runs. 0 while a recording goes through a compressor, which has taken the preview over, though the
+/// picture goes on: vexcap_fcapturing is 1 then.
 VEXCAP_API uint32_t vexcap_fpreviewing(vexcap_context* context);
 
 /// Looks at what the source told. Called for each event message. A lost source stops the preview and shows a box;
-/// a recording stays open until vexcap_stop_capture. Always 0.
+/// a recording of a camera stays open until vexcap_stop_capture, one of a video input device is ended. A file that was
+/// played to its end stops and goes back to its beginning. Always 0.
 VEXCAP_API int32_t vexcap_notify(vexcap_context* context);
 
 /// Size of the picture as the source tells it, in pixels. 1, or 0 for a null context, which leaves the outs alone.
 VEXCAP_API int32_t vexcap_video_size(vexcap_context* context, int32_t* width, int32_t* height);
 
-/// Frames since the start and the present rate as texts, "%u" and "%.1f"; each out has room for 32 characters.
+/// Frames since the start and the present rate as texts (a file that went back to its beginning has counted the picture
+/// there, too), "%u" and "%.1f"; each out has room for 32 characters.
 /// 1 when a source answered, else 0.
 VEXCAP_API int32_t vexcap_get_property(vexcap_context* context, vex_char* countText, vex_char* rateText);
 
 /// With a null identifier the camera handle of a started camera (ICamera of vexcap/camera_library.h): it stays the
 /// context's, and is gone after vexcap_stop or the next vexcap_start. Null otherwise.
 VEXCAP_API void* vexcap_get_interface(vexcap_context* context, const vex_guid* iid);
+
+// --- The picture of a video input device -------------------------------------------------------------------------
+// These hold for preview, recording and stills, and stay over a change of format. On other sources they do nothing,
+// and read 0.
+
+/// Bit 0 mirrors left and right, bit 1 top and bottom. Mask bit 0 takes bit 0 of `value`, else mask bit 1 takes bit 1:
+/// one bit in one call.
+VEXCAP_API void vexcap_put_flip(vexcap_context* context, uint32_t value, uint32_t mask);
+VEXCAP_API uint32_t vexcap_get_flip(vexcap_context* context);
+
+/// Non-zero shows grey.
+VEXCAP_API void vexcap_put_chrome(vexcap_context* context, uint32_t on);
+VEXCAP_API uint32_t vexcap_get_chrome(vexcap_context* context);
+
+/// Non-zero shows the negative.
+VEXCAP_API void vexcap_put_negative(vexcap_context* context, uint32_t on);
+VEXCAP_API uint32_t vexcap_get_negative(vexcap_context* context);
+
+// --- Dark field --------------------------------------------------------------------------------------------------
+// A mean of frames taken with the light off is subtracted from each frame, and its hot pixels are mended. For video
+// input devices and files; a camera of the camera library refuses. A new picture size discards the dark frame.
+
+/// 1 while the correction is on.
+VEXCAP_API int32_t vexcap_is_dfc(vexcap_context* context);
+
+/// 1 when there is a dark frame.
+VEXCAP_API int32_t vexcap_has_dfc(vexcap_context* context);
+
+/// Switches the correction on or off; it shows once there is a dark frame.
+VEXCAP_API void vexcap_dfc_enable(vexcap_context* context, uint32_t on);
+
+/// Takes the mean of the next `count` frames as dark frame (0 counts as 1). dfcMessage goes to the owner window for
+/// each of them, wparam: frames so far, lparam: `count`; and with 0, 0 when the dark frame is there.
+/// @return 1 when it began, 0 when there is no picture yet; E_INVALIDARG for a source without dark field.
+VEXCAP_API HRESULT vexcap_dfc_capture(vexcap_context* context, uint32_t count);
+
+/// Reads a dark frame from a Windows bitmap of 24 bits, uncompressed, bottom-up, its pixels right behind its 54 bytes of
+/// headers. @return S_OK; E_INVALIDARG for a source without dark field and for a picture of another size; E_FAIL for a
+/// file that is not like this.
+VEXCAP_API HRESULT vexcap_dfc_import(vexcap_context* context, const vex_char* path);
+
+/// Writes the dark frame as such a bitmap. @return S_OK; E_UNEXPECTED without a dark frame; E_FAIL when the file cannot
+/// be written; E_INVALIDARG for a source without dark field.
+VEXCAP_API HRESULT vexcap_dfc_export(vexcap_context* context, const vex_char* path);
+
+// --- Playback ----------------------------------------------------------------------------------------------------
+// Positions are in units of 100 nanoseconds.
+
+/// 1 running, 2 paused, 3 stopped, 0 never started.
+VEXCAP_API uint32_t vexcap_get_state(vexcap_context* context);
+
+/// 3 stops, 2 pauses what runs, 1 goes on. Other changes do nothing.
+VEXCAP_API void vexcap_set_state(vexcap_context* context, uint32_t state);
+
+/// Duration and abilities of a started file: bit 0 absolute positions, 1 forwards, 2 backwards, 3 present position,
+/// 5 duration. 1, or 0 for a null context, which leaves the outs alone.
+VEXCAP_API int32_t vexcap_get_seek(vexcap_context* context, int64_t* duration, uint32_t* caps);
+
+/// Goes to a position of a file; one that is stopped shows the picture there.
+VEXCAP_API void vexcap_set_pos(vexcap_context* context, int64_t position);
+
+/// Position in the file being played; -1 for a null context and for every other source: an answer, not a failure.
+VEXCAP_API int64_t vexcap_get_pos(vexcap_context* context);
 
 // --- Recording ---------------------------------------------------------------------------------------------------
 
@@ -170,6 +257,22 @@ VEXCAP_API HRESULT vexcap_start_capture_micro(vexcap_context* context, uint8_t s
 ///         records nothing and gives S_OK: vexcap_fcapturing tells.
 VEXCAP_API HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds,
                                               int32_t frames);
+
+/// The compressors for AVI files, as an array like that of vexcap_enum_device: `name` identifies a compressor, also in
+/// the setting AviCodec, `display` is what a user sees, `kind` is 0. Null when there is none. It goes back to
+/// vexcap_free_dsvi.
+VEXCAP_API vex_device* vexcap_enum_codec(void);
+
+/// Records to an AVI file without asking, through a compressor; an existing file is replaced. A running preview is
+/// needed; a video input device keeps its preview meanwhile.
+/// @param path     The file; at most 259 characters.
+/// @param codec    `name` or `display` of a compressor of vexcap_enum_codec; null: uncompressed. Its quality is the
+///                 setting CaptureQuality.
+/// @param seconds  Time limit, 0 or less for none. It needs the owner window.
+/// @return S_OK; E_INVALIDARG for a compressor that is not there or that cannot take this size; E_FAIL for a null
+///         context, without a source, or when the recording cannot begin. A failure is shown in a box.
+VEXCAP_API HRESULT vexcap_start_capture_avi(vexcap_context* context, const vex_char* path, const vex_char* codec,
+                                            int32_t seconds);
 
 /// Time lapse of the recordings that begin after this call: one frame in `every` is kept, the first one is. 1, where it
 /// begins, and 0 keep all. A wizard that asks the user overrules it.
