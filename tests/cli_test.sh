@@ -9,7 +9,7 @@ trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 unset VEXCAP_GIGE
 # What the program remembers, and folders that it makes by itself.
-export HOME=$scratch XDG_CONFIG_HOME=$scratch/config
+export HOME=$scratch XDG_CONFIG_HOME=$scratch/config XDG_DATA_HOME=$scratch/data
 unset XDG_DOCUMENTS_DIR
 
 fail() {
@@ -70,19 +70,260 @@ ended() {
     wait "$recorder" || status=$?
 }
 
+# What the system itself has of video input devices is behind the four cameras.
 case_devices() {
     expect 0 devices
     for identifier in sim-planet sim-deepsky sim-microscope sim-fast; do contains out "$identifier"; done
-    [[ $(wc -l <out) -eq 4 ]] || fail "not four cameras"
+    [[ $(grep -c "^ *[0-9]*  camera " out) -eq 4 ]] || fail "not four cameras"
     expect 0 devices --json
-    python3 -c 'import json, sys
-cameras = [json.loads(line) for line in open("out")]
-assert [c["index"] for c in cameras] == [0, 1, 2, 3], cameras
-assert all(c["name"] and c["identifier"] for c in cameras), cameras' || fail "wrong JSON"
+    json 'cameras = [c for c in lines if c["kind"] == "camera"]
+assert [c["index"] for c in lines] == list(range(len(lines))), lines
+assert lines[:4] == cameras and all(c["kind"] == "video input" for c in lines[4:]), lines
+assert all(c["name"] and c["identifier"] for c in lines), lines'
     expect 0 devices --sizes
     contains out 640x480
-    expect 3 devices --library ./missing.so
-    contains err "no camera found by ./missing.so"
+    # The expression is for video input devices.
+    expect 0 devices --match "no such device" --json
+    json 'assert [c["index"] for c in lines] == [0, 1, 2, 3], lines'
+    expect 2 devices --match "vid_(046d"
+    contains err "vid_(046d: no regular expression"
+    expect 3 devices --library ./missing.so --match "no such device"
+    contains err "no camera found by ./missing.so, and no video input device that matches no such device"
+    expect 3 record --device "@device:v4l2:usb#none" --output no.avi --frames 2
+    contains err "@device:v4l2:usb#none"
+    [[ ! -e no.avi ]] || fail "a file without a device"
+}
+
+case_formats() {
+    expect 0 formats --device sim-fast
+    [[ $(cat out) == " 0         640x480" ]] || fail "wrong list"
+    expect 0 formats --device sim-microscope --json
+    json 'assert [(f["index"], f["width"], f["height"]) for f in lines] == [
+    (0, 2592, 1944), (1, 1296, 972), (2, 648, 486)], lines
+assert all(f["type"] == "format" and "layout" not in f for f in lines), lines'
+    records --device sim-microscope --output small.ser --frames 3 --format 648x486
+    [[ $(ser small.ser) == "3 648x486 "* ]] || fail "wrong file: $(ser small.ser)"
+    records --device sim-microscope --output middle.ser --frames 3 --format 1 --roi 0,0,640,480
+    [[ $(ser middle.ser) == "3 640x480 "* ]] || fail "wrong file: $(ser middle.ser)"
+    expect 2 record --device sim-microscope --output no.ser --frames 3 --format 10x10
+    contains err "does not offer this format; it offers:"
+    contains err " 1         1296x972"
+    expect 2 record --device sim-microscope --output no.ser --frames 3 --format 3
+    expect 2 record --device sim-microscope --output no.ser --frames 3 --format MJPG:648x486
+    expect 3 formats --device nobody
+    expect 2 formats
+    contains err "several devices are there"
+    [[ ! -e no.ser ]] || fail "a refused format left a file"
+}
+
+# Compressors are there where the library's part for them is.
+case_codec() {
+    local status=0
+    "$vexcap" codecs --json >out 2>err || status=$?
+    if [[ $status -eq 9 ]]; then
+        contains err "there is no compressor"
+        expect 9 record --device sim-fast --output no.avi --codec mjpeg --frames 2
+        [[ ! -e no.avi ]] || fail "a file without a compressor"
+        echo "no compressor here"
+        exit 77
+    fi
+    [[ $status -eq 0 ]] || fail "status $status"
+    json 'assert all(c["type"] == "codec" and c["name"] and c["display"] for c in lines), lines
+assert any("mjpeg" in c["display"].lower() for c in lines), lines'
+    cp out listed
+    expect 0 codecs
+    [[ $(wc -l <out) -eq $(wc -l <listed) ]] || fail "not as many compressors"
+
+    records --device sim-fast --output small.avi --codec mjpeg --frames 30 --fps 50 --json
+    json 'end = lines[-1]
+assert end["written"] >= 30 and end["lost"] == 0 and end["end"] == "limit", end
+assert "mjpeg" in end["codec"].lower() and (end["width"], end["height"]) == (640, 480), end'
+    local count
+    count=$(json 'print(lines[-1]["written"])')
+    expect 0 verify --json small.avi
+    COUNT=$count json 'import os
+assert lines[0]["whole"] and lines[0]["frames"] == int(os.environ["COUNT"]), lines'
+    if command -v ffprobe >/dev/null; then
+        [[ $(ffprobe -v error -count_frames -select_streams v -of csv=p=0 \
+            -show_entries stream=codec_name,width,height,nb_read_frames small.avi) == "mjpeg,640,480,$count" ]] ||
+            fail "ffprobe sees something else"
+    fi
+
+    # The quality is that of this recording, and of no other one.
+    mkdir temporary
+    export TMPDIR=$scratch/temporary
+    expect 0 settings CaptureQuality=100
+    local camera="sim-fast;fps=50;deterministic"
+    records --device "$camera" --output fine.avi --codec mjpeg --frames 10 --json
+    records --device "$camera" --output coarse.avi --codec mjpeg --frames 10 --quality 5
+    expect 0 settings CaptureQuality
+    [[ $(cat out) == 100 ]] || fail "the quality was remembered"
+    records --device "$camera" --output unremembered.avi --codec mjpeg --frames 10 --quality 5 --no-settings
+    local fine coarse
+    fine=$(frame_bytes fine.avi) coarse=$(frame_bytes coarse.avi)
+    ((coarse * 2 < fine)) || fail "$coarse bytes a frame instead of $fine"
+    [[ $(frame_bytes unremembered.avi) -lt $fine ]] || fail "no quality without settings"
+    [[ -z $(ls temporary) ]] || fail "temporary settings were left: $(ls temporary)"
+
+    # A camera that goes, or that sends nothing any more, leaves a whole file behind.
+    local ill
+    for ill in drop-after stall-after; do
+        expect 4 record --device "sim-fast;fps=100;$ill=100" --output $ill.avi --codec mjpeg --seconds 60
+        expect 0 verify $ill.avi
+    done
+
+    # A part of a name, as devices are matched; the rest is refused with the names.
+    expect 2 record --device sim-fast --output no.avi --codec "no such" --frames 2
+    contains err 'there is no compressor "no such"; these are there:'
+    expect 2 record --device sim-fast --output no.ser --codec mjpeg --frames 2
+    contains err "only AVI files are compressed"
+    echo mine >mine.avi
+    expect 2 record --device sim-fast --output mine.avi --codec mjpeg --frames 2
+    [[ $(cat mine.avi) == mine ]] || fail "the file was touched"
+    records --device sim-fast --auto-name --directory named --name-format nnnn --codec mjpeg --frames 2
+    contains out "Recorded named/0001.avi"
+    records --device sim-fast --output two.avi --codec mjpeg --seconds 2 --time-lapse 5
+    expect 0 verify two.avi
+    [[ ! -e no.avi && ! -e no.ser ]] || fail "a refused compressor left a file"
+}
+
+# Mean bytes of a frame.
+frame_bytes() {
+    "$vexcap" verify --json "$1" >probe
+    python3 -c 'import json, os, sys
+file = json.load(open("probe"))
+print(os.path.getsize(sys.argv[1]) // file["frames"])' "$1"
+}
+
+# What a camera cannot do is told before anything is opened for it.
+case_abilities() {
+    expect 2 record --device sim-fast --output no.avi --flip both --frames 2
+    contains err "--flip is for video input devices"
+    expect 2 record --device sim-fast --output no.avi --grey --frames 2
+    expect 2 record --device sim-fast --output no.avi --negative --frames 2
+    expect 2 record --device sim-fast --output no.avi --dark missing.bmp --frames 2
+    contains err "cameras take no dark frame"
+    expect 2 record --device "@device:v4l2:usb#none" --output no.avi --exposure 5 --frames 2
+    contains err "--exposure is for cameras"
+    expect 2 record --device "@device:v4l2:usb#none" --output no.ser --frames 2
+    contains err "is recorded to .avi files"
+    [[ ! -e no.avi && ! -e no.ser ]] || fail "a refused wish left a file"
+}
+
+# Dark frames that are kept, without the device that they are of.
+case_dark() {
+    local device="@device:v4l2:usb#vid_046d&pid_0825#A1#1-2.0"
+    local kept="data/vexcap/dark/v4l2%3Ausb#vid_046d&pid_0825#A1#1-2.0-640x480.bmp"
+    expect 0 dark show
+    [[ ! -s out && ! -e data ]] || fail "something is kept already"
+    expect 1 dark on --device "$device"
+    contains err "no dark frame is kept for"
+    mkdir -p data/vexcap/dark
+    echo dark >"$kept"
+    expect 0 dark show
+    [[ $(cat out) == "on   640x480  $scratch/$kept" ]] || fail "wrong list"
+    expect 0 dark off --device "$device"
+    expect 0 dark show --json
+    json 'frame, = lines
+assert frame["type"] == "dark" and not frame["on"] and (frame["width"], frame["height"]) == (640, 480), frame
+assert frame["file"].endswith("-640x480.bmp"), frame'
+    expect 0 dark on --device "$device"
+    expect 0 dark show --device "$device"
+    [[ $(cat out) == "on   640x480  $scratch/$kept" ]] || fail "not switched on"
+    expect 0 dark show --device "@device:v4l2:other"
+    [[ ! -s out ]] || fail "the dark frame of another device"
+
+    expect 0 dark export copy.bmp --device "$device"
+    cmp "$kept" copy.bmp || fail "not copied"
+    echo mine >copy.bmp
+    expect 2 dark export copy.bmp --device "$device"
+    contains err "copy.bmp exists; --overwrite replaces it"
+    [[ $(cat copy.bmp) == mine ]] || fail "the file was touched"
+    expect 0 dark export copy.bmp --device "$device" --overwrite
+    cmp "$kept" copy.bmp || fail "not replaced"
+    cp "$kept" "${kept/640x480/320x240}"
+    expect 2 dark export other.bmp --device "$device"
+    contains err "several dark frames are kept; --size names one: 320x240 640x480"
+    expect 2 dark export other.bmp --device "$device" --size 10x10
+    expect 0 dark export other.bmp --device "$device" --size 320x240
+
+    local action
+    for action in capture on off show; do
+        expect 2 dark $action --device sim-fast
+        contains err "cameras take no dark frame"
+    done
+    expect 2 dark import copy.bmp --device sim-fast
+    expect 3 dark capture --device "$device"
+    local status=0
+    env -u HOME -u XDG_DATA_HOME "$vexcap" dark show >out 2>err || status=$?
+    [[ $status -eq 1 ]] || fail "status $status instead of 1"
+    contains err "dark frames cannot be kept here"
+}
+
+case_play() {
+    expect 1 play missing.avi
+    contains err "missing.avi: No such file or directory"
+    expect 1 play .
+    contains err ". is a directory"
+    records --device "sim-fast;fps=50" --output two.avi --frames 100
+    local status=0
+    "$vexcap" play two.avi --json >out 2>err || status=$?
+    if [[ $status -eq 9 ]]; then
+        contains err "libvexcap-media.so.1, which compresses and plays video, is not installed"
+        echo "no media files can be played here"
+        exit 77
+    fi
+    [[ $status -eq 0 ]] || fail "status $status"
+    json 'first, *between, last = lines
+assert first["type"] == "media" and (first["width"], first["height"]) == (640, 480), first
+assert first["seekable"] and 1 < first["duration"] < 20, first
+assert last["type"] == "played" and last["end"] == "file" and 0 < last["frames"] <= 100, last
+assert between and all(p["type"] == "play" and 0 <= p["position"] <= first["duration"] + 0.1 for p in between), between
+assert [p["frames"] for p in between] == sorted(p["frames"] for p in between), between'
+    expect 0 play two.avi
+    contains out "two.avi, 640x480, 0:0"
+    contains out "frames of two.avi, to its end"
+    contains err " of 0:0"
+    expect 0 play two.avi --seek 1.5 --seek 0.5 --json
+    json 'places = [p["position"] for p in lines if p["type"] == "seek"]
+assert len(places) == 2 and abs(places[0] - 1.5) < 0.2 and abs(places[1] - 0.5) < 0.2, lines
+assert lines[-1]["end"] == "file", lines'
+    expect 0 play two.avi --seconds 1 --json
+    json 'assert lines[-1]["end"] == "limit", lines'
+    expect 2 play two.avi --seek 3600
+    contains err "two.avi ends after"
+    echo "no video" >text.avi
+    expect 8 play text.avi
+    contains err "text.avi has no video that can be played"
+    if command -v ffmpeg >/dev/null; then
+        ffmpeg -v error -f lavfi -i sine=duration=1 sound.wav
+        expect 8 play sound.wav
+        ffmpeg -v error -f lavfi -i testsrc=size=64x48:rate=10:duration=3 -c:v mpeg4 other.mkv
+        expect 0 play other.mkv --json
+        json 'assert abs(lines[0]["duration"] - 3) < 0.2 and lines[-1]["frames"] == 30, lines'
+    fi
+    # Ctrl-C ends it, and that is no failure.
+    env --default-signal=INT "$vexcap" play two.avi --json >out 2>err &
+    recorder=$!
+    for _ in {1..300}; do
+        ! grep -qs media out || break
+        sleep 0.1
+    done
+    kill -INT "$recorder"
+    ended
+    [[ $status -eq 0 ]] || fail "status $status"
+    json 'assert lines[-1]["end"] in ("asked", "file"), lines'
+}
+
+# JSON has its own decimal point, whatever the user's locale has.
+case_comma() {
+    mkdir locales
+    localedef -i de_DE -f UTF-8 locales/de_DE.UTF-8 >/dev/null 2>&1 || { echo "no locale can be made here"; exit 77; }
+    export LOCPATH=$scratch/locales LC_ALL=de_DE.UTF-8
+    records --device sim-fast --output comma.ser --frames 5
+    grep -qE "  time     [0-9]+,[0-9] s" out || fail "not the user's decimal point"
+    records --device sim-fast --output comma.ser --overwrite --frames 5 --json
+    json 'assert lines[-1]["seconds"] > 0, lines'
 }
 
 case_frames() {
@@ -144,7 +385,7 @@ case_names() {
     records --device FAST --output name.ser --frames 2
     records --device 3 --output index.ser --frames 2
     expect 2 record --device simulated --output no.ser --frames 2
-    contains err "fits several cameras"
+    contains err "fits several devices"
     expect 3 record --device 9 --output no.ser --frames 2
     expect 3 record --device nobody --output no.ser --frames 2
     contains err 'cannot open the camera "nobody"'

@@ -175,7 +175,7 @@ void CWizardCaptureInfo::Save() {
 
 void CWizardCaptureInfo::loadCompressors() {
     if (!compressors.empty()) return;
-    compressors = engine.platform->encoders.Compressors();
+    compressors = engine.platform->media.Compressors();
     const std::u16string remembered = readText(settings(), setting::AviCodec);
     const std::u16string_view wanted = remembered.empty() ? defaultCompressor : std::u16string_view(remembered);
     const auto found = std::ranges::find(compressors, wanted, &Compressor::displayName);

@@ -38,7 +38,7 @@ protected:
         CWizardBroadcastInfo info = broadcast();
         info.commit = true;
     }
-    void offerCompressors() { fakes.encoders.compressors = {{u"first", u"First"}, {mjpeg, u"MJPEG"}, {u"x", u"X"}}; }
+    void offerCompressors() { fakes.media.compressors = {{u"first", u"First"}, {mjpeg, u"MJPEG"}, {u"x", u"X"}}; }
 };
 
 // --- Load: what a recording and a broadcast have in common ---------------------------------------------------------
@@ -534,7 +534,7 @@ TEST_F(WizardInfo, AnAviRecordingSavesItsCompressorInPlaceOfMetadata) {
 
 TEST_F(WizardInfo, ACompressorOutsideOfTheListOrWithoutANameIsSavedAsNone) {
     offerCompressors();
-    fakes.encoders.compressors.push_back({u"", u"nameless"});
+    fakes.media.compressors.push_back({u"", u"nameless"});
     for (const int32_t index : {-1, INT32_MIN, 3, 4, 5, INT32_MAX}) {
         {
             CWizardCaptureInfo info = capture();
@@ -681,14 +681,14 @@ TEST_F(WizardInfo, TheStandardCompressorIsMjpegIfItIsThere) {
     CWizardCaptureInfo with = capture();
     with.loadCompressors();
     EXPECT_EQ(with.compressorIndex, 1);
-    fakes.encoders.compressors.erase(fakes.encoders.compressors.begin() + 1);
+    fakes.media.compressors.erase(fakes.media.compressors.begin() + 1);
     CWizardCaptureInfo without = capture();
     without.loadCompressors();
     EXPECT_EQ(without.compressorIndex, -1);
 }
 
 TEST_F(WizardInfo, OfTwoCompressorsWithOneNameTheFirstIsTaken) {
-    fakes.encoders.compressors = {{u"a", u"1"}, {u"b", u"2"}, {u"b", u"3"}};
+    fakes.media.compressors = {{u"a", u"1"}, {u"b", u"2"}, {u"b", u"3"}};
     store(u"AviCodec", u"b");
     CWizardCaptureInfo info = capture();
     info.loadCompressors();
@@ -702,7 +702,7 @@ TEST_F(WizardInfo, CompressorsAreLookedForOnceAndOnlyWhenNeeded) {
     EXPECT_FALSE(wasRead(u"AviCodec"));
     info.loadCompressors();
     info.compressorIndex = 0;
-    fakes.encoders.compressors.clear();
+    fakes.media.compressors.clear();
     info.loadCompressors();
     EXPECT_EQ(info.compressors.size(), 3u);
     EXPECT_EQ(info.compressorIndex, 0) << "what a user chose stands";

@@ -6,9 +6,13 @@
 
 namespace vexcap::cli {
 
+ExitCode listCodecs(const Options& options);
 ExitCode listDevices(const Options& options);
+ExitCode listFormats(const Options& options);
 ExitCode manageSettings(const Options& options);
 ExitCode verifyFiles(const Options& options);
+ExitCode manageDark(const Options& options, const Signals& signals);
+ExitCode play(const Options& options, const Signals& signals);
 ExitCode record(const Options& options, const Signals& signals);
 ExitCode watch(const Options& options, const Signals& signals);
 

@@ -66,7 +66,58 @@ TEST(DeviceMatch, WhatIsNotListedIsAnIdentifier) {
     EXPECT_EQ(matchDevice({}, "cam"), (Device{"cam", "cam"}));
 }
 
+TEST(DeviceMatch, WhatIsNotListedIsAVideoInputDeviceByTheBeginningOfItsIdentifier) {
+    EXPECT_EQ(matchDevice(all, "@device:v4l2:usb#1").kind, uint32_t{VEX_KIND_VIDEO_INPUT});
+    EXPECT_EQ(matchDevice(all, "device:v4l2").kind, uint32_t{VEX_KIND_CAMERA});
+}
+
+TEST(DeviceMatch, AListedDeviceKeepsItsKind) {
+    const Device webcam = {"Webcam", "@device:v4l2:usb#1", VEX_KIND_VIDEO_INPUT};
+    for (const char* wanted : {"@device:v4l2:usb#1", "WEB", "1"}) EXPECT_EQ(matchDevice({sky, webcam}, wanted), webcam);
+    EXPECT_STREQ(kindWord(webcam), "video input");
+    EXPECT_STREQ(kindWord(sky), "camera");
+}
+
 TEST(DeviceMatch, AnEmptyTextNamesNoCamera) { EXPECT_EQ(codeOf(""), exitNoDevice); }
+
+const Codec mjpeg = {"MJPEG Compressor", "@device:sw:{33}\\MJPEG Compressor"};
+const Codec huffyuv = {"HuffYUV", "huff"};
+const Codec ffvHuffyuv = {"FFmpeg HuffYUV", "ffvhuff"};
+const std::vector<Codec> codecs = {mjpeg, huffyuv, ffvHuffyuv};
+
+std::string codecRefusal(std::string_view wanted) {
+    try {
+        matchCodec(codecs, wanted);
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, exitUsage);
+        return failure.what();
+    }
+    return "not refused";
+}
+
+TEST(CodecMatch, AWholeNameWinsInBothForms) {
+    EXPECT_EQ(matchCodec(codecs, "HUFFYUV"), huffyuv);
+    EXPECT_EQ(matchCodec(codecs, "FfvHuff"), ffvHuffyuv);
+    EXPECT_EQ(matchCodec(codecs, mjpeg.name), mjpeg);
+}
+
+TEST(CodecMatch, APartOfOneNameIsEnough) {
+    EXPECT_EQ(matchCodec(codecs, "mjpeg"), mjpeg);
+    EXPECT_EQ(matchCodec(codecs, "compr"), mjpeg);
+    EXPECT_EQ(matchCodec(codecs, "sw:{33}"), mjpeg);
+}
+
+TEST(CodecMatch, ABeginningWinsOverAPart) { EXPECT_EQ(matchCodec(codecs, "huffy"), huffyuv); }
+
+TEST(CodecMatch, WhatFitsNoneIsRefusedWithAllNames) {
+    for (const char* wrong : {"vp8", "", "0"})
+        EXPECT_EQ(codecRefusal(wrong), "there is no compressor \"" + std::string(wrong) +
+                                           "\"; these are there:\n  MJPEG Compressor\n  HuffYUV\n  FFmpeg HuffYUV");
+}
+
+TEST(CodecMatch, WhatFitsSeveralIsRefusedWithThose) {
+    EXPECT_EQ(codecRefusal("uffyuv"), "\"uffyuv\" fits several compressors:\n  HuffYUV\n  FFmpeg HuffYUV");
+}
 
 }  // namespace
 }  // namespace vexcap::cli

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 
 #include "hosts/cli/commands.h"
@@ -9,17 +10,12 @@ namespace vexcap::cli {
 
 namespace {
 
-/// Sizes that the camera offers; none when it cannot be opened now.
+/// Sizes that the device offers, each once; none when it cannot be opened now.
 std::vector<Size> sizesOf(Engine& engine, const Device& device) {
     std::vector<Size> sizes;
     try {
-        const Session session(engine, device);
-        vex_capability* list = nullptr;
-        const int32_t count = vexcap_get_capability(session.Context(), &list);
-        for (int32_t i = 0; list && i < count; ++i)
-            sizes.push_back(
-                {static_cast<uint32_t>(list[i].header.biWidth), static_cast<uint32_t>(list[i].header.biHeight)});
-        vexcap_free_capability(list);
+        for (const Format& format : Session(engine, device).Formats())
+            if (std::find(sizes.begin(), sizes.end(), format.size) == sizes.end()) sizes.push_back(format.size);
     } catch (const Failure& failure) {
         std::fprintf(stderr, "vexcap: %s\n", failure.what());
     }
@@ -39,27 +35,42 @@ std::string joined(const std::vector<Size>& sizes, const char* open, const char*
 }  // namespace
 
 ExitCode listDevices(const Options& options) {
-    Engine engine(options);
+    Engine engine(options, Mode::Pictures);
+    // The index is that of the whole list, by which other commands know a device.
     const std::vector<Device> devices = engine.Devices();
-    if (devices.empty()) throw Failure(exitNoDevice, "no camera found by " + options.library);
+    const std::vector<Device> listed = options.match.empty() ? devices : engine.Devices(options.match);
+    if (listed.empty())
+        throw Failure(exitNoDevice, "no camera found by " + options.library + ", and no video input device" +
+                                        (options.match.empty() ? "" : " that matches " + options.match));
     for (size_t i = 0; i < devices.size(); ++i) {
         const Device& device = devices[i];
+        if (std::find(listed.begin(), listed.end(), device) == listed.end()) continue;
         std::vector<Size> sizes;
         if (options.sizes) sizes = sizesOf(engine, device);
         if (options.json) {
             JsonObject object;
             object.Text("type", "device")
                 .Integer("index", static_cast<int64_t>(i))
+                .Text("kind", kindWord(device))
                 .Text("name", device.name)
                 .Text("identifier", device.identifier);
             if (options.sizes) object.Raw("sizes", "[" + joined(sizes, "[", ",", "]", ",") + "]");
             std::printf("%s\n", object.Line().c_str());
         } else {
-            std::printf("%2zu  %-32s  %s", i, device.name.c_str(), device.identifier.c_str());
+            std::printf("%2zu  %-11s  %-32s  %s", i, kindWord(device), device.name.c_str(), device.identifier.c_str());
             if (options.sizes) std::printf("  %s", joined(sizes, "", "x", "", " ").c_str());
             std::printf("\n");
         }
     }
+    return exitDone;
+}
+
+ExitCode listFormats(const Options& options) {
+    Engine engine(options, Mode::Pictures);
+    const Session session(engine, engine.Find(options.device));
+    const std::vector<Format> formats = session.Formats();
+    for (size_t i = 0; i < formats.size(); ++i)
+        std::printf("%s\n", (options.json ? formatJson(i, formats[i]) : formatLine(i, formats[i])).c_str());
     return exitDone;
 }
 

@@ -1,5 +1,6 @@
 #include "hosts/cli/json.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -30,8 +31,9 @@ std::string jsonString(std::string_view text) {
 JsonObject& JsonObject::Real(std::string_view name, double value) {
     if (!std::isfinite(value)) return Raw(name, "null");
     char digits[400];  // Room for the largest double.
-    std::snprintf(digits, sizeof digits, "%.3f", value);
-    return Raw(name, digits);
+    // Whatever the user's locale writes for a decimal point.
+    const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 3).ptr;
+    return Raw(name, {digits, end});
 }
 
 JsonObject& JsonObject::Raw(std::string_view name, std::string_view json) {

@@ -11,20 +11,31 @@ namespace {
 
 ExitCode run(const Options& options) {
     switch (options.command) {
-        // Nothing is lost where one of these two is broken off: signals do what they always do.
+        // Nothing is lost where one of these is broken off: signals do what they always do.
+        case Command::Codecs:
+            return listCodecs(options);
         case Command::Settings:
             return manageSettings(options);
         case Command::Verify:
             return verifyFiles(options);
-        case Command::Devices:
-        case Command::Record:
-        case Command::Watch:
+        default:
             break;
     }
     const Signals signals;
-    if (options.command == Command::Record) return record(options, signals);
-    if (options.command == Command::Watch) return watch(options, signals);
-    return listDevices(options);
+    switch (options.command) {
+        case Command::Dark:
+            return manageDark(options, signals);
+        case Command::Formats:
+            return listFormats(options);
+        case Command::Play:
+            return play(options, signals);
+        case Command::Record:
+            return record(options, signals);
+        case Command::Watch:
+            return watch(options, signals);
+        default:
+            return listDevices(options);
+    }
 }
 
 ExitCode fail(const Options& options, ExitCode code, const char* text) {

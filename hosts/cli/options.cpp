@@ -3,7 +3,9 @@
 #include <CLI/CLI.hpp>
 
 #include <array>
+#include <charconv>
 #include <limits>
+#include <regex>
 #include <span>
 #include <sstream>
 
@@ -16,6 +18,9 @@ namespace {
 
 constexpr int32_t mostInt = std::numeric_limits<int32_t>::max();
 constexpr size_t longestPath = 259;  // UTF-16 units that the library takes
+constexpr size_t longestExpression = 1000;
+constexpr double mostSeconds = 9e11;     // of a position in units of 100 nanoseconds
+constexpr int32_t mostDarkFrames = 256;  // so many of the brightest samples have room in their sum
 
 constexpr std::string_view noValue = "true";  // what CLI11 gives for a flag without a value
 
@@ -24,11 +29,13 @@ constexpr char exitCodes[] =
     "    0  done\n"
     "    1  failure\n"
     "    2  usage\n"
-    "    3  no such camera, or it cannot be opened\n"
-    "    4  camera lost; the file is whole\n"
+    "    3  no such device, or it cannot be opened\n"
+    "    4  device lost; the file is whole\n"
     "    5  disk full; the file is whole\n"
     "    6  recorded to the end, but frames are missing\n"
     "    7  a verified file is damaged or cut short\n"
+    "    8  no video in the file that could be played\n"
+    "    9  what compresses and plays video is not installed\n"
     "  130  aborted";
 
 using Words = std::span<const char* const>;
@@ -58,12 +65,38 @@ std::string checkPrefix(const std::string& text) {
     return checkPath(text);
 }
 
-/// The kind of a file becomes what its name ends in.
-std::string toExtension(std::string& kind) {
-    if (kind == noValue) kind = "ser";
-    if (kind != "ser" && kind != "avi") return kind + ": ser or avi";
-    kind.insert(0, ".");
+std::string checkKind(const std::string& kind) {
+    return kind == noValue || kind == "ser" || kind == "avi" ? std::string() : kind + ": ser or avi";
+}
+
+/// The library takes the same grammar, and would list no video input device for an expression that it cannot read.
+std::string checkExpression(const std::string& text) {
+    if (!isUtf8(text)) return "the expression is not valid UTF-8";
+    if (text.size() > longestExpression) return "the expression is longer than 1000 characters";
+    try {
+        std::wstring wide;
+        for (size_t position = 0; position < text.size();)
+            wide.push_back(static_cast<wchar_t>(nextCodePoint(text, position)));
+        const std::wregex compiled(wide);
+    } catch (const std::regex_error& error) {
+        return text + ": no regular expression: " + error.what();
+    }
     return {};
+}
+
+std::string checkFormat(const std::string& text) {
+    return parseFormatChoice(text) ? std::string() : text + ": a format is N, WIDTHxHEIGHT or LAYOUT:WIDTHxHEIGHT";
+}
+
+std::string checkPosition(const std::string& text) {
+    double seconds = 0;
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    const bool number = failure == std::errc() && end == text.data() + text.size() && seconds >= 0;
+    return number && seconds <= mostSeconds ? std::string() : text + ": a position is a number of seconds";
+}
+
+std::string checkSize(const std::string& text) {
+    return parseSize(text) ? std::string() : text + ": a size is WIDTHxHEIGHT";
 }
 
 std::string checkRegion(const std::string& text) {
@@ -105,11 +138,35 @@ void addCommon(CLI::App& command, Options& options) {
     addJson(command, options);
 }
 
-void addDevice(CLI::App& command, Options& options) {
-    command
-        .add_option("-d,--device", options.device, "Index, name or identifier of the camera, see \"vexcap devices\"")
+/// One that need not be named where there is only one.
+CLI::Option* addOptionalDevice(CLI::App& command, Options& options) {
+    return command
+        .add_option("-d,--device", options.device, "Index, name or identifier of the device, see \"vexcap devices\"")
         ->type_name("NAME|INDEX")
-        ->required();
+        ->check([](const std::string& name) { return name.empty() ? "no device is named" : ""; });
+}
+
+void addDevice(CLI::App& command, Options& options) { addOptionalDevice(command, options)->required(); }
+
+void addFormat(CLI::App& command, Options& options) {
+    command
+        .add_option_function<std::string>(
+            "--format", [&options](const std::string& text) { options.format = parseFormatChoice(text); },
+            "Format of the frames, see \"vexcap formats\"")
+        ->type_name("N|WxH|LAYOUT:WxH")
+        ->check(checkFormat);
+}
+
+CLI::Option* addFilePath(CLI::App& command, Options& options, const char* help) {
+    return command.add_option("file", options.files, help)
+        ->type_name("FILE")
+        ->required()
+        ->expected(1)
+        ->check([](const std::string& path) { return isUtf8(path) ? "" : "the name is not valid UTF-8"; });
+}
+
+void addOverwrite(CLI::App& command, Options& options) {
+    command.add_flag("--overwrite", options.overwrite, "Replace the file if it exists");
 }
 
 void addSeconds(CLI::App& command, Options& options) {
@@ -126,7 +183,7 @@ void addFile(CLI::App& command, Options& options) {
                                    ->check(checkOutput);
     CLI::Option* const byItself =
         command.add_flag("--auto-name", rules.extension, "Name the file by itself; --auto-name=avi for AVI")
-            ->transform(CLI::Validator(toExtension, ""))
+            ->check(checkKind)
             ->excludes(named);
     const auto choice = [&](const char* name, std::optional<int32_t>& value, Words words, const char* help) {
         command
@@ -148,10 +205,37 @@ void addFile(CLI::App& command, Options& options) {
         ->needs(byItself)
         ->check(checkPrefix);
     choice("--name-format", rules.format, nameFormats, "What its name goes on with");
-    command.add_flag("--overwrite", options.overwrite, "Replace the file if it exists");
-    command.callback([named, byItself] {
+    addOverwrite(command, options);
+    command.callback([named, byItself, &options] {
         if (!*named && !*byItself) throw CLI::RequiredError("--output or --auto-name");
+        AutoName& name = options.autoName;
+        name.wanted = byItself->count() > 0;
+        name.extension = !name.wanted || name.extension == noValue ? "" : "." + name.extension;
+        if (options.codec.empty()) return;
+        if (name.wanted && name.extension.empty()) name.extension = ".avi";
+        if (containerOf(name.wanted ? name.extension : options.output) != Container::Avi)
+            throw CLI::ValidationError("--codec", "only AVI files are compressed");
     });
+}
+
+/// What a video input device can do alone.
+void addPicture(CLI::App& command, Options& options) {
+    PictureSettings& picture = options.picture;
+    command
+        .add_option_function<std::string>(
+            "--flip",
+            [&picture](const std::string& way) {
+                picture.mirrored = way != "vertical";
+                picture.upsideDown = way != "horizontal";
+            },
+            "Mirror the picture of a video input device")
+        ->type_name("horizontal|vertical|both")
+        ->check(CLI::IsMember({"horizontal", "vertical", "both"}).description(""));
+    command.add_flag("--grey", picture.grey, "Take the colours from it");
+    command.add_flag("--negative", picture.negative, "Turn its brightness round");
+    command.add_option("--dark", picture.dark, "Dark frame for it, instead of the one that is kept")
+        ->type_name("FILE.bmp")
+        ->check(checkPath);
 }
 
 void addRecord(CLI::App& command, Options& options) {
@@ -168,6 +252,16 @@ void addRecord(CLI::App& command, Options& options) {
     command.add_option("--time-lapse", options.timeLapse, "Keep one frame in so many")
         ->type_name("N")
         ->check(between(1, mostInt));
+    CLI::Option* const codec =
+        command.add_option("--codec", options.codec, "Compressor for an AVI file, see \"vexcap codecs\"")
+            ->type_name("NAME")
+            ->check([](const std::string& name) { return name.empty() ? "no name" : checkPath(name); });
+    command
+        .add_option("--quality", options.quality, "Quality of the compressor, 1 to 100, instead of the remembered one")
+        ->type_name("PERCENT")
+        ->needs(codec)
+        ->check(between(1, 100));
+    addFormat(command, options);
     setting("--exposure", options.camera.exposure, "MICROSECONDS", 1, mostInt, "Exposure time");
     setting("--gain", options.camera.gain, "PERCENT", 1, mostInt, "Gain, 100 for none");
     setting("--depth", options.camera.depth, "BITS", 8, 16, "Bits of a sample, 8 to 16");
@@ -179,7 +273,58 @@ void addRecord(CLI::App& command, Options& options) {
             "Region of interest, even numbers of pixels")
         ->type_name("X,Y,W,H")
         ->check(checkRegion);
+    addPicture(command, options);
     command.add_flag("-q,--quiet", options.quiet, "No progress, and a summary only when something went wrong");
+}
+
+/// Its actions are commands of their own.
+void addDark(CLI::App& command, Options& options) {
+    command.require_subcommand(1);
+    const auto action = [&](const char* name, const char* help, DarkAction value) -> CLI::App& {
+        CLI::App& added = *command.add_subcommand(name, help);
+        added.callback([&options, value] { options.darkAction = value; });
+        addOptionalDevice(added, options);
+        return added;
+    };
+    const auto size = [&](CLI::App& to) {
+        to.add_option_function<std::string>(
+              "--size", [&options](const std::string& text) { options.darkSize = parseSize(text); },
+              "The frame of this size, where several are kept")
+            ->type_name("WxH")
+            ->check(checkSize);
+    };
+    CLI::App& capture = action("capture", "Take the mean of dark frames, and keep it", DarkAction::Capture);
+    addFormat(capture, options);
+    capture.add_option("-n,--frames", options.frames, "Frames of which the mean is taken, 50 if not given")
+        ->type_name("N")
+        ->check(between(1, mostDarkFrames));
+    CLI::App& import = action("import", "Keep a bitmap as dark frame", DarkAction::Import);
+    addFilePath(import, options, "Windows bitmap of 24 bits a pixel, as large as the picture");
+    addFormat(import, options);
+    CLI::App& exported = action("export", "Copy the dark frame that is kept to a bitmap", DarkAction::Export);
+    addFilePath(exported, options, "File to write");
+    size(exported);
+    addOverwrite(exported, options);
+    CLI::App& on = action("on", "Let record and watch apply it", DarkAction::On);
+    CLI::App& off = action("off", "Let them leave it", DarkAction::Off);
+    CLI::App& show = action("show", "List the dark frames that are kept", DarkAction::Show);
+    for (CLI::App* const each : {&capture, &import, &exported, &on, &off, &show}) {
+        addCommon(*each, options);
+        each->footer(exitCodes);
+    }
+}
+
+void addPlay(CLI::App& command, Options& options) {
+    addFilePath(command, options, "File to play");
+    command
+        .add_option("--seek", options.seeks, "Go to this second and show its picture first; may be given repeatedly")
+        ->type_name("SECONDS")
+        ->take_all()
+        ->expected(1)
+        ->check(checkPosition);
+    addSeconds(command, options);
+    addJson(command, options);
+    command.footer(exitCodes);
 }
 
 }  // namespace
@@ -197,25 +342,38 @@ std::optional<Region> parseRegion(const std::string& text) {
 
 ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     Options options;
-    CLI::App app("Recording and preview of telescope and microscope cameras.", "vexcap");
+    CLI::App app("Recording and preview of telescope and microscope cameras, and of video input devices.", "vexcap");
     app.set_version_flag("--version", "vexcap " VEXCAP_VERSION);
     app.require_subcommand(1);
     app.footer(exitCodes);
 
-    CLI::App& devices = *app.add_subcommand("devices", "List the cameras that can be opened");
-    devices.add_flag("--sizes", options.sizes, "Open each camera and list its sizes");
+    CLI::App& devices = *app.add_subcommand("devices", "List the cameras and video input devices that can be opened");
+    devices.add_flag("--sizes", options.sizes, "Open each one and list its sizes");
+    devices.add_option("--match", options.match, "List no video input device but those whose identifier this matches")
+        ->type_name("REGEX")
+        ->check(checkExpression);
     addCommon(devices, options);
-    CLI::App& record = *app.add_subcommand("record", "Record a camera's raw frames as SER, or its pictures as AVI");
+    CLI::App& formats = *app.add_subcommand("formats", "List the formats that a device offers");
+    addOptionalDevice(formats, options);
+    addCommon(formats, options);
+    CLI::App& codecs = *app.add_subcommand("codecs", "List the compressors for AVI files");
+    addJson(codecs, options);
+    codecs.footer(exitCodes);
+    CLI::App& record = *app.add_subcommand("record", "Record a camera's raw frames as SER, or pictures as AVI");
     addRecord(record, options);
     addCommon(record, options);
     record.footer(
         "Without a limit the recording goes on until Ctrl-C, which leaves a whole file; a second Ctrl-C "
         "aborts.\n" +
         std::string(exitCodes));
-    CLI::App& watch = *app.add_subcommand("watch", "Watch a camera's frame rate without recording");
+    CLI::App& watch = *app.add_subcommand("watch", "Watch a device's frame rate without recording");
     addDevice(watch, options);
     addSeconds(watch, options);
     addCommon(watch, options);
+    CLI::App& dark = *app.add_subcommand("dark", "Take, keep and switch the dark frame of a video input device");
+    addDark(dark, options);
+    CLI::App& play = *app.add_subcommand("play", "Play a media file without showing it");
+    addPlay(play, options);
     CLI::App& verify = *app.add_subcommand("verify", "Tell what SER and AVI files hold, and whether they are whole");
     verify.add_option("files", options.files, "Files to read")->type_name("FILE")->required();
     addJson(verify, options);
@@ -234,11 +392,10 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
         return {std::nullopt, "vexcap: " + err.str(), exitUsage};
     }
     if (options.gige == noValue) options.gige = "1";
-    const std::pair<const CLI::App*, Command> commands[] = {{&devices, Command::Devices},
-                                                            {&record, Command::Record},
-                                                            {&settings, Command::Settings},
-                                                            {&verify, Command::Verify},
-                                                            {&watch, Command::Watch}};
+    const std::pair<const CLI::App*, Command> commands[] = {
+        {&codecs, Command::Codecs},     {&dark, Command::Dark},     {&devices, Command::Devices},
+        {&formats, Command::Formats},   {&play, Command::Play},     {&record, Command::Record},
+        {&settings, Command::Settings}, {&verify, Command::Verify}, {&watch, Command::Watch}};
     for (const auto& [subcommand, command] : commands)
         if (subcommand->parsed()) options.command = command;
     return {options, {}, exitDone};

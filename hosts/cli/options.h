@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hosts/cli/exit_code.h"
+#include "hosts/cli/formats.h"
 
 namespace vexcap::cli {
 
@@ -29,16 +30,28 @@ struct CameraSettings {
     std::optional<Region> region;
 };
 
+/// How the picture of a video input device is made.
+struct PictureSettings {
+    bool mirrored = false;  ///< Left and right.
+    bool upsideDown = false;
+    bool grey = false;
+    bool negative = false;
+    std::string dark;  ///< Bitmap of the dark frame, UTF-8; empty for the one that is kept.
+};
+
 /// How a recording gets its name by itself; what is not set is as the remembered settings have it.
 struct AutoName {
-    std::string extension;                 ///< ".ser" or ".avi"; empty where a file is named.
+    bool wanted = false;                   ///< False where a file is named.
+    std::string extension;                 ///< ".ser" or ".avi"; empty for what the device is recorded as.
     std::optional<std::string> directory;  ///< Base folder, UTF-8.
     std::optional<std::string> prefix;     ///< Begins the name, UTF-8.
     std::optional<int32_t> format;         ///< VEX_NAME_...
     std::optional<int32_t> subfolders;     ///< VEX_FOLDERS_...
 };
 
-enum class Command { Devices, Record, Settings, Verify, Watch };
+enum class Command { Codecs, Dark, Devices, Formats, Play, Record, Settings, Verify, Watch };
+
+enum class DarkAction { Capture, Import, Export, On, Off, Show };
 
 struct Options {
     Command command = Command::Devices;
@@ -50,20 +63,29 @@ struct Options {
     std::string settingsDirectory;  ///< Root of the settings, UTF-8; empty for the user's.
     bool noSettings = false;        ///< Nothing is remembered: every setting has its standard value.
 
-    bool sizes = false;  ///< devices: open each camera and list its sizes.
+    bool sizes = false;  ///< devices: open each one and list its sizes.
+    std::string match;   ///< devices: regular expression for video input devices, UTF-8; empty for all.
 
-    std::string device;   ///< record, watch: index, name or identifier.
-    int32_t seconds = 0;  ///< record, watch: time limit, 0 for none.
+    std::string device;   ///< dark, formats, record, watch: index, name or identifier; empty for the only one.
+    int32_t seconds = 0;  ///< play, record, watch: time limit, 0 for none.
+    std::optional<FormatChoice> format;  ///< dark, record.
 
-    std::string output;      ///< record: the file, UTF-8; empty with autoName.
-    AutoName autoName;       ///< record: instead of output.
-    int32_t frames = 0;      ///< record: frame limit, 0 for none.
-    int32_t timeLapse = 1;   ///< record: one frame in so many is kept.
-    bool overwrite = false;  ///< record: an existing file may be replaced.
-    bool quiet = false;      ///< record: no progress and no summary.
-    CameraSettings camera;   ///< record.
+    std::string output;               ///< record: the file, UTF-8; empty with autoName.
+    AutoName autoName;                ///< record: instead of output.
+    int32_t frames = 0;               ///< record: frame limit, 0 for none. dark: frames of which the mean is taken.
+    int32_t timeLapse = 1;            ///< record: one frame in so many is kept.
+    std::string codec;                ///< record: compressor; empty for none.
+    std::optional<uint32_t> quality;  ///< record: of the compressor, percent; else as remembered.
+    bool overwrite = false;           ///< dark, record: an existing file may be replaced.
+    bool quiet = false;               ///< record: no progress and no summary.
+    CameraSettings camera;            ///< record.
+    PictureSettings picture;          ///< record.
 
-    std::vector<std::string> files;     ///< verify.
+    DarkAction darkAction = DarkAction::Show;  ///< dark.
+    std::optional<Size> darkSize;              ///< dark: which of the frames that are kept.
+
+    std::vector<double> seeks;          ///< play: seconds to go to, one after the other.
+    std::vector<std::string> files;     ///< dark, play: one. verify.
     std::vector<std::string> settings;  ///< settings: each NAME or NAME=VALUE.
 };
 

@@ -81,6 +81,7 @@ TEST(Options, DevicesAndWatchTakeTheirs) {
 
 TEST(Options, MistakesAreUsageErrors) {
     refusal({});
+    refusal({"stroll"});
     refusal({"play"});
     refusal({"record"});
     refusal({"record", "-d", "0"});
@@ -88,6 +89,7 @@ TEST(Options, MistakesAreUsageErrors) {
     refusal({"watch"});
     refusal({"devices", "--unknown"});
     refusal({"watch", "-d", "0", "--seconds", "0"});
+    refusal({"watch", "-d", ""});
     for (const char* wrong : {"0", "-1", "abc", "5000000000", "1.5"})
         for (const char* name : {"--seconds", "--frames", "--exposure", "--fps"})
             refusal({"record", "-d", "0", "-o", "a.ser", name, wrong});
@@ -107,8 +109,9 @@ TEST(Options, OnlySerAndAviFilesCanBeRecorded) {
 TEST(Options, ARecordingIsNamedOrNamesItself) {
     EXPECT_NE(refusal({"record", "-d", "0"}).find("--output or --auto-name is required"), std::string::npos);
     refusal({"record", "-d", "0", "-o", "a.ser", "--auto-name"});
-    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser"}).autoName.extension, "");
-    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name"}).autoName.extension, ".ser");
+    EXPECT_FALSE(parsed({"record", "-d", "0", "-o", "a.ser"}).autoName.wanted);
+    EXPECT_TRUE(parsed({"record", "-d", "0", "--auto-name"}).autoName.wanted);
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name"}).autoName.extension, "");
     EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name=ser"}).autoName.extension, ".ser");
     EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name=avi"}).autoName.extension, ".avi");
     for (const char* wrong : {"--auto-name=mp4", "--auto-name=.ser", "--auto-name=AVI"})
@@ -181,6 +184,128 @@ TEST(Options, TimeLapseIsOneFrameInSoMany) {
         refusal({"record", "-d", "0", "-o", "a.ser", "--time-lapse", wrong});
 }
 
+TEST(Options, ARecordingTakesACompressor) {
+    const Options options = parsed({"record", "-d", "0", "-o", "a.AVI", "--codec", "MJPEG", "--quality", "80"});
+    EXPECT_EQ(options.codec, "MJPEG");
+    EXPECT_EQ(options.quality, 80u);
+    EXPECT_FALSE(parsed({"record", "-d", "0", "-o", "a.avi", "--codec", "x"}).quality);
+    for (const char* wrong : {"0", "101", "-1", "x", "50%"})
+        refusal({"record", "-d", "0", "-o", "a.avi", "--codec", "x", "--quality", wrong});
+    refusal({"record", "-d", "0", "-o", "a.avi", "--codec", ""});
+    EXPECT_NE(refusal({"record", "-d", "0", "-o", "a.avi", "--quality", "80"}).find("requires --codec"),
+              std::string::npos);
+}
+
+TEST(Options, OnlyAviFilesAreCompressed) {
+    EXPECT_NE(refusal({"record", "-d", "0", "-o", "a.ser", "--codec", "x"}).find("only AVI files are compressed"),
+              std::string::npos);
+    refusal({"record", "-d", "0", "--auto-name=ser", "--codec", "x"});
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name", "--codec", "x"}).autoName.extension, ".avi");
+    EXPECT_EQ(parsed({"record", "-d", "0", "--auto-name=avi", "--codec", "x"}).autoName.extension, ".avi");
+}
+
+TEST(Options, TheFormatIsANumberOrASize) {
+    const auto format = [](const char* text) {
+        return parsed({"record", "-d", "0", "-o", "a.avi", "--format", text}).format;
+    };
+    EXPECT_EQ(format("3")->index, 3u);
+    EXPECT_EQ(format("MJPG:640x480"), (FormatChoice{.index = {}, .layout = "MJPG", .size = {640, 480}}));
+    EXPECT_FALSE(parsed({"record", "-d", "0", "-o", "a.avi"}).format);
+    for (const char* wrong : {"", "640x", "MJPG"})
+        EXPECT_NE(refusal({"record", "-d", "0", "-o", "a.avi", "--format", wrong}).find("a format is N"),
+                  std::string::npos)
+            << wrong;
+}
+
+TEST(Options, APictureIsFlippedThreeWays) {
+    const auto picture = [](const char* way) {
+        return parsed({"record", "-d", "0", "-o", "a.avi", "--flip", way}).picture;
+    };
+    EXPECT_TRUE(picture("horizontal").mirrored && !picture("horizontal").upsideDown);
+    EXPECT_TRUE(!picture("vertical").mirrored && picture("vertical").upsideDown);
+    EXPECT_TRUE(picture("both").mirrored && picture("both").upsideDown);
+    refusal({"record", "-d", "0", "-o", "a.avi", "--flip", "left"});
+    const PictureSettings plain = parsed({"record", "-d", "0", "-o", "a.avi"}).picture;
+    EXPECT_FALSE(plain.mirrored || plain.upsideDown || plain.grey || plain.negative);
+    const PictureSettings all =
+        parsed({"record", "-d", "0", "-o", "a.avi", "--grey", "--negative", "--dark", "d.bmp"}).picture;
+    EXPECT_TRUE(all.grey && all.negative);
+    EXPECT_EQ(all.dark, "d.bmp");
+}
+
+TEST(Options, DevicesAreMatchedByARegularExpression) {
+    EXPECT_EQ(parsed({"devices"}).match, "");
+    EXPECT_EQ(parsed({"devices", "--match", "vid_046d.*#1"}).match, "vid_046d.*#1");
+    for (const char* wrong : {"(", "[a", "*", "a{2", "\\"})
+        EXPECT_NE(refusal({"devices", "--match", wrong}).find("no regular expression"), std::string::npos) << wrong;
+    EXPECT_NE(refusal({"devices", "--match", "a\xFF"}).find("UTF-8"), std::string::npos);
+    EXPECT_NE(refusal({"devices", "--match", std::string(1001, 'a').c_str()}).find("longer than"), std::string::npos);
+}
+
+TEST(Options, FormatsAndCodecsTakeTheirs) {
+    EXPECT_EQ(parsed({"formats"}).command, Command::Formats);
+    EXPECT_EQ(parsed({"formats"}).device, "");
+    EXPECT_EQ(parsed({"formats", "-d", "cam", "--json"}).device, "cam");
+    EXPECT_EQ(parsed({"codecs"}).command, Command::Codecs);
+    EXPECT_TRUE(parsed({"codecs", "--json"}).json);
+    refusal({"codecs", "--device", "0"});
+}
+
+TEST(Options, ADarkFrameHasItsActions) {
+    const std::pair<const char*, DarkAction> plain[] = {
+        {"capture", DarkAction::Capture}, {"on", DarkAction::On}, {"off", DarkAction::Off}, {"show", DarkAction::Show}};
+    for (const auto& [word, action] : plain) {
+        const Options options = parsed({"dark", word, "-d", "cam", "--json"});
+        EXPECT_EQ(options.command, Command::Dark);
+        EXPECT_EQ(options.darkAction, action);
+        EXPECT_EQ(options.device, "cam");
+        EXPECT_TRUE(options.json);
+        EXPECT_EQ(parsed({"dark", word}).device, "");
+    }
+    refusal({"dark"});
+    refusal({"dark", "wipe"});
+    refusal({"dark", "on", "off"});
+}
+
+TEST(Options, ADarkFrameIsTheMeanOfAsManyFramesAsTheirSumHasRoomFor) {
+    EXPECT_EQ(parsed({"dark", "capture", "--frames", "256"}).frames, 256);
+    EXPECT_EQ(parsed({"dark", "capture", "--format", "640x480"}).format->size, (Size{640, 480}));
+    for (const char* wrong : {"0", "257", "x"}) refusal({"dark", "capture", "--frames", wrong});
+}
+
+TEST(Options, ADarkFrameComesFromAFileAndGoesToOne) {
+    const Options in = parsed({"dark", "import", "a.bmp", "--format", "2"});
+    EXPECT_EQ(in.darkAction, DarkAction::Import);
+    EXPECT_EQ(in.files, (std::vector<std::string>{"a.bmp"}));
+    EXPECT_EQ(in.format->index, 2u);
+    const Options out = parsed({"dark", "export", "b.bmp", "--size", "640x480", "--overwrite"});
+    EXPECT_EQ(out.darkAction, DarkAction::Export);
+    EXPECT_EQ(out.files, (std::vector<std::string>{"b.bmp"}));
+    EXPECT_EQ(out.darkSize, (Size{640, 480}));
+    EXPECT_TRUE(out.overwrite);
+    for (const char* word : {"import", "export"}) {
+        refusal({"dark", word});
+        refusal({"dark", word, "a.bmp", "b.bmp"});
+        refusal({"dark", word, "a\xFF.bmp"});
+    }
+    refusal({"dark", "export", "a.bmp", "--size", "640"});
+    refusal({"dark", "capture", "a.bmp"});
+}
+
+TEST(Options, PlayTakesAFileAndPositions) {
+    const Options options = parsed({"play", "a.avi", "--seek", "1.5", "--seek", "0", "--seconds", "3", "--json"});
+    EXPECT_EQ(options.command, Command::Play);
+    EXPECT_EQ(options.files, (std::vector<std::string>{"a.avi"}));
+    EXPECT_EQ(options.seeks, (std::vector<double>{1.5, 0}));
+    EXPECT_EQ(options.seconds, 3);
+    EXPECT_TRUE(options.json);
+    EXPECT_EQ(parsed({"play", "--seek", "2", "a.avi"}).files, (std::vector<std::string>{"a.avi"}));
+    EXPECT_TRUE(parsed({"play", "a.avi"}).seeks.empty());
+    for (const char* wrong : {"-1", "x", "1e300", "nan", "inf", ""}) refusal({"play", "a.avi", "--seek", wrong});
+    refusal({"play", "a.avi", "b.avi"});
+    refusal({"play", "a\xFF.avi"});
+}
+
 TEST(Options, SettingsAreTheUsersOrLieInADirectoryOrAreNone) {
     EXPECT_EQ(parsed({"devices"}).settingsDirectory, "");
     EXPECT_FALSE(parsed({"devices"}).noSettings);
@@ -216,20 +341,27 @@ TEST(Options, APathThatIsNoUtf8IsRefused) {
 }
 
 TEST(Options, HelpAndVersionBelongToTheStandardOutput) {
-    for (const std::vector<const char*>& arguments : std::vector<std::vector<const char*>>{{"--help"},
-                                                                                           {"--version"},
-                                                                                           {"record", "--help"},
-                                                                                           {"devices", "-h"},
-                                                                                           {"watch", "--help"},
-                                                                                           {"settings", "--help"},
-                                                                                           {"verify", "--help"}}) {
+    for (const std::vector<const char*>& arguments :
+         std::vector<std::vector<const char*>>{{"--help"},
+                                               {"--version"},
+                                               {"record", "--help"},
+                                               {"devices", "-h"},
+                                               {"watch", "--help"},
+                                               {"settings", "--help"},
+                                               {"formats", "--help"},
+                                               {"codecs", "--help"},
+                                               {"dark", "--help"},
+                                               {"dark", "capture", "--help"},
+                                               {"play", "--help"},
+                                               {"verify", "--help"}}) {
         const ParsedCommandLine result = parse(arguments);
         EXPECT_FALSE(result.options);
         EXPECT_EQ(result.code, exitDone);
         EXPECT_FALSE(result.text.empty());
     }
     EXPECT_EQ(parse({"--version"}).text, "vexcap " VEXCAP_VERSION "\n");
-    for (const char* word : {"130  aborted", "5  disk full", "6  recorded", "7  a verified file is damaged"}) {
+    for (const char* word : {"130  aborted", "5  disk full", "6  recorded", "7  a verified file is damaged",
+                             "8  no video", "9  what compresses"}) {
         EXPECT_NE(parse({"--help"}).text.find(word), std::string::npos) << word;
         EXPECT_NE(parse({"record", "--help"}).text.find(word), std::string::npos) << word;
     }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -60,6 +61,8 @@ public:
     enum class Kind { None, Lines, Terminal, Json };
     /// What suits the options and the terminal.
     static Kind KindFor(bool json, bool quiet);
+    /// One line that suits `kind`; for a terminal at most `columns` wide.
+    using LineMaker = std::function<std::string(Kind kind, int columns, bool colour)>;
     explicit ProgressView(Kind shown) : kind(shown) {}
     ~ProgressView() { Clear(); }
     ProgressView(const ProgressView&) = delete;
@@ -67,6 +70,8 @@ public:
 
     /// Shows it when it is time for it.
     void Show(const Progress& progress);
+    /// Shows the line of somebody else, made when it is time for it.
+    void Show(double elapsed, const LineMaker& makeLine);
     /// Takes the line from the terminal.
     void Clear();
 

@@ -38,21 +38,28 @@ ProgressView::Kind ProgressView::KindFor(bool json, bool quiet) {
 }
 
 void ProgressView::Show(const Progress& progress) {
-    if (kind == Kind::None || progress.elapsed < nextTime) return;
+    Show(progress.elapsed, [&](Kind shown, int columns, bool colour) {
+        if (shown == Kind::Terminal) return terminalLine(progress, columns, colour);
+        return shown == Kind::Json ? jsonLine(progress) : plainLine(progress);
+    });
+}
+
+void ProgressView::Show(double elapsed, const LineMaker& makeLine) {
+    if (kind == Kind::None || elapsed < nextTime) return;
     if (kind == Kind::Terminal) {
-        nextTime = progress.elapsed + redrawSeconds;
-        const std::string line = terminalLine(progress, columnsOfTerminal(), !isSet("NO_COLOR"));
+        nextTime = elapsed + redrawSeconds;
+        const std::string line = makeLine(kind, columnsOfTerminal(), !isSet("NO_COLOR"));
         std::fprintf(stderr, "\r%s\033[K", line.c_str());
         std::fflush(stderr);
         drawn = true;
         return;
     }
     // On the second: a late round does not shift those behind it.
-    while (nextTime <= progress.elapsed) nextTime += lineSeconds;
-    if (progress.elapsed < lineSeconds) return;  // Nothing to tell yet.
-    const bool json = kind == Kind::Json;
-    std::fprintf(json ? stdout : stderr, "%s\n", (json ? jsonLine(progress) : plainLine(progress)).c_str());
-    std::fflush(json ? stdout : stderr);
+    while (nextTime <= elapsed) nextTime += lineSeconds;
+    if (elapsed < lineSeconds) return;  // Nothing to tell yet.
+    std::FILE* const out = kind == Kind::Json ? stdout : stderr;
+    std::fprintf(out, "%s\n", makeLine(kind, 0, false).c_str());
+    std::fflush(out);
 }
 
 void ProgressView::Clear() {

@@ -1,13 +1,17 @@
 #include <cstdio>
 
 #include "hosts/cli/auto_name.h"
+#include "hosts/cli/codecs.h"
 #include "hosts/cli/commands.h"
 #include "hosts/cli/controls.h"
 #include "hosts/cli/failure.h"
 #include "hosts/cli/output_file.h"
+#include "hosts/cli/picture.h"
 #include "hosts/cli/progress.h"
 #include "hosts/cli/session.h"
+#include "hosts/cli/settings.h"
 #include "hosts/cli/summary.h"
+#include "hosts/cli/temporary_settings.h"
 #include "hosts/cli/text.h"
 
 namespace vexcap::cli {
@@ -29,17 +33,77 @@ vex_recording_counts countsOf(const Session& session) {
     return counts;
 }
 
+/// Where frames go to the file as they come, beside the preview: those of a camera that nobody compresses. Any other
+/// recording has the place of the preview, and no limit of frames.
+bool recordsBesidePreview(const Device& device, const Options& options) {
+    return device.IsCamera() && options.codec.empty();
+}
+
+/// Throws where the device cannot be recorded to what was named.
+void checkContainer(const Device& device, const Options& options) {
+    const std::string& named = options.autoName.wanted ? options.autoName.extension : options.output;
+    if (!device.IsCamera() && !named.empty() && containerOf(named) == Container::Ser)
+        throw Failure(exitUsage, "\"" + device.name +
+                                     "\" is a video input device, which is recorded to .avi files; a .ser file takes "
+                                     "the raw frames of a camera");
+}
+
+/// Lets the engine run with a copy of the settings in which the quality is another one.
+void useQuality(Engine& engine, TemporarySettings& place, uint32_t quality) {
+    const std::vector<StoredSetting> remembered = storedSettings();
+    place.Make();
+    engine.Restart(Mode::Pictures, place.Directory());
+    for (const StoredSetting& stored : remembered) storeSetting(*stored.setting, stored.value);
+    storeSetting(findSetting("CaptureQuality"), quality);
+}
+
+/// Makes the pictures as wished. Gives a sentence for the user, or nothing.
+std::string preparePicture(Session& session, const Device& device, const Options& options, const Signals& signals) {
+    if (options.format) session.SetFormat(*options.format, signals);
+    if (device.IsCamera()) {
+        applySettings(session, options.camera, signals);
+        return {};
+    }
+    applyPicture(session, options.picture);
+    session.WaitForFreshFrame(signals);
+    if (options.picture.dark.empty()) return applyKeptDark(session, device);
+    applyDarkFile(session, options.picture.dark);
+    return "the dark frame " + options.picture.dark + " is applied";
+}
+
 /// Where the recording goes.
-std::string fileOf(const Options& options) {
-    if (!options.output.empty()) return options.output;
+std::string fileOf(const Options& options, const Device& device) {
+    if (!options.autoName.wanted) return options.output;
+    AutoName rules = options.autoName;
+    if (rules.extension.empty()) rules.extension = device.IsCamera() ? ".ser" : ".avi";
     const auto taken = [&](const std::string& path) { return !options.overwrite && isTaken(path); };
-    const std::string path = firstFree([&] { return autoPath(options.autoName); }, taken);
+    const std::string path = firstFree([&] { return autoPath(rules); }, taken);
     checkOutputFile(path, options.overwrite);
     return path;
 }
 
+void begin(const Session& session, const Options& options, bool besidePreview, const Codec& codec,
+           const std::string& file) {
+    vexcap_put_timelapse(session.Context(), static_cast<uint32_t>(options.timeLapse));
+    const std::u16string path = toUtf16(file), compressor = toUtf16(codec.name);
+    const HRESULT result =
+        besidePreview ? vexcap_start_capture_astro(session.Context(), path.c_str(), options.seconds, options.frames)
+                      : vexcap_start_capture_avi(session.Context(), path.c_str(),
+                                                 compressor.empty() ? nullptr : compressor.c_str(), options.seconds);
+    if (result == E_INVALIDARG && !compressor.empty())
+        throw Failure(exitUsage, codec.display + " cannot compress pictures of " + sizeText(session.PictureSize()));
+    if (result < 0) throw Failure(exitFailure, "cannot record to " + file);
+}
+
+/// True when the device of a running recording is gone.
+bool isLost(const Session& session, const News& news, bool besidePreview) {
+    if (besidePreview) return news.lost;
+    // A recording in the preview's place ends with its video input device; that of a camera goes on without frames.
+    return news.lost && (!vexcap_fcapturing(session.Context()) || session.CameraFailed());
+}
+
 /// Runs the recording to its end and tells what ended it. It is not stopped yet.
-Ending follow(Session& session, const Options& options, const Signals& signals) {
+Ending follow(Session& session, const Options& options, bool besidePreview, const Signals& signals) {
     ProgressView view(ProgressView::KindFor(options.json, options.quiet));
     RateMeter meter;
     StallWatch stall(session.StallSeconds());
@@ -55,8 +119,12 @@ Ending follow(Session& session, const Options& options, const Signals& signals) 
         meter.Measure(progress);
         view.Show(progress);
         if (counts.lastFailure == VEX_E_DISK_FULL) return Ending::DiskFull;
-        if (news.limit || !vexcap_fcapturing(session.Context())) return Ending::Limit;
-        if (news.lost) return Ending::DeviceLost;
+        if (news.limit) return Ending::Limit;
+        if (isLost(session, news, besidePreview)) return Ending::DeviceLost;
+        if (!vexcap_fcapturing(session.Context())) return Ending::Limit;
+        // The library looks at this limit beside the preview only.
+        const bool enough = options.frames && counts.kept >= static_cast<uint32_t>(options.frames);
+        if (!besidePreview && enough) return Ending::Limit;
         if (news.asked) return Ending::Asked;
         if (stall.Stalled(counts.offered, steadySeconds())) return Ending::Stalled;
     }
@@ -66,32 +134,41 @@ Ending follow(Session& session, const Options& options, const Signals& signals) 
 
 ExitCode record(const Options& options, const Signals& signals) {
     if (!options.output.empty()) checkOutputFile(options.output, options.overwrite);
-    Engine engine(options);
+    TemporarySettings temporary;  // lives longer than the engine that uses it
+    Engine engine(options, Mode::Pictures);
     const Device device = engine.Find(options.device);
+    checkAbilities(device, options);
+    checkContainer(device, options);
+    const bool besidePreview = recordsBesidePreview(device, options);
+    Codec codec;
+    if (!options.codec.empty()) codec = matchCodec(allCodecs(), options.codec);
+    if (besidePreview) engine.Restart(Mode::Raw);
+    if (options.quality) useQuality(engine, temporary, *options.quality);
     Session session(engine, device);
-    applySettings(session, options.camera, signals);
+    const std::string note = preparePicture(session, device, options, signals);
 
     RecordingResult result;
-    result.file = fileOf(options);
-    const Container container = containerOf(result.file);
+    result.file = fileOf(options, device);
     const Size size = session.PictureSize();
     result.width = size.width;
     result.height = size.height;
-    result.depth = container == Container::Avi ? aviDepth : depthOf(session);
+    result.depth = containerOf(result.file) == Container::Avi ? aviDepth : depthOf(session);
+    result.codec = codec.display;
+    if (!options.quiet && !note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
     if (!options.json && !options.quiet) {
         const bool limited = options.seconds || options.frames;
+        const std::string limit = !limited ? "; Ctrl-C ends the recording"
+                                  : !besidePreview && options.frames
+                                      ? "; at least " + std::to_string(options.frames) + " frames"
+                                      : "";
         std::fprintf(stderr, "%s, %ux%u, %s, to %s%s\n", device.name.c_str(), size.width, size.height,
-                     depthText(result.depth, container).c_str(), result.file.c_str(),
-                     limited ? "" : "; Ctrl-C ends the recording");
+                     depthText(result).c_str(), result.file.c_str(), limit.c_str());
     }
 
-    vexcap_put_timelapse(session.Context(), static_cast<uint32_t>(options.timeLapse));
-    const std::u16string path = toUtf16(result.file);
-    if (vexcap_start_capture_astro(session.Context(), path.c_str(), options.seconds, options.frames) < 0)
-        throw Failure(exitFailure, "cannot record to " + result.file);
+    begin(session, options, besidePreview, codec, result.file);
     // What the camera loses while files are made or closed is no part of the recording.
     const uint32_t lostBefore = session.LostFrames();
-    result.ending = follow(session, options, signals);
+    result.ending = follow(session, options, besidePreview, signals);
     result.cameraLost = session.LostFrames() - lostBefore;
     vexcap_stop_capture(session.Context());
     result.counts = countsOf(session);

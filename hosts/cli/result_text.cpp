@@ -15,6 +15,10 @@ std::string resultText(HRESULT result) {
             return "a directory of the path is missing, or is none";
         case VEX_E_DISK_FULL:
             return "the disk is full";
+        case VEX_E_BUSY:
+            return "another program uses it";
+        case noModule:
+            return "libvexcap-media.so.1, which compresses and plays video, is not installed";
         default:
             break;
     }

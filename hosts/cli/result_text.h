@@ -7,6 +7,9 @@
 
 namespace vexcap::cli {
 
+/// The library's part for compressing and playing is not installed.
+constexpr HRESULT noModule = VEX_RESULT(0x8007007Eu);
+
 /// A few words; the number where there are none.
 std::string resultText(HRESULT result);
 

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 
 #include "hosts/cli/failure.h"
+#include "hosts/cli/result_text.h"
 #include "hosts/cli/text.h"
 
 namespace vexcap::cli {
@@ -16,6 +18,7 @@ namespace {
 enum Message : uint32_t { messageEvent = 1, messageSize, messageLimit, messageDarkField, messageFrame, messageDevice };
 
 constexpr char16_t openMode = VEX_OPEN_ASTRO;
+constexpr size_t propertyRoom = 32;  // UTF-16 units that the library writes
 
 /// Null where nothing is remembered.
 vex_key* openSettings(const Options& options) {
@@ -25,40 +28,82 @@ vex_key* openSettings(const Options& options) {
 
 }  // namespace
 
-Engine::Engine(const Options& options) : settings(openSettings(options)), window(vex_window_queue_new()) {
+Engine::Engine(const Options& options, Mode mode)
+    : library(options.library),
+      prefix(options.prefix),
+      settings(openSettings(options)),
+      window(vex_window_queue_new()) {
     if (!window) throw Failure(exitFailure, "out of memory or file descriptors");
     // Still before any other thread that could read the environment.
     if (!options.gige.empty()) setenv("VEXCAP_GIGE", options.gige.c_str(), 1);
-    const std::u16string library = toUtf16(options.library);
-    vexcap_init(settings.get(), u"vexcap", u"vexcap", u"vexcap", library.c_str(), options.prefix.c_str(), u"",
-                messageEvent, messageSize, messageLimit, messageDarkField, messageFrame, 0, 1, window.get(),
-                messageDevice, 0, 0);
+    Start(mode);
 }
 
 Engine::~Engine() { vexcap_fini(); }
 
-std::vector<Device> Engine::Devices() const {
+void Engine::Start(Mode mode) {
+    const std::u16string cameras = toUtf16(library);
+    vexcap_init(settings.get(), u"vexcap", u"vexcap", u"vexcap", cameras.c_str(), prefix.c_str(), u"", messageEvent,
+                messageSize, messageLimit, messageDarkField, messageFrame, 0, mode == Mode::Raw, window.get(),
+                messageDevice, 0, 0);
+}
+
+void Engine::Restart(Mode mode, const std::string& directory) {
+    vexcap_fini();
+    if (!directory.empty()) settings.reset(vex_key_directory(directory.c_str()));
+    Start(mode);
+}
+
+std::vector<Device> Engine::Devices(const std::string& expression) const {
+    const std::u16string filter = toUtf16(expression);
     std::vector<Device> devices;
-    vex_device* const list = vexcap_enum_device(nullptr);
-    for (const vex_device* entry = list; entry && entry->name && entry->display; ++entry)
+    vex_device* const list = vexcap_enum_device(expression.empty() ? nullptr : filter.c_str());
+    for (const vex_device* entry = list; entry && entry->name && entry->display; ++entry) {
         if (entry->kind == VEX_KIND_CAMERA && entry->name[0])
-            devices.push_back({toUtf8(entry->display), toUtf8(entry->name + 1)});
+            devices.push_back({toUtf8(entry->display), toUtf8(entry->name + 1), entry->kind});
+        if (entry->kind == VEX_KIND_VIDEO_INPUT)
+            devices.push_back({toUtf8(entry->display), toUtf8(entry->name), entry->kind});
+    }
     vexcap_free_dsvi(list);
     return devices;
 }
 
-Device Engine::Find(const std::string& wanted) const { return matchDevice(Devices(), wanted); }
+Device Engine::Find(const std::string& wanted) const {
+    const std::vector<Device> devices = Devices();
+    if (!wanted.empty()) return matchDevice(devices, wanted);
+    if (devices.size() == 1) return devices.front();
+    if (devices.empty()) throw Failure(exitNoDevice, "no device found");
+    throw Failure(exitUsage, "several devices are there; --device names one of those that \"vexcap devices\" lists");
+}
 
-Session::Session(Engine& engine, const Device& device) : window(engine.Window()), name(device.name) {
-    const std::u16string opened = openMode + toUtf16(device.identifier);
+Session::Session(Engine& engine, const Device& device)
+    : window(engine.Window()), name(device.name), isCamera(device.IsCamera()) {
+    const std::string what = isCamera ? "camera" : "video input device";
+    const std::u16string identifier = toUtf16(device.identifier);
+    const std::u16string opened = isCamera ? openMode + identifier : identifier;
     const std::u16string display = toUtf16(device.name);
-    const vex_device record = {opened.c_str(), display.c_str(), VEX_KIND_CAMERA, 0};
+    const vex_device record = {opened.c_str(), display.c_str(), device.kind, 0};
     context = vexcap_device(window, window, &record, nullptr, nullptr, nullptr);
-    if (!context) throw Failure(exitNoDevice, "no such camera: " + name);
-    if (vexcap_start(context, nullptr, 0, 0, 0, 0) < 0) {
-        vexcap_stop(context);
-        throw Failure(exitNoDevice, "cannot open the camera \"" + name + "\"; \"vexcap devices\" lists what is there");
-    }
+    if (!context) throw Failure(exitNoDevice, "no such " + what + ": " + name);
+    const HRESULT result = vexcap_start(context, nullptr, 0, 0, 0, 0);
+    if (result >= 0) return;
+    vexcap_stop(context);
+    const bool telling = result == E_ACCESSDENIED || result == VEX_E_BUSY;
+    throw Failure(exitNoDevice, "cannot open the " + what + " \"" + name + "\"" +
+                                    (telling ? ": " + resultText(result) : std::string()) +
+                                    "; \"vexcap devices\" lists what is there");
+}
+
+Session::Session(Engine& engine, const MediaFile& file) : window(engine.Window()), name(file.path), isCamera(false) {
+    const std::u16string path = toUtf16(file.path);
+    context = vexcap_file(window, window, path.c_str());
+    if (!context) throw Failure(exitUsage, "no file is named");
+    const HRESULT result = vexcap_start(context, nullptr, 0, 0, 0, 0);
+    if (result >= 0) return;
+    vexcap_stop(context);
+    if (result == noModule) throw Failure(exitNoMedia, "cannot play " + name + ": " + resultText(result));
+    if (result == E_FAIL) throw Failure(exitNoVideo, name + " has no video that can be played");
+    throw Failure(exitFailure, "cannot play " + name + ": " + resultText(result));
 }
 
 Session::~Session() { vexcap_stop(context); }
@@ -69,8 +114,18 @@ News Session::Wait(int milliseconds, const Signals& signals) {
     News news;
     vex_message message;
     while (vex_window_queue_next(window, &message)) {
-        if (message.message == messageEvent) vexcap_notify(context);
+        if (message.message == messageEvent) {
+            if (!isCamera) news.framesAtEvent = Rate().total;
+            vexcap_notify(context);
+        }
         if (message.message == messageLimit) news.limit = true;
+        if (message.message == messageFrame) news.frame = true;
+        if (message.message == messageDarkField) {
+            // Frames and their count; zeros when the dark frame is there.
+            const bool done = !message.wparam && !message.lparam;
+            const uint32_t before = news.dark ? news.dark->taken : 0;
+            news.dark = {done ? before : static_cast<uint32_t>(message.wparam), done};
+        }
     }
     news.asked = signals.Asked();
     news.lost = !vexcap_fpreviewing(context);
@@ -82,10 +137,10 @@ void Session::WaitForFreshFrame(const Signals& signals) {
     StallWatch stall(StallSeconds());
     for (;;) {
         const News news = Wait(10, signals);
-        if (news.asked) throw Failure(exitAborted, "ended before the recording began");
+        if (news.asked) throw Failure(exitAborted, "ended before a frame came");
         const uint32_t total = Rate().total;
         if (news.lost || stall.Stalled(total, steadySeconds()))
-            throw Failure(exitDeviceLost, "the camera \"" + name + "\" sends no frames");
+            throw Failure(exitDeviceLost, "\"" + name + "\" sends no frames");
         if (total - first >= 2) return;
     }
 }
@@ -96,12 +151,26 @@ ICamera& Session::Camera() const {
 }
 
 FrameRate Session::Rate() const {
+    if (!isCamera) {
+        vex_char count[propertyRoom] = {}, rate[propertyRoom] = {};
+        if (!vexcap_get_property(context, count, rate)) return {};
+        // The library writes them as the C library of this process reads them.
+        return {std::strtod(toUtf8(rate).c_str(), nullptr),
+                static_cast<uint32_t>(std::strtoul(toUtf8(count).c_str(), nullptr, 10))};
+    }
     uint32_t frames = 0, milliseconds = 0, total = 0;
     if (Camera().GetFrameRate(&frames, &milliseconds, &total) < 0) return {};
     return {milliseconds ? frames * 1000.0 / milliseconds : 0, total};
 }
 
 Size Session::PictureSize() const {
+    if (isCamera) return CameraPictureSize();
+    int32_t width = 0, height = 0;
+    vexcap_video_size(context, &width, &height);
+    return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
+}
+
+Size Session::CameraPictureSize() const {
     ICamera& camera = Camera();
     uint32_t width = 0, height = 0;
     int32_t fullWidth = 0, fullHeight = 0, binning = 0, rotation = 0;
@@ -124,10 +193,45 @@ uint32_t Session::LostFrames() const {
     return status && status->GetLostFrames(&lost) >= 0 ? lost : 0;
 }
 
+bool Session::CameraFailed() const {
+    uint32_t state = VEX_CAMERA_STATE_OK;
+    const auto status = Query<ICameraStatus>(VEX_IID_CAMERA_STATUS);
+    return status && status->GetState(&state) >= 0 &&
+           (state == VEX_CAMERA_STATE_FAILED || state == VEX_CAMERA_STATE_REMOVED);
+}
+
 double Session::StallSeconds() const {
     constexpr double patience = 10;
+    if (!isCamera) return patience;
     uint32_t microseconds = 0;
     return Camera().GetExposureTime(&microseconds) >= 0 ? patience + microseconds / 1e6 : patience;
+}
+
+std::vector<Format> Session::Formats() const {
+    vex_capability* list = nullptr;
+    const int32_t count = vexcap_get_capability(context, &list);
+    std::vector<Format> formats;
+    for (int32_t i = 0; list && i < count; ++i) formats.push_back(formatOf(list[i], isCamera));
+    vexcap_free_capability(list);
+    if (count < 0) throw Failure(exitFailure, "\"" + name + "\" does not tell its formats: " + resultText(count));
+    return formats;
+}
+
+void Session::SetFormat(const FormatChoice& choice, const Signals& signals) {
+    const std::vector<Format> formats = Formats();
+    const uint32_t index = matchFormat(formats, choice);
+    const std::string refused = "\"" + name + "\" does not take " + sizeText(formats[index].size);
+    if (isCamera) {
+        vexcap_set_esize(context, index, 0);
+        if (!vexcap_fpreviewing(context)) throw Failure(exitFailure, refused);
+    } else if (const HRESULT result = vexcap_put_format(context, index); result < 0) {
+        throw Failure(exitFailure, refused + ": " + resultText(result));
+    }
+    WaitForFreshFrame(signals);
+    int32_t width = 0, height = 0;
+    vexcap_video_size(context, &width, &height);
+    if (Size{static_cast<uint32_t>(width), static_cast<uint32_t>(height)} != formats[index].size)
+        throw Failure(exitFailure, refused);
 }
 
 bool StallWatch::Stalled(uint32_t total, double now) {

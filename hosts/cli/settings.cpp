@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cstdio>
 #include <span>
-#include <vector>
 
 #include "hosts/cli/commands.h"
 #include "hosts/cli/failure.h"
@@ -26,14 +25,6 @@ std::span<const vex_setting> allSettings() {
 }
 
 bool isText(const vex_setting& setting) { return setting.kind == VEX_SETTING_TEXT; }
-
-const vex_setting& findSetting(std::string_view name) {
-    // How the word is spelled, and how the setting is.
-    const std::string wanted = lowerCase(name) == "filenameformat" ? "filenamefomat" : lowerCase(name);
-    for (const vex_setting& setting : allSettings())
-        if (lowerCase(toUtf8(setting.name)) == wanted) return setting;
-    throw Failure(exitUsage, "there is no setting " + std::string(name) + "; \"vexcap settings\" lists them");
-}
 
 uint32_t parseNumber(const vex_setting& setting, std::string_view text) {
     uint32_t number = 0;
@@ -65,15 +56,6 @@ Remembered read(const vex_setting& setting) {
     return {isText(setting) ? SettingValue(toUtf8(text)) : SettingValue(number), stored};
 }
 
-void store(const vex_setting& setting, const SettingValue& value) {
-    const uint32_t* const number = std::get_if<uint32_t>(&value);
-    const std::u16string text = number ? std::u16string() : toUtf16(std::get<std::string>(value));
-    const HRESULT result = vexcap_put_setting(setting.name, number ? *number : 0, text.c_str());
-    if (result == E_UNEXPECTED)
-        throw Failure(exitFailure, "settings cannot be kept here; --settings names a directory");
-    if (result < 0) throw Failure(exitFailure, "cannot store " + toUtf8(setting.name) + ": " + resultText(result));
-}
-
 void listAll() {
     struct Line {
         std::string name, value, limits;
@@ -102,6 +84,31 @@ void print(const vex_setting& setting, bool json) {
 }
 
 }  // namespace
+
+const vex_setting& findSetting(std::string_view name) {
+    // How the word is spelled, and how the setting is.
+    const std::string wanted = lowerCase(name) == "filenameformat" ? "filenamefomat" : lowerCase(name);
+    for (const vex_setting& setting : allSettings())
+        if (lowerCase(toUtf8(setting.name)) == wanted) return setting;
+    throw Failure(exitUsage, "there is no setting " + std::string(name) + "; \"vexcap settings\" lists them");
+}
+
+void storeSetting(const vex_setting& setting, const SettingValue& value) {
+    const uint32_t* const number = std::get_if<uint32_t>(&value);
+    const std::u16string text = number ? std::u16string() : toUtf16(std::get<std::string>(value));
+    const HRESULT result = vexcap_put_setting(setting.name, number ? *number : 0, text.c_str());
+    if (result == E_UNEXPECTED)
+        throw Failure(exitFailure, "settings cannot be kept here; --settings names a directory");
+    if (result < 0) throw Failure(exitFailure, "cannot store " + toUtf8(setting.name) + ": " + resultText(result));
+}
+
+std::vector<StoredSetting> storedSettings() {
+    std::vector<StoredSetting> stored;
+    for (const vex_setting& setting : allSettings())
+        if (Remembered remembered = read(setting); remembered.stored)
+            stored.push_back({&setting, std::move(remembered.value)});
+    return stored;
+}
 
 SettingArgument parseSetting(std::string_view argument) {
     const size_t sign = argument.find('=');
@@ -145,9 +152,9 @@ ExitCode manageSettings(const Options& options) {
 
     Options withoutCameras = options;
     withoutCameras.library.clear();
-    const Engine engine(withoutCameras);
+    const Engine engine(withoutCameras, Mode::Pictures);
     for (const SettingArgument& argument : wished)
-        if (argument.value) store(*argument.setting, *argument.value);
+        if (argument.value) storeSetting(*argument.setting, *argument.value);
     for (const SettingArgument& argument : wished)
         if (options.json || !argument.value) print(*argument.setting, options.json);
     if (wished.empty() && !options.json) listAll();

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace vexcap::cli {
 
@@ -22,6 +23,18 @@ struct SettingArgument {
 /// Letters of the name count without case, and FileNameFormat is understood, too. Throws Failure exitUsage for an
 /// unknown name and for a value that the setting cannot have.
 SettingArgument parseSetting(std::string_view argument);
+
+/// A setting whose value is stored.
+struct StoredSetting {
+    const vex_setting* setting = nullptr;
+    SettingValue value;
+};
+/// What the running engine has stored; without what has its standard value.
+std::vector<StoredSetting> storedSettings();
+/// Stores a value in the settings of the running engine. Throws Failure exitFailure when it cannot be kept.
+void storeSetting(const vex_setting& setting, const SettingValue& value);
+/// The setting of this name, as for parseSetting.
+const vex_setting& findSetting(std::string_view name);
 
 /// "25 to 400", "at most 128 characters".
 std::string limitsText(const vex_setting& setting);

@@ -62,8 +62,9 @@ std::string openText(const std::string& path) {
 
 }  // namespace
 
-std::string depthText(uint32_t depth, Container container) {
-    return std::to_string(depth) + (container == Container::Avi ? " bits a pixel" : " bits");
+std::string depthText(const RecordingResult& result) {
+    if (!result.codec.empty()) return result.codec;
+    return std::to_string(result.depth) + (containerOf(result.file) == Container::Avi ? " bits a pixel" : " bits");
 }
 
 ExitCode exitCodeOf(const RecordingResult& result) {
@@ -92,7 +93,7 @@ std::string summaryText(const RecordingResult& result) {
     }
     text += "Recorded " + result.file + "\n";
     text += "  picture  " + std::to_string(result.width) + "x" + std::to_string(result.height) + ", " +
-            depthText(result.depth, container) + "\n";
+            depthText(result) + "\n";
     text += "  frames   " + std::to_string(counts.offered) + " offered, " + std::to_string(counts.kept) + " kept, " +
             std::to_string(counts.written) + " written, " + std::to_string(counts.lost) + " lost; the camera lost " +
             std::to_string(result.cameraLost) + "\n";
@@ -113,11 +114,12 @@ std::string summaryText(const RecordingResult& result) {
 
 std::string summaryJson(const RecordingResult& result) {
     const vex_recording_counts& counts = result.counts;
-    return JsonObject()
-        .Text("type", "recording")
+    JsonObject object;
+    object.Text("type", "recording")
         .Text("file", result.file)
-        .Text("container", containerOf(result.file) == Container::Avi ? "avi" : "ser")
-        .Text("end", wordOf(result.ending))
+        .Text("container", containerOf(result.file) == Container::Avi ? "avi" : "ser");
+    if (!result.codec.empty()) object.Text("codec", result.codec);
+    return object.Text("end", wordOf(result.ending))
         .Integer("width", result.width)
         .Integer("height", result.height)
         .Integer("depth", result.depth)

@@ -19,11 +19,12 @@ struct RecordingResult {
     uint32_t cameraLost = 0;  ///< Frames that the camera lost during the recording.
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t depth = 0;  ///< Bits of a sample, or of a pixel of an AVI file.
+    uint32_t depth = 0;  ///< Bits of a sample, or of a pixel of an AVI file before it is compressed.
+    std::string codec;   ///< What a user sees of the compressor; empty for none.
 };
 
-/// "8 bits", "24 bits a pixel".
-std::string depthText(uint32_t depth, Container container);
+/// "8 bits", "24 bits a pixel", the compressor.
+std::string depthText(const RecordingResult& result);
 
 ExitCode exitCodeOf(const RecordingResult& result);
 /// Several lines with their line breaks.

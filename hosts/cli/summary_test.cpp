@@ -73,6 +73,18 @@ TEST(Summary, AnAviFileHasPixelsAndItsOwnPlayers) {
     EXPECT_EQ(summaryText(result), "No frame was recorded; planet.AVI is empty.\n");
 }
 
+TEST(Summary, ACompressorIsTold) {
+    RecordingResult result = good();
+    result.file = "planet.avi";
+    result.depth = 24;
+    result.codec = "MJPEG Compressor";
+    EXPECT_NE(summaryText(result).find("  picture  1000x1000, MJPEG Compressor\n"), std::string::npos)
+        << summaryText(result);
+    EXPECT_NE(summaryJson(result).find(R"("container":"avi","codec":"MJPEG Compressor","end":"limit",)"),
+              std::string::npos)
+        << summaryJson(result);
+}
+
 TEST(Summary, LossesAreTold) {
     RecordingResult result = good();
     result.counts.lost = 3;

@@ -3,6 +3,7 @@
 #include "hosts/cli/commands.h"
 #include "hosts/cli/failure.h"
 #include "hosts/cli/json.h"
+#include "hosts/cli/picture.h"
 #include "hosts/cli/progress.h"
 #include "hosts/cli/session.h"
 
@@ -37,17 +38,24 @@ void printLine(const Session& session, double elapsed, bool json) {
 }  // namespace
 
 ExitCode watch(const Options& options, const Signals& signals) {
-    Engine engine(options);
+    Engine engine(options, Mode::Pictures);
     const Device device = engine.Find(options.device);
+    if (device.IsCamera()) engine.Restart(Mode::Raw);
     Session session(engine, device);
+    if (!device.IsCamera()) {
+        session.WaitForFreshFrame(signals);
+        const std::string note = applyKeptDark(session, device);
+        if (!note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
+    }
+    const std::string what = std::string("the ") + kindWord(device) + " \"" + device.name + "\"";
     StallWatch stall(session.StallSeconds());
     const double start = steadySeconds();
     for (int second = 1;;) {
         const News news = session.Wait(roundMilliseconds, signals);
         const double elapsed = steadySeconds() - start;
-        if (news.lost) throw Failure(exitDeviceLost, "the camera \"" + device.name + "\" is gone");
+        if (news.lost) throw Failure(exitDeviceLost, what + " is gone");
         if (stall.Stalled(session.Rate().total, steadySeconds()))
-            throw Failure(exitDeviceLost, "the camera \"" + device.name + "\" sends no frames any more");
+            throw Failure(exitDeviceLost, what + " sends no frames any more");
         if (elapsed >= second) {
             printLine(session, elapsed, options.json);
             while (second <= elapsed) ++second;
