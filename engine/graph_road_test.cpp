@@ -414,6 +414,13 @@ TEST_F(MediaFile, ASeekWhilePausedShowsThePictureThere) {
     EXPECT_EQ(context->PlayState(), playPaused);
 }
 
+TEST_F(MediaFile, ItHasTheSizeThatItHas) {
+    ASSERT_EQ(context->Start(nullptr, 0, 0, 0, 0).code(), S_OK);
+    context->SetEsize(1u << 16 | 1u, false);
+    EXPECT_TRUE(context->Previewing());
+    ASSERT_TRUE(eventually([&] { return shows(9); }));
+}
+
 TEST_F(MediaFile, AFileThatCannotBeOpenedGivesItsCodeAndNoBox) {
     const auto missing = CaptureContext::CreateForFile(engine, owner.native(), preview.native(), u"nothing.avi");
     EXPECT_EQ(missing->Start(nullptr, 0, 0, 0, 0).code(), VEX_E_FILE_NOT_FOUND);

@@ -3,18 +3,6 @@
 namespace vexcap {
 namespace {
 
-/// Disconnects and removes what stands behind a filter, the farthest first.
-void removeDownstream(CFilterGraph& graph, CBaseFilter& filter) {
-    for (size_t i = 0; CBasePin* const pin = filter.GetPin(i); ++i) {
-        const Ref<CBasePin> other = pin->ConnectedTo();
-        if (!other || other->Direction() != PinDirection::Input) continue;
-        const Ref<CBaseFilter> downstream(&other->Filter());
-        removeDownstream(graph, *downstream);
-        graph.Disconnect(*pin);
-        graph.RemoveFilter(*downstream);
-    }
-}
-
 constexpr int32_t capabilityBytes = sizeof(VideoStreamConfigCaps);
 
 }  // namespace
@@ -32,9 +20,11 @@ void MediaGraph::Teardown() {
     droppedFrames = nullptr;
     fileSink = nullptr;
     markerFilter = nullptr;
-    if (!filterGraph) return;
-    if (sourceFilter) removeDownstream(*filterGraph, *sourceFilter);
-    if (srcFilter) removeDownstream(*filterGraph, *srcFilter);
+    // Also what was never connected, since a build failed before.
+    const Ref<CBaseFilter> pushed = srcFilter;
+    if (!filterGraph || !(sourceFilter || pushed)) return;
+    for (const Ref<CBaseFilter>& filter : filterGraph->Filters())
+        if (!(filter == sourceFilter) && !(filter == pushed)) filterGraph->RemoveFilter(*filter);
 }
 
 void MediaGraph::Release() {

@@ -39,7 +39,7 @@ struct MediaGraph {
 
     /// Makes graph and builder where they are missing.
     void Create();
-    /// Takes out everything behind the sources, and lets it go. The graph is stopped.
+    /// Takes out everything but the sources, and lets it go. The graph is stopped. A file's source and renderer stay.
     void Teardown();
     /// Lets the whole graph go, sources and all.
     void Release();

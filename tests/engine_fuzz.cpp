@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         vex_char text[32], told[260];
         vex_capability* sizes = nullptr;
         int32_t width = 0, height = 0;
-        switch (fuzzed_byte() % 8) {
+        switch (fuzzed_byte() % 10) {
             case 0:
                 vexcap_start(context, window, 7, 1, fuzzed_byte() % 2, fuzzed_byte() % 2);
                 break;
@@ -80,6 +80,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 vexcap_free_capability(sizes);
                 vexcap_get_stillimage_capability(context, &sizes);
                 vexcap_free_capability(sizes);
+                break;
+            case 6:
+                vexcap_set_esize(context, fuzzed_byte(), fuzzed_byte() % 2);
+                vexcap_set_state(context, fuzzed_byte() % 4);
+                break;
+            case 7:
+                vexcap_start_capture_avi(context, vexcap::test::wide(paths[1]).c_str(), nullptr, fuzzed_byte() % 2);
                 break;
             default:
                 std::thread(fuzzed_deliver).join();

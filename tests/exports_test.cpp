@@ -82,6 +82,61 @@ TEST(Exports, FreeNullWithoutHarm) {
     vex_key_free(nullptr);
 }
 
+/// What pictures, dark fields and playback answer where there is none of them.
+void expectNoPictureToChange(vexcap_context* context) {
+    vexcap_set_esize(context, 0xFFFFFFFF, 0);
+    vexcap_set_esize(context, 0, 1);
+    EXPECT_EQ(vexcap_put_format(context, 0), E_INVALIDARG);
+    EXPECT_EQ(vexcap_put_format(context, 0xFFFFFFFF), E_INVALIDARG);
+    vexcap_put_flip(context, 0xFFFFFFFF, 0xFFFFFFFF);
+    vexcap_put_chrome(context, 1);
+    vexcap_put_negative(context, 1);
+    EXPECT_EQ(vexcap_get_flip(context), 0u);
+    EXPECT_EQ(vexcap_get_chrome(context), 0u);
+    EXPECT_EQ(vexcap_get_negative(context), 0u);
+    EXPECT_EQ(vexcap_is_dfc(context), 0);
+    EXPECT_EQ(vexcap_has_dfc(context), 0);
+    vexcap_dfc_enable(context, 1);
+    EXPECT_EQ(vexcap_dfc_capture(context, 3), E_INVALIDARG);
+    EXPECT_EQ(vexcap_dfc_import(context, u"/dev/null"), E_INVALIDARG);
+    EXPECT_EQ(vexcap_dfc_export(context, nullptr), E_INVALIDARG);
+    EXPECT_EQ(vexcap_get_state(context), 0u);
+    for (const uint32_t state : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu}) vexcap_set_state(context, state);
+    EXPECT_EQ(vexcap_get_state(context), 0u);
+    vexcap_set_pos(context, INT64_MIN);
+    EXPECT_EQ(vexcap_get_pos(context), -1);
+    EXPECT_EQ(vexcap_get_seek(context, nullptr, nullptr), context ? 1 : 0);
+    EXPECT_LT(vexcap_start_capture_avi(context, u"/tmp/never.avi", nullptr, 0), 0);
+    EXPECT_LT(vexcap_start_capture_avi(context, nullptr, u"nothing like this", -1), 0);
+}
+
+TEST(Exports, ChangeNoPictureWithoutAContextOrBeforeItsStart) {
+    QueueWindow window;
+    expectNoPictureToChange(nullptr);
+    vexcap_context* const context = vexcap_device(window.get(), window.get(), &scripted, nullptr, nullptr, nullptr);
+    ASSERT_NE(context, nullptr);
+    expectNoPictureToChange(context);
+    vexcap_stop(context);
+}
+
+TEST(Exports, OpenNoFileWithoutAPathAndNoDeviceThatIsNotThere) {
+    QueueWindow window;
+    EXPECT_EQ(vexcap_file(window.get(), window.get(), nullptr), nullptr);
+    EXPECT_EQ(vexcap_file(window.get(), window.get(), u""), nullptr);
+    for (const vex_char* path : {u"/nowhere/film.avi", u"/dev/null", u"/", u"\xD800"}) {
+        vexcap_context* const film = vexcap_file(nullptr, nullptr, path);
+        ASSERT_NE(film, nullptr);
+        EXPECT_LT(vexcap_start(film, nullptr, 0, 0, 0, 1), 0);
+        expectNoPictureToChange(film);
+        vexcap_stop(film);
+    }
+    const vex_device missing{u"@device:v4l2:pci#none#0", u"None", VEX_KIND_VIDEO_INPUT, 0};
+    vexcap_context* const device = vexcap_device(nullptr, nullptr, &missing, nullptr, nullptr, nullptr);
+    EXPECT_LT(vexcap_start(device, nullptr, 0, 0, 0, 1), 0);
+    EXPECT_EQ(vexcap_fsource(device), 0u);
+    vexcap_stop(device);
+}
+
 TEST(Exports, FailToRecordANullContext) {
     EXPECT_EQ(vexcap_start_capture_astro(nullptr, u"/tmp/never.ser", 0, 0), E_FAIL);
     EXPECT_EQ(vexcap_start_capture_astro(nullptr, nullptr, -1, -1), E_FAIL);

@@ -101,10 +101,12 @@ std::string summaryText(const RecordingResult& result) {
             formatReal(perSecond(counts.written, counts)) + " frames a second\n";
     text += "  size     " + formatBytes(bytes) + ", " + formatBytes(perSecond(bytes, counts)) + "/s\n";
     text += "  open     " + openText(result.file) + "\n";
-    if (counts.lost)
-        text += std::to_string(counts.lost) +
-                " frames are not in the file: the disk did not take them, or "
-                "their size was not that of the recording.\n";
+    if (counts.lost) {
+        const char* const reason = counts.lastFailure < 0
+                                       ? "the disk did not take them.\n"
+                                       : "the device or this machine was too slow, or their size was another one.\n";
+        text += std::to_string(counts.lost) + " frames are not in the file: " + reason;
+    }
     if (result.cameraLost)
         text += std::to_string(result.cameraLost) +
                 " frames were lost before they reached the "

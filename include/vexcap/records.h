@@ -54,8 +54,8 @@ typedef struct vex_recording_counts {
     uint32_t offered;     ///< Frames that reached the recording before its frame limit.
     uint32_t kept;        ///< Frames that time lapse let through; vexcap_dwframecount tells the same number.
     uint32_t written;     ///< Frames that are in the file.
-    uint32_t lost;        ///< Frames that should be in the file and are not: the disk refused them, or their size
-                          ///< was not that of the recording.
+    uint32_t lost;        ///< Frames that should be in the file and are not: the disk refused them, their size was
+                          ///< not that of the recording, or a video input device lost them.
     uint64_t bytes;       ///< Bytes of the frames written.
     HRESULT lastFailure;  ///< Code of the last frame lost to the disk, S_OK when there was none.
     uint32_t elapsed;     ///< Milliseconds from start to now, or to the stop.
