@@ -84,10 +84,9 @@ Status CameraRoad::CreatePreviewSink() {
     state.rateOption =
         frameRateValue(baseFrameRate(pixels, engine.astroMode), engine.frameRatePercent, engine.frameRateCap);
     camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(state.rateOption));
-    state.previewSink =
-        std::make_unique<CFrameRender>(SinkMode::Pooled, state.rateOption, ContextState::bytesPerPixel,
-                                       engine.platform->clock, engine.platform->textures, engine.platform->files,
-                                       engine.d2dAvailable);
+    state.previewSink = std::make_unique<CFrameRender>(SinkMode::Pooled, state.rateOption, ContextState::bytesPerPixel,
+                                                       engine.platform->clock, engine.platform->textures,
+                                                       engine.platform->files, engine.d2dAvailable);
     state.previewSink->PutThrottleOff(1);
     return S_OK;
 }

@@ -7,8 +7,8 @@
 
 namespace vexcap {
 
-/// An array that ends with a record of two nulls, or null when nothing was found. Goes back to freeDevices. `filter` may
-/// be null; it sorts video input devices alone.
+/// An array that ends with a record of two nulls, or null when nothing was found. Goes back to freeDevices. `filter`
+/// may be null; it sorts video input devices alone.
 vex_device* enumDevices(const EngineState& engine, const vex_char* filter);
 
 /// The compressors for AVI files as such an array, of kind 0.

@@ -119,10 +119,9 @@ protected:
 TEST_F(EnumVideoInputs, TheyComeBehindTheCameras) {
     add(u"Camera", u"id");
     init();
-    EXPECT_EQ(list(), (std::vector<Device>{
-                          {u"!id", u"Camera", VEX_KIND_CAMERA},
-                          {u"@device:v4l2:usb#vid_046d&pid_0825#1", u"A webcam", VEX_KIND_VIDEO_INPUT},
-                          {u"@device:v4l2:pci#0000:02:00.0#0", u"A grabber", VEX_KIND_VIDEO_INPUT}}));
+    EXPECT_EQ(list(), (std::vector<Device>{{u"!id", u"Camera", VEX_KIND_CAMERA},
+                                           {u"@device:v4l2:usb#vid_046d&pid_0825#1", u"A webcam", VEX_KIND_VIDEO_INPUT},
+                                           {u"@device:v4l2:pci#0000:02:00.0#0", u"A grabber", VEX_KIND_VIDEO_INPUT}}));
 }
 
 TEST_F(EnumVideoInputs, AstroModeHasNoneEvenWithAFilter) {

@@ -65,8 +65,7 @@ Status GraphRoad::Run() {
 Status GraphRoad::Halt() {
     if (!state.graph.filterGraph) return S_OK;
     const HRESULT result = state.graph.filterGraph->Stop();
-    if (result < 0)
-        ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_stoppreviewfail"), result);
+    if (result < 0) ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_stoppreviewfail"), result);
     return result;
 }
 
@@ -107,7 +106,8 @@ Status DeviceRoad::OpenSource() {
     graph.sourceFilter = filter.value();
     if (const HRESULT hr = graph.filterGraph->AddFilter(graph.sourceFilter, state.displayName); hr != S_OK)
         return Failed("ids_previewfail", hr);
-    graph.streamConfig = graph.captureBuilder->FindInterface<IAMStreamConfig>(PIN_CATEGORY_CAPTURE, *graph.sourceFilter);
+    graph.streamConfig =
+        graph.captureBuilder->FindInterface<IAMStreamConfig>(PIN_CATEGORY_CAPTURE, *graph.sourceFilter);
     if (!graph.streamConfig)
         ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_previewfail"), E_NOINTERFACE);
     if (state.stillWindow && state.stillMessage && state.stillWanted)

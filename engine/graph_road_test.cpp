@@ -51,7 +51,8 @@ TEST_F(VideoInput, ASourceThatCannotBeBoundShowsWhy) {
     const struct {
         HRESULT code;
         std::u16string key;
-    } table[] = {{VEX_E_BUSY, u"ids_nosource"}, {VEX_E_FILE_NOT_FOUND, u"ids_nosource"}, {VEX_E_NO_MODULE, u"ids_noax"}};
+    } table[] = {
+        {VEX_E_BUSY, u"ids_nosource"}, {VEX_E_FILE_NOT_FOUND, u"ids_nosource"}, {VEX_E_NO_MODULE, u"ids_noax"}};
     for (const auto& line : table) {
         fakes.messageBox.shown.clear();
         fakes.videoDevices.openResult = line.code;
@@ -347,12 +348,9 @@ class MediaFile : public ContextFixture {
 protected:
     MediaFile() {
         init();
-        fakes.media.files[u"film.avi"] = {.info = {.width = 8,
-                                                   .height = 4,
-                                                   .interval = 100'000,
-                                                   .duration = 1'000'000,
-                                                   .seekable = true},
-                                          .pictures = 10};
+        fakes.media.files[u"film.avi"] = {
+            .info = {.width = 8, .height = 4, .interval = 100'000, .duration = 1'000'000, .seekable = true},
+            .pictures = 10};
         context = CaptureContext::CreateForFile(engine, owner.native(), preview.native(), u"film.avi");
     }
     ~MediaFile() override { context.reset(); }

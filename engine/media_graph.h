@@ -49,8 +49,8 @@ struct MediaGraph {
 /// sets no size; E_INVALIDARG when it is not offered.
 Status setStreamSize(IAMStreamConfig& config, uint32_t width, uint32_t height);
 
-/// The formats of a pin, as records for the host; the count, negative when the pin could not tell. The list is empty for
-/// a source of the library's own, and where the capabilities are of another kind.
+/// The formats of a pin, as records for the host; the count, negative when the pin could not tell. The list is empty
+/// for a source of the library's own, and where the capabilities are of another kind.
 int32_t walkFormats(IAMStreamConfig& config, std::vector<vex_capability>& out);
 
 }  // namespace vexcap

@@ -71,8 +71,8 @@ public:
     /// no frame. `raw` and `deep` may be null. A size of 0, 0 stands for the stored one. Source thread.
     void ReceiveFrame(const void* frame, const void* raw, const void* deep, uint32_t depthFlag, uint32_t tag,
                       uint32_t frameWidth, uint32_t frameHeight, uint64_t frameTag) VEX_EXCLUDES(frameLock);
-    /// False when a source claims a size that the buffer it was lent does not hold: whoever reads the frame by this size
-    /// would read beyond. Memory of the source's own is the source's word. Source thread.
+    /// False when a source claims a size that the buffer it was lent does not hold: whoever reads the frame by this
+    /// size would read beyond. Memory of the source's own is the source's word. Source thread.
     bool MayBeRead(const void* frame, uint32_t frameWidth, uint32_t frameHeight) VEX_EXCLUDES(frameLock);
     /// Where a source writes its next frame. Null outs are not asked for; null answers mean that this picture is not
     /// wanted. What it gives stays good to the next call. Source thread.

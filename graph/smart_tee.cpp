@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/mutex.h"
+#include "graph/pin_category.h"
 #include "graph/stream_control.h"
 
 namespace vexcap {
@@ -40,7 +41,7 @@ private:
 };
 
 /// What both outputs have in common: the input's type, a category, and the source's IMediaSeeking.
-class CSmartTee::OutputPin : public CBaseOutputPin, public IKsPropertySet {
+class CSmartTee::OutputPin : public CBaseOutputPin, public CPinCategory {
 public:
     ~OutputPin() override = default;
 
@@ -60,27 +61,9 @@ public:
         return tee.input->IsConnected() && *candidate == tee.input->CurrentMediaType() ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
     }
 
-    HRESULT Set(const vex_guid&, uint32_t, const void*, uint32_t) override { return E_NOTIMPL; }
-    HRESULT Get(const vex_guid& set, uint32_t id, void* data, uint32_t room, uint32_t* returned) override {
-        uint32_t support;
-        if (const HRESULT result = QuerySupported(set, id, &support); result < 0) return result;
-        if (!data && !returned) return E_POINTER;
-        if (returned) *returned = sizeof category;
-        if (!data) return S_OK;
-        if (room < sizeof category) return E_UNEXPECTED;
-        std::memcpy(data, &category, sizeof category);
-        return S_OK;
-    }
-    HRESULT QuerySupported(const vex_guid& set, uint32_t id, uint32_t* support) override {
-        if (!(set == AMPROPSETID_Pin)) return E_PROP_SET_UNSUPPORTED;
-        if (id != 0) return E_PROP_ID_UNSUPPORTED;
-        if (support) *support = 1;  // can be read
-        return S_OK;
-    }
-
 protected:
     OutputPin(CSmartTee& owner, std::u16string_view pinName, const vex_guid& pinCategory)
-        : CBaseOutputPin(owner, pinName), tee(owner), category(pinCategory) {}
+        : CBaseOutputPin(owner, pinName), CPinCategory(pinCategory), tee(owner) {}
 
     HRESULT NonDelegatingQueryInterface(const vex_guid& id, void** out) override {
         if (id == IMediaSeeking::iid) {  // the source's
@@ -97,9 +80,6 @@ protected:
     }
 
     CSmartTee& tee;
-
-private:
-    const vex_guid category;
 };
 
 /// Hands on the samples of the input's pool.

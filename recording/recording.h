@@ -101,7 +101,7 @@ private:
     std::atomic<uint32_t> timeLapse = 1;
     std::atomic<uint32_t> frameCounter = 0;  ///< Frames offered, for the time-lapse modulus.
     std::atomic<uint32_t> kept = 0;          ///< Frames kept; one that then fails to be written still counts.
-    std::atomic<uint32_t> misfits = 0;       ///< Frames of another size or depth than the file's, or lost before a graph.
+    std::atomic<uint32_t> misfits = 0;  ///< Frames of another size or depth than the file's, or lost before a graph.
     std::atomic<uint32_t> written = 0;
     std::atomic<uint32_t> failures = 0;  ///< Frames that the disk refused.
     std::atomic<uint64_t> bytes = 0;

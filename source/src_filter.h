@@ -7,7 +7,7 @@
 
 #include "platform/clock.h"
 #include "source/commanded_stream.h"
-#include "source/pin_category.h"
+#include "graph/pin_category.h"
 
 namespace vexcap {
 

@@ -8,7 +8,7 @@
 #include "base/dib.h"
 #include "graph/stream_control.h"
 #include "source/commanded_stream.h"
-#include "source/pin_category.h"
+#include "graph/pin_category.h"
 
 namespace vexcap {
 namespace {

@@ -36,7 +36,8 @@ TEST_F(Media, ACameraIsRecordedThroughEveryCompressorAndOtherProgramsReadIt) {
         const uint32_t written = context.counts().written;
         const ShellOutput probe = shell(
             "ffprobe -v error -count_frames -select_streams v -show_entries stream=width,height,nb_read_frames "
-            "-of csv=p=0 " + path);
+            "-of csv=p=0 " +
+            path);
         EXPECT_EQ(probe.text, "640,480," + std::to_string(written) + "\n") << name;
         EXPECT_EQ(vexcap_fpreviewing(context.get()), 1u);
     }
@@ -64,15 +65,18 @@ TEST_F(Media, WhatWasRecordedIsPlayedAndSoughtIn) {
     EXPECT_GT(duration, 0);
     EXPECT_EQ(caps, 47u);
     // Its end is an event that the host answers; then it stands at its beginning.
-    EXPECT_TRUE(window.pumpUntil([&] {
-        if (window.count(eventMessage)) vexcap_notify(film);
-        return vexcap_get_state(film) == 3;
-    }, 120000));
+    EXPECT_TRUE(window.pumpUntil(
+        [&] {
+            if (window.count(eventMessage)) vexcap_notify(film);
+            return vexcap_get_state(film) == 3;
+        },
+        120000));
     EXPECT_GE(window.count(frameMessage), 20u);
     EXPECT_EQ(vexcap_get_pos(film), 0);
     window.forget();
     vexcap_set_pos(film, duration / 2);
-    EXPECT_TRUE(window.pumpUntil([&] { return window.count(frameMessage) > 0; }, 60000)) << "the picture there is shown";
+    EXPECT_TRUE(window.pumpUntil([&] { return window.count(frameMessage) > 0; }, 60000))
+        << "the picture there is shown";
     EXPECT_NEAR(double(vexcap_get_pos(film)), double(duration) / 2, double(duration) / 4);
     vexcap_stop(film);
 }

@@ -42,7 +42,8 @@ struct LinuxPlatform {
     NoSharedTextures textures;
     LinuxVideoDevices videoDevices;
     MediaPlugin media{loader};
-    Platform ports = {loader, clock, files, folders, settings, system, messageBox, dialogs, encoders, textures, videoDevices, media};
+    Platform ports = {loader,     clock,   files,    folders,  settings,     system,
+                      messageBox, dialogs, encoders, textures, videoDevices, media};
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The whole library in front of a video device of the kernel: runs inside the virtual machine of v4l2_vm.sh.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -92,8 +92,9 @@ TEST_F(VideoInput, IsListedByTheFilterAndShown) {
 
 TEST_F(VideoInput, IsRecordedInEveryLayoutAndTheFileIsWhole) {
     start();
-    const uint32_t layouts[] = {code("YUY2"), code("UYVY"), code("NV12"), code("Y800"), code("Y16 "), code("RGGB"),
-                                code("RG12"), 0, code("RGB3")};
+    const uint32_t layouts[] = {code("YUY2"), code("UYVY"), code("NV12"), code("Y800"),
+                                code("Y16 "), code("RGGB"), code("RG12"), 0,
+                                code("RGB3")};
     for (const uint32_t layout : layouts) {
         ASSERT_EQ(choose(layout, 320, 180), S_OK) << std::hex << layout;
         const std::string path = "/run/film.avi";
@@ -140,10 +141,12 @@ TEST_F(VideoInput, APulledPlugIsToldAndEveryCallReturns) {
     ASSERT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
     ASSERT_TRUE(window.pumpUntil([&] { return context->counts().written >= 2; }, slow));
     press(disconnectButton);
-    ASSERT_TRUE(window.pumpUntil([&] {
-        if (window.count(eventMessage)) vexcap_notify(context->get());
-        return !vexcap_fcapturing(context->get());
-    }, slow));
+    ASSERT_TRUE(window.pumpUntil(
+        [&] {
+            if (window.count(eventMessage)) vexcap_notify(context->get());
+            return !vexcap_fcapturing(context->get());
+        },
+        slow));
     EXPECT_EQ(vexcap_fpreviewing(context->get()), 0u);
     std::ifstream in(path, std::ios::binary);
     const AviContent film = readAvi(in);

@@ -1,4 +1,4 @@
-#include "source/pin_category.h"
+#include "graph/pin_category.h"
 
 #include <cstring>
 
