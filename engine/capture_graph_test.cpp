@@ -245,15 +245,6 @@ protected:
         context = startedContext();
     }
     ~CameraRecording() override { context.reset(); }
-    template <typename Condition>
-    [[nodiscard]] bool eventually(Condition holds) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
-    }
     FakeCodec& codec;
     std::unique_ptr<CaptureContext> context;
 };

@@ -21,7 +21,7 @@ const FilterTemplate table[] = {
          Platform& platform = platformOf(context);
          return makeRef<CVexcapRender>(platform.clock, platform.textures, platform.files);
      }},
-    {u"VexcapSrcFilter", CSrcFilter::classId,
+    {CSrcFilter::className, CSrcFilter::classId,
      [](void* context) -> Ref<CBaseFilter> { return makeRef<CSrcFilter>(platformOf(context).clock); }},
     {u"MarkerFilter", CMarkerFilter::classId,
      [](void* context) -> Ref<CBaseFilter> {

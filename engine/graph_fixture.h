@@ -4,7 +4,6 @@
 #include <chrono>
 #include <memory>
 #include <sstream>
-#include <thread>
 
 #include "base/dib.h"
 #include "engine/context_fixture.h"
@@ -42,16 +41,6 @@ protected:
         return context->Start(nullptr, 0, 0, 0, retryStart).code();
     }
 
-    /// Waits for something that another thread brings about.
-    template <typename Condition>
-    [[nodiscard]] static bool eventually(Condition holds) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
-    }
     /// Lets the device give a frame once its thread waits for one.
     void push(FakeVideoFrame frame) {
         using Units = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;

@@ -354,15 +354,6 @@ protected:
         context = CaptureContext::CreateForFile(engine, owner.native(), preview.native(), u"film.avi");
     }
     ~MediaFile() override { context.reset(); }
-    template <typename Condition>
-    [[nodiscard]] bool eventually(Condition holds) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
-    }
     /// Does the sink show this picture of the file?
     bool shows(uint64_t number) {
         const auto wanted = numberedPicture(8, 4, number);
