@@ -4,6 +4,7 @@ add_library(vexcap_options INTERFACE)
 target_include_directories(vexcap_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(vexcap_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    -Wno-missing-field-initializers  # a record that is written by its fields' names means 0 for the others
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor$<SEMICOLON>-Woverloaded-virtual>
     $<$<BOOL:${VEXCAP_WERROR}>:-Werror>
     $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety -Wthread-safety-beta>)

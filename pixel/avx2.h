@@ -9,6 +9,9 @@
 namespace vexcap {
 namespace {
 
+constexpr size_t vectorBytes = 32;
+constexpr size_t pixelsOf4 = vectorBytes / 4;  // in a vector, at 4 bytes a pixel
+
 inline __m256i load32(const void* from) { return _mm256_loadu_si256(static_cast<const __m256i*>(from)); }
 inline void store32(void* to, __m256i value) { _mm256_storeu_si256(static_cast<__m256i*>(to), value); }
 inline __m128i load16(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
@@ -57,6 +60,32 @@ inline __m256i withoutFourth(__m256i pixels) {
         return shuffle;
     }();
     return _mm256_permutevar8x32_epi32(shuffled(pixels, closed), _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+}
+
+/// Set in the fourth byte of pixels of 4.
+inline __m256i fourthBytes() { return _mm256_set1_epi32(int(0xFF000000u)); }
+
+/// Calls `step(i)` for every `stepSize` of `count` things, the last time for the last `stepSize` of them. It gives a
+/// function that writes what was made. `count` is at least `stepSize`.
+template <size_t StepSize, class Step>
+inline void inSteps(size_t count, const Step& step) {
+    const size_t last = count - StepSize;
+    const auto writeLast = step(last);
+    for (size_t i = 0; i < last; i += StepSize) step(i)();
+    writeLast();
+}
+
+/// The same for vectors of `StepSize` things at `row`, which lie on their own boundaries but for the first and the last
+/// one: a store across two cache lines costs two. Things that do not lie on a boundary of their size keep together.
+template <size_t StepSize, class Step>
+inline void inAlignedSteps(const void* row, size_t count, const Step& step) {
+    const size_t last = count - StepSize;
+    const size_t boundary = StepSize - reinterpret_cast<uintptr_t>(row) % vectorBytes / (vectorBytes / StepSize);
+    const auto writeFirst = step(size_t(0));
+    const auto writeLast = step(last);
+    for (size_t i = boundary; i < last; i += StepSize) step(i)();
+    writeFirst();
+    writeLast();
 }
 
 /// Words shifted right by depth - 8 when multiplied by this: one instruction that needs no shift count.

@@ -13,6 +13,18 @@ enum class CpuLevel { Plain, Avx2 };
 /// Where red lies in the 2x2 mosaic, from the first row and first column that the kernel walks.
 enum class Mosaic { Rggb, Grbg, Gbrg, Bggr };
 
+/// Columns or rows that a table for stretching holds at most.
+constexpr uint32_t stretchAtMost = 2048;
+
+/// What the pixels of a stretched picture show: that of column x and row y shows pixel columns[x] of source row
+/// rows[y]. Neither falls.
+struct StretchIndices {
+    const uint32_t* columns;
+    uint32_t width;  ///< 1 to stretchAtMost.
+    const uint32_t* rows;
+    uint32_t height;
+};
+
 struct PixelKernels {
     /// target row y = source row (rows - 1 - y); rows of `rowBytes` without padding; no overlap.
     void (*copyRowsReversed)(uint8_t* target, const uint8_t* source, size_t rowBytes, size_t rows);
@@ -84,6 +96,19 @@ struct PixelKernels {
     void (*toGrey)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
     /// Each channel becomes 255 - channel.
     void (*toNegative)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+
+    // --- Drawing on pixels of 3 or 4 bytes, blue first. The fourth byte is left alone. Colours are 0x00BBGGRR.
+
+    /// Each pixel becomes the colour.
+    void (*fillRow)(uint8_t* row, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+    /// Each pixel whose mask, a byte a pixel, is 128 or more becomes the colour.
+    void (*paintRow)(uint8_t* row, const uint8_t* mask, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+    /// Each channel becomes the low 8 bits of picture + (channel - picture) * alpha / 100, the division truncating
+    /// toward zero. The picture has 3 bytes a pixel.
+    void (*blendRow)(uint8_t* row, const uint8_t* picture, size_t pixels, uint32_t bytesPerPixel, uint8_t alpha);
+    /// The nearest pixel of a picture of 3 or 4 bytes a pixel for every one of the target.
+    void (*stretch)(uint8_t* target, ptrdiff_t targetStride, uint32_t targetBytesPerPixel, const uint8_t* source,
+                    ptrdiff_t sourceStride, uint32_t sourceBytesPerPixel, const StretchIndices& indices);
 
     /// Sum over a row's pixels, left to right, of 0.587 * green + 0.299 * red + 0.114 * blue, added to `sum` pixel by
     /// pixel in double precision: the order is part of the meaning, since the result is truncated later.

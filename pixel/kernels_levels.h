@@ -24,7 +24,7 @@ void bayer16ToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint16_t*
 void bayer16ToBgr48Avx2(uint16_t* target, ptrdiff_t targetStride, const uint16_t* source, ptrdiff_t sourceStride,
                         uint32_t width, uint32_t height, Mosaic mosaic);
 
-// Colour conversion of video input has files of its own, and so have the steps on a picture.
+// Colour conversion of video input has files of its own, and so have the steps on a picture and drawing.
 
 void yuyvToBgr24Plain(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                       uint32_t width, uint32_t height);
@@ -43,6 +43,12 @@ void flipVerticallyPlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint3
 void toGreyPlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
 void toNegativePlain(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
 
+void fillRowPlain(uint8_t* row, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+void paintRowPlain(uint8_t* row, const uint8_t* mask, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+void blendRowPlain(uint8_t* row, const uint8_t* picture, size_t pixels, uint32_t bytesPerPixel, uint8_t alpha);
+void stretchPlain(uint8_t* target, ptrdiff_t targetStride, uint32_t targetBytesPerPixel, const uint8_t* source,
+                  ptrdiff_t sourceStride, uint32_t sourceBytesPerPixel, const StretchIndices& indices);
+
 void yuyvToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                      uint32_t width, uint32_t height);
 void uyvyToBgr24Avx2(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
@@ -59,5 +65,11 @@ void flipHorizontallyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint
 void flipVerticallyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
 void toGreyAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
 void toNegativeAvx2(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
+
+void fillRowAvx2(uint8_t* row, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+void paintRowAvx2(uint8_t* row, const uint8_t* mask, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);
+void blendRowAvx2(uint8_t* row, const uint8_t* picture, size_t pixels, uint32_t bytesPerPixel, uint8_t alpha);
+void stretchAvx2(uint8_t* target, ptrdiff_t targetStride, uint32_t targetBytesPerPixel, const uint8_t* source,
+                 ptrdiff_t sourceStride, uint32_t sourceBytesPerPixel, const StretchIndices& indices);
 
 }  // namespace vexcap

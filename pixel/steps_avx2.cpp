@@ -21,35 +21,6 @@ struct Rows {
     }
 };
 
-/// Calls `step(i)` for every `stepSize` of `count` things, the last time for the last `stepSize` of them. It gives a
-/// function that writes what was made. `count` is at least `stepSize`.
-template <size_t StepSize, class Step>
-void inSteps(size_t count, const Step& step) {
-    const size_t last = count - StepSize;
-    const auto writeLast = step(last);
-    for (size_t i = 0; i < last; i += StepSize) step(i)();
-    writeLast();
-}
-
-constexpr size_t vectorBytes = 32;
-
-/// The same for vectors of `StepSize` things at `row`, which lie on their own boundaries but for the first and the last
-/// one: a store across two cache lines costs two. Things that do not lie on a boundary of their size keep together.
-template <size_t StepSize, class Step>
-void inAlignedSteps(const void* row, size_t count, const Step& step) {
-    const size_t last = count - StepSize;
-    const size_t boundary = StepSize - reinterpret_cast<uintptr_t>(row) % vectorBytes / (vectorBytes / StepSize);
-    const auto writeFirst = step(size_t(0));
-    const auto writeLast = step(last);
-    for (size_t i = boundary; i < last; i += StepSize) step(i)();
-    writeFirst();
-    writeLast();
-}
-
-constexpr size_t pixelsOf4 = vectorBytes / 4;  // in a vector, at 4 bytes a pixel
-
-__m256i fourthBytes() { return _mm256_set1_epi32(int(0xFF000000u)); }
-
 void subtractDark3(uint8_t* row, const uint8_t* dark, size_t pixels) {
     const size_t bytes = 3 * pixels;
     if (bytes < vectorBytes) return subtractDarkPlain(row, 0, dark, uint32_t(pixels), 1, 3);
