@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/date_text.h"
 #include "platform/dialogs.h"
 #include "platform/encoder_catalogue.h"
 #include "platform/file.h"
@@ -12,6 +13,7 @@
 #include "platform/settings.h"
 #include "platform/shared_texture.h"
 #include "platform/system_info.h"
+#include "platform/text_raster.h"
 #include "platform/video_devices.h"
 
 namespace vexcap {
@@ -30,6 +32,8 @@ struct Platform {
     ISharedTextures& textures;
     IVideoDevices& videoDevices;
     IMedia& media;
+    ITextRaster& texts;
+    IDateText& dates;
 };
 
 }  // namespace vexcap

@@ -5,13 +5,14 @@ set -euo pipefail
 
 declare -A sets=(
     [build]="cmake ninja-build g++ pkg-config libcli11-dev libpng-dev libjpeg-dev libaravis-dev libusb-1.0-0-dev
-        libtomlplusplus-dev gettext libudev-dev
-        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev"
+        libtomlplusplus-dev gettext libudev-dev libtiff-dev
+        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+        libpango1.0-dev libcairo2-dev libfontconfig-dev fonts-dejavu-core"
     [demo]="aravis-tools iproute2"
     [test]="clang libclang-rt-14-dev libgtest-dev aravis-tools iproute2 siril ffmpeg python3 mandoc locales
-        mediainfo gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
-        imagemagick qemu-system-x86 busybox-static cpio kmod xz-utils"
-    [bench]="libbenchmark-dev"
+        libtiff-tools pngcheck mediainfo gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+        fonts-droid-fallback imagemagick qemu-system-x86 busybox-static cpio kmod xz-utils"
+    [bench]="libbenchmark-dev libavfilter-dev"
 )
 
 missing=()

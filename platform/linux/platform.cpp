@@ -1,6 +1,7 @@
 #include "platform/linux/platform.h"
 
 #include "platform/linux/clock.h"
+#include "platform/linux/date_text.h"
 #include "platform/linux/file.h"
 #include "platform/linux/folders.h"
 #include "platform/linux/loader.h"
@@ -8,6 +9,7 @@
 #include "platform/linux/message_box.h"
 #include "platform/linux/settings.h"
 #include "platform/linux/system_info.h"
+#include "platform/linux/text_plugin.h"
 #include "platform/linux/video_devices.h"
 
 namespace vexcap {
@@ -42,8 +44,10 @@ struct LinuxPlatform {
     NoSharedTextures textures;
     LinuxVideoDevices videoDevices;
     MediaPlugin media{loader};
-    Platform ports = {loader,     clock,   files,    folders,  settings,     system,
-                      messageBox, dialogs, encoders, textures, videoDevices, media};
+    TextPlugin texts{loader};
+    LinuxDateText dates;
+    Platform ports = {loader,  clock,    files,    folders,      settings, system, messageBox,
+                      dialogs, encoders, textures, videoDevices, media,    texts,  dates};
 };
 
 }  // namespace

@@ -21,5 +21,10 @@ TEST(LinuxPlatform, SharesNoTextures) {
     EXPECT_EQ(textures.Create(nullptr, nullptr, nullptr, 640, 480), nullptr);
 }
 
+TEST(LinuxPlatform, TellsDates) {
+    vex_char text[64];
+    EXPECT_GT(linuxPlatform().dates.ShortDate({2006, 11, 27, 0, 0, 0}, text), 0u);
+}
+
 }  // namespace
 }  // namespace vexcap
