@@ -1,6 +1,6 @@
 // Locks that clang's thread-safety analysis follows. Lock order, outermost first: a filter graph's lock, a filter's
-// interfaceLock, rendererLock, captureLock, frameLock, darkLock; the locks of rates, queues, pools and events nest in
-// nothing.
+// interfaceLock, rendererLock, captureLock, frameLock, markerLock, darkLock; of two marker locks that of a filter is
+// the outer one. The locks of rates, queues, pools and events nest in nothing.
 #pragma once
 
 #include <condition_variable>

@@ -114,6 +114,11 @@ Status CameraRoad::ConnectPreviewSink() {
 Status CameraRoad::FinalSize(uint32_t& width, uint32_t& height) { return finalSize(camera, width, height); }
 
 void CameraRoad::BuildStillPath() {
+    BuildStillSink();
+    PutCapture(state.captureKind).ignore();
+}
+
+void CameraRoad::BuildStillSink() {
     CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
     if (!still || still->GetStillCount() <= 0) return;
     uint32_t width = 0, height = 0;
@@ -132,13 +137,24 @@ void CameraRoad::BuildStillPath() {
     }
     state.stillSink->RaiseSensorDepth(state.bitDepth);
     state.stillSink->SetVideoSize(width, height, nullptr, nullptr, nullptr);
-    PutCapture(state.captureKind);
 }
 
-void CameraRoad::PutCapture(uint32_t kind) {
+Status CameraRoad::PutCapture(uint32_t kind) {
+    if (!camera) return E_UNEXPECTED;
     state.captureKind = kind;
-    if (state.previewSink) state.previewSink->PutCapture(kind);
+    const HRESULT result = state.previewSink ? state.previewSink->PutCapture(kind) : E_UNEXPECTED;
     if (state.stillSink) state.stillSink->PutCapture(kind);
+    return result;
+}
+
+uint32_t CameraRoad::StillCount() {
+    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    return still ? uint32_t(std::max(still->GetStillCount(), 0)) : 0;
+}
+
+Status CameraRoad::TakeStill(void* value) {
+    constexpr uint32_t sizeThatIsSet = 0xFFFFFFFF;
+    return camera ? camera->Snap(sizeThatIsSet, 1, value) : E_UNEXPECTED;
 }
 
 Status CameraRoad::Run() {
@@ -317,6 +333,7 @@ void CameraRoad::TakeNewSize() {
             state.height = uint32_t(height);
             sink->PutMaxSize(uint32_t(width), uint32_t(height));
             sink->SetVideoSize(uint32_t(width), uint32_t(height), nullptr, nullptr, nullptr);
+            sink->PutCapture(state.captureKind);  // the buffers for it had the old size
         }
     }
     CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);

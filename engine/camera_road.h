@@ -38,6 +38,9 @@ public:
     Status FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) override;
     int32_t Capabilities(std::vector<vex_capability>& out) override;
     int32_t StillCapabilities(std::vector<vex_capability>& out) override;
+    Status PutCapture(uint32_t kind) override;
+    uint32_t StillCount() override;
+    Status TakeStill(void* value) override;
     void* Handle() override { return camera; }
     Status StartRawFrames(void* token) override;
     Status RawFormat(uint32_t& fourcc, uint32_t& depth) override;
@@ -54,8 +57,8 @@ private:
     static void OnRgbFrame(void* recording, const void* frame, uint32_t width, uint32_t height);
     static void OnRawFrame(const void* raw, const vex_frame_info* info, uint32_t fourcc, uint32_t depth, void* token);
 
+    void BuildStillSink();
     void TakeNewSize();
-    void PutCapture(uint32_t kind);
 
     ICamera* camera = nullptr;  ///< From Open to Close.
     CallbackGate gate;          ///< Open while the stream runs.

@@ -70,6 +70,7 @@ std::unique_ptr<CaptureContext> CaptureContext::Create(EngineState& engine, vex_
     ContextState& state = context->state;
     state.ownerWindow = owner;
     state.previewWindow = preview;
+    context->MakeMarker();
     if (!direct) {
         context->road = std::make_unique<DeviceRoad>(state);
         return context;
@@ -103,6 +104,14 @@ CaptureContext::CaptureContext(EngineState& engine, uint32_t kind, std::u16strin
     state.kind = kind;
     state.deviceName = name;
     state.displayName = display;
+}
+
+void CaptureContext::MakeMarker() {
+    const Platform& platform = *state.engine.platform;
+    state.marker = std::make_unique<CMarker>(overlayPorts(platform), state.engine.camera.calc_ClarityFactor);
+    state.marker->SetGeo(markerSettings().Geo());
+    state.marker->SetTxt(markerSettings().Txt());
+    state.recording.PutMarker(state.marker.get());
 }
 
 CaptureContext::~CaptureContext() {
@@ -376,6 +385,11 @@ bool CaptureContext::UsesTexture() const {
 void CaptureContext::VideoSize(int32_t* width, int32_t* height) const {
     if (width) *width = int32_t(state.width);
     if (height) *height = int32_t(state.height);
+}
+
+void CaptureContext::StillSize(int32_t* width, int32_t* height) const {
+    if (width) *width = int32_t(state.stillWidth);
+    if (height) *height = int32_t(state.stillHeight);
 }
 
 Status CaptureContext::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint32_t& total) {

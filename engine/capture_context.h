@@ -6,6 +6,8 @@
 #include <memory>
 
 #include "engine/callback_gate.h"
+#include "engine/context_overlay.h"
+#include "engine/context_picture.h"
 #include "engine/road.h"
 #include "wizard/wizard_info.h"
 
@@ -51,6 +53,9 @@ public:
     Status PutFormat(uint32_t index);
     /// The sink of the preview; there is one between the start and the end of a preview.
     CFrameRender& Preview() const { return *state.PreviewSink(); }
+    ContextOverlay Overlay() { return ContextOverlay(state); }
+    ContextPicture Picture() { return ContextPicture(state, road.get()); }
+    void StillSize(int32_t* width, int32_t* height) const;
     void* SourceHandle() { return road ? road->Handle() : nullptr; }
     const Recording& recording() const { return state.recording; }
     /// Counts of the running recording, or of the last one.
@@ -89,6 +94,7 @@ private:
     };
 
     CaptureContext(EngineState& engine, uint32_t kind, std::u16string_view name, std::u16string_view display);
+    void MakeMarker();
     bool HasPictureSteps() const { return state.kind == VEX_KIND_VIDEO_INPUT; }
 
     HRESULT BuildPreview();

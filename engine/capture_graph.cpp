@@ -90,6 +90,7 @@ void CaptureContext::AddMarkerFilter(const CWizardCaptureInfo& info) {
         graph.markerFilter = nullptr;
         return;
     }
+    graph.markerFilter->CopyFrom(state.marker.get());
     if (info.timeLapse) graph.markerFilter->SetFrameDivider(info.timeLapse);
 }
 

@@ -10,6 +10,7 @@
 #include "engine/media_graph.h"
 #include "engine/state/engine_state.h"
 #include "frame/frame_render.h"
+#include "overlay/marker.h"
 #include "recording/recording.h"
 
 namespace vexcap {
@@ -71,12 +72,12 @@ struct ContextState {
     std::atomic<uint32_t> height = 0;
     std::atomic<uint32_t> stillWidth = 0;
     std::atomic<uint32_t> stillHeight = 0;
-    uint32_t bitDepth = 0;      ///< Most bits of a sample that the source has.
-    uint32_t captureKind = 0;   ///< Pictures wanted beside the display: 0 none, 1 raw, 2 48-bit.
-    uint32_t rateOption = 0;    ///< Display frame rate last given to the camera.
-    bool previewBuilt = false;  ///< The preview path is connected.
-    bool previewing = false;    ///< The preview runs.
-    bool captureBuilt = false;  ///< A recording on a capture graph is connected.
+    uint32_t bitDepth = 0;                  ///< Most bits of a sample that the source has.
+    std::atomic<uint32_t> captureKind = 0;  ///< Pictures wanted beside the display: 0 none, 1 raw, 2 48-bit.
+    uint32_t rateOption = 0;                ///< Display frame rate last given to the camera.
+    bool previewBuilt = false;              ///< The preview path is connected.
+    bool previewing = false;                ///< The preview runs.
+    bool captureBuilt = false;              ///< A recording on a capture graph is connected.
     std::atomic<uint32_t> playState = playNeverStarted;
 
     // Playback of a file, 100-nanosecond units.
@@ -88,6 +89,8 @@ struct ContextState {
     uint32_t chrome = 0;
     uint32_t negative = 0;
     SavedDark savedDark;  ///< Over a rebuild of the graph.
+
+    std::unique_ptr<CMarker> marker;  ///< Of preview, stills and frame-sink recordings; null for files.
 
     MediaGraph graph;
     Recording recording;

@@ -1,11 +1,10 @@
 // The exported functions: each tests its arguments, calls, catches and translates. No logic.
-#include <vexcap/vexcap.h>
+#include "engine/exports.h"
 
 #include <algorithm>
 #include <vector>
 
 #include "base/text.h"
-#include "engine/capture_context.h"
 #include "engine/device_catalogue.h"
 #include "wizard/naming.h"
 #include "wizard/setting.h"
@@ -13,28 +12,6 @@
 using namespace vexcap;
 
 namespace {
-
-CaptureContext* contextOf(vexcap_context* context) { return reinterpret_cast<CaptureContext*>(context); }
-
-/// Runs `action`; out of memory, or anything else thrown below, becomes `failure`.
-template <typename Answer, typename Action>
-Answer guarded(Answer failure, Action action) noexcept {
-    try {
-        return action();
-    } catch (...) {
-        return failure;
-    }
-}
-
-/// For exports without an answer.
-template <typename Action>
-void act(vexcap_context* context, Action action) noexcept {
-    if (!context) return;
-    try {
-        action(*contextOf(context));
-    } catch (...) {  // out of memory: what was asked for did not happen
-    }
-}
 
 IDfc* dfcOf(vexcap_context* context) { return context ? contextOf(context)->FindDfc() : nullptr; }
 

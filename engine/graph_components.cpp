@@ -26,11 +26,15 @@ const FilterTemplate table[] = {
     {u"MarkerFilter", CMarkerFilter::classId,
      [](void* context) -> Ref<CBaseFilter> {
          Platform& platform = platformOf(context);
-         return makeRef<CMarkerFilter>(bytesPerPixel, platform.clock, platform.files);
+         return makeRef<CMarkerFilter>(bytesPerPixel, overlayPorts(platform));
      }},
 };
 
 }  // namespace
+
+OverlayPorts overlayPorts(const Platform& platform) {
+    return {platform.texts, platform.dates, platform.clock, platform.files};
+}
 
 std::span<const FilterTemplate> ownFilters() { return table; }
 

@@ -3,6 +3,7 @@
 
 #include "graph/class_factory.h"
 #include "graph/filter_graph.h"
+#include "overlay/text_block.h"
 #include "platform/platform.h"
 
 namespace vexcap {
@@ -10,6 +11,9 @@ namespace vexcap {
 /// The library's own filters by class identifier: CVexcapRender, CSrcFilter, CMarkerFilter. Their context is the
 /// Platform.
 std::span<const FilterTemplate> ownFilters();
+
+/// What an overlay needs of the platform.
+OverlayPorts overlayPorts(const Platform& platform);
 
 /// One of them, or null.
 template <typename Filter>

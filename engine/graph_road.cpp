@@ -182,6 +182,18 @@ int32_t DeviceRoad::StillCapabilities(std::vector<vex_capability>& out) {
     return state.graph.stillConfig ? walkFormats(*state.graph.stillConfig, out) : 0;
 }
 
+uint32_t DeviceRoad::StillCount() {
+    const MediaGraph& graph = state.graph;
+    const bool path = graph.sourceFilter && graph.videoControl && graph.stillPin && graph.stillRender;
+    return path && state.stillWidth >= 1 && state.stillHeight >= 1;
+}
+
+Status DeviceRoad::TakeStill(void*) {
+    const MediaGraph& graph = state.graph;
+    return graph.videoControl ? graph.videoControl->SetMode(graph.stillPin.get(), IAMVideoControl::trigger)
+                              : E_UNEXPECTED;
+}
+
 bool DeviceRoad::SizeIsSet(uint32_t size) {
     MediaType type;
     vex_bitmap_header header = {};

@@ -46,6 +46,8 @@ public:
     uint32_t LargestFrameRate() override;
     int32_t Capabilities(std::vector<vex_capability>& out) override;
     int32_t StillCapabilities(std::vector<vex_capability>& out) override;
+    uint32_t StillCount() override;
+    Status TakeStill(void* value) override;
     bool SizeIsSet(uint32_t size) override;
     void SetSize(uint32_t size, bool still) override;
 

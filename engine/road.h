@@ -58,6 +58,12 @@ public:
     /// Count of preview or still sizes, negative when it cannot be told; the records are filled when it is above 0.
     virtual int32_t Capabilities(std::vector<vex_capability>& out) = 0;
     virtual int32_t StillCapabilities(std::vector<vex_capability>& out) = 0;
+    /// What frames bring beside the display picture, VEX_GRAB_...
+    virtual Status PutCapture(uint32_t) { return E_UNEXPECTED; }
+    /// Count of still sizes; 0 where no still can be taken.
+    virtual uint32_t StillCount() { return 0; }
+    /// Asks for one still, which comes to the still sink.
+    virtual Status TakeStill(void*) { return E_UNEXPECTED; }
     /// The source's own object for the host, or null.
     virtual void* Handle() = 0;
 

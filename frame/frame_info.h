@@ -2,9 +2,12 @@
 #pragma once
 
 #include <vexcap/camera_library.h>
+#include <vexcap/drawing.h>
 #include <vexcap/window.h>
 
 #include <cstdint>
+
+#include "frame/paint_overlay.h"
 
 namespace vexcap {
 
@@ -44,6 +47,11 @@ struct IFrameInfo : IVexUnknown {
     /// Writes red, green, blue of each point that lies in the picture, in the order of the points and without gaps, and
     /// gives how many it wrote. `maximum` becomes the largest value of a sample where that is known, and may be null.
     virtual int32_t GetPixels(const vex_point* points, uint32_t count, uint16_t* values, uint32_t* maximum) = 0;
+    /// Stretches the picture into a rectangle of a surface, nearest pixel, and draws the overlay, which may be null,
+    /// over it. Another size than the picture's makes the sink forget it until the next frame comes. Always S_OK. The
+    /// source waits no longer than this call takes.
+    virtual HRESULT DrawGdi(const vex_surface& surface, const vex_rect& rectangle, uint32_t pictureWidth,
+                            uint32_t pictureHeight, IPaintOverlay* overlay) = 0;
     /// Posts the size of each shown frame: wparam (height << 16) | width, lparam the frame's tag.
     virtual HRESULT SetSizeNotify(vex_window* window, uint32_t message) = 0;
     /// Posts ten times the mean brightness of a rectangle with each shown frame. Null for the rectangle empties it.
@@ -65,6 +73,10 @@ struct IFrameInfo : IVexUnknown {
     virtual HRESULT PutThrottleOff(bool off) = 0;
     /// A hook that takes the frames away from the display, and where its results go; null ends it. `feed` may be null.
     virtual HRESULT SetLiveStack(FrameHook hook, void* context, StackFeedEntry* feed) = 0;
+    /// The same on a render target, filtered linearly: from the shared texture where there is one, else from memory.
+    /// Another size makes the sink forget the size alone. Without a picture nothing is drawn.
+    virtual HRESULT DrawD2d(vex_render_target& target, const vex_rect& rectangle, uint32_t pictureWidth,
+                            uint32_t pictureHeight, IPaintOverlay* overlay) = 0;
     /// Offers the host's graphics device. A null device goes back to pictures in memory.
     virtual HRESULT InitD2d(void* device, void* context, void* renderTarget) = 0;
     /// Forgets the picture of a pooled sink. Nothing happens to the others.

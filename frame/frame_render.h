@@ -52,6 +52,8 @@ public:
     HRESULT GetVideoSize(uint32_t* outWidth, uint32_t* outHeight) override;
     HRESULT GetImage(void* bitmap, int32_t capacity, uint32_t kind) override;
     int32_t GetPixels(const vex_point* points, uint32_t count, uint16_t* values, uint32_t* maximum) override;
+    HRESULT DrawGdi(const vex_surface& surface, const vex_rect& rectangle, uint32_t pictureWidth,
+                    uint32_t pictureHeight, IPaintOverlay* overlay) override VEX_EXCLUDES(frameLock);
     HRESULT SetSizeNotify(vex_window* window, uint32_t message) override;
     HRESULT SetBrightnessNotify(const vex_rect* rectangle, vex_window* window, uint32_t message) override;
     HRESULT PutFlip(uint32_t value, uint32_t mask) override;
@@ -61,6 +63,8 @@ public:
     HRESULT PutCapture(uint32_t kind) override;
     HRESULT PutThrottleOff(bool off) override;
     HRESULT SetLiveStack(FrameHook hook, void* context, StackFeedEntry* feed) override;
+    HRESULT DrawD2d(vex_render_target& target, const vex_rect& rectangle, uint32_t pictureWidth, uint32_t pictureHeight,
+                    IPaintOverlay* overlay) override VEX_EXCLUDES(frameLock);
     HRESULT InitD2d(void* device, void* context, void* renderTarget) override;
     HRESULT Reset() override;
     HRESULT SetStitched(FrameHook hook, void* context) override;
@@ -167,7 +171,7 @@ private:
     uint64_t RawNeed() const VEX_REQUIRES(frameLock);
     uint64_t DeepNeed() const VEX_REQUIRES(frameLock);
 
-    // frame_grab.cpp
+    // frame_grab.cpp, frame_paint.cpp
     const uint8_t* ReadableDisplay() const VEX_REQUIRES(frameLock);
     const uint8_t* ReadableRaw() const VEX_REQUIRES(frameLock);
     const uint8_t* ReadableDeep() const VEX_REQUIRES(frameLock);

@@ -1,7 +1,7 @@
 #include "overlay/marker_filter.h"
 
 #include "base/dib.h"
-#include "frame/picture_steps.h"
+#include "overlay/marker_settings.h"
 
 namespace vexcap {
 namespace {
@@ -10,8 +10,10 @@ constexpr auto relaxed = std::memory_order_relaxed;
 
 }  // namespace
 
-CMarkerFilter::CMarkerFilter(uint32_t pixelBytes, IClock& time, IFileSystem& fileSystem)
-    : IDfcImpl(fileSystem), bytesPerPixel(uint8_t(pixelBytes)), tickClock(time), kernelsOfSteps(kernels()) {}
+CMarkerFilter::CMarkerFilter(uint32_t pixelBytes, const OverlayPorts& ports)
+    : bytesPerPixel(uint8_t(pixelBytes)), tickClock(ports.clock), marker(ports, nullptr) {}
+
+CMarkerFilter::~CMarkerFilter() { markerSettings().Save(); }
 
 HRESULT CMarkerFilter::NonDelegatingQueryInterface(const vex_guid& id, void** out) {
     if (id == IMarkerConfig::iid) return give(static_cast<IMarkerConfig*>(this), out);
@@ -29,28 +31,69 @@ HRESULT CMarkerFilter::CheckInputType(const MediaType* candidate) {
     return bitmap.biBitCount == 24 ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
+HRESULT CMarkerFilter::CopyFrom(CMarker* source) {
+    if (source) marker.CopyFrom(*source);
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::SetGeo(const MarkerGeo* record) {
+    if (!record) return E_FAIL;
+    marker.SetGeo(*record);
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::GetGeo(MarkerGeo* record) {
+    if (!record) return E_FAIL;
+    *record = marker.GetGeo();
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::SetTxt(const MarkerTxt* record) {
+    if (!record) return E_FAIL;
+    marker.SetTxt(*record);
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::SetWater(const WaterInfo* info) { return info && marker.SetWater(*info) != 0 ? S_OK : E_FAIL; }
+
+HRESULT CMarkerFilter::SetWaterOffset(int32_t x, int32_t y) {
+    marker.SetWaterOffset(x, y);
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::SetWaterRotate(int32_t angle) {
+    marker.SetWaterRotate(angle);
+    return S_OK;
+}
+
+HRESULT CMarkerFilter::SetScale(double videoLength, const vex_char* videoText, uint32_t stillLength,
+                                const vex_char* stillText, const vex_char* powerText) {
+    marker.SetScale({videoLength, videoText, stillLength, stillText, powerText});
+    return E_FAIL;  // whatever happened: callers have learned to ignore it
+}
+
+HRESULT CMarkerFilter::SetTick(double spacing) {
+    marker.SetTick(spacing);
+    return S_OK;
+}
+
 HRESULT CMarkerFilter::SetFrameDivider(uint32_t divider) {
     frameDivider.store(divider != 0 ? divider : 1, relaxed);
     return S_OK;
 }
 
 HRESULT CMarkerFilter::SetFlip(uint32_t value, uint32_t mask) {
-    const uint32_t bit = mask & 1 ? 1 : mask & 2;
-    if (value & bit) {
-        flip.fetch_or(bit, relaxed);
-    } else {
-        flip.fetch_and(~bit, relaxed);
-    }
+    marker.SetFlip(value, mask);
     return S_OK;
 }
 
 HRESULT CMarkerFilter::SetChrome(uint32_t on) {
-    chrome.store(on, relaxed);
+    marker.SetChrome(on);
     return S_OK;
 }
 
 HRESULT CMarkerFilter::SetNegative(uint32_t on) {
-    negative.store(on, relaxed);
+    marker.SetNegative(on);
     return S_OK;
 }
 
@@ -68,21 +111,19 @@ HRESULT CMarkerFilter::Transform(CMediaSample& sample) {
     const uint32_t divider = frameDivider.load(relaxed);
     if (frameCounter.fetch_add(1, relaxed) % divider != 0) return S_FALSE;
     if (!sample.GetPointer()) return E_POINTER;
-    ChangePicture(sample, bitmap);
+    Burn(sample, bitmap);
     int64_t start = 0, stop = 0;
     if (divider > 1 && sample.GetTime(start, stop).ok()) sample.SetTime(start / divider, stop / divider);
     return S_OK;
 }
 
-void CMarkerFilter::ChangePicture(CMediaSample& sample, const vex_bitmap_header& bitmap) {
+void CMarkerFilter::Burn(CMediaSample& sample, const vex_bitmap_header& bitmap) {
     // A sample that holds less than a picture passes as it is: whoever writes it knows what to do with it.
     if (bitmap.biWidth < 1 || bitmap.biHeight < 1) return;
-    const auto width = uint32_t(bitmap.biWidth), height = uint32_t(bitmap.biHeight);
-    if (sample.GetActualDataLength() < uint64_t(dibStride(width, bytesPerPixel)) * height) return;
-    uint8_t* const frame = sample.GetPointer();
-    Apply(frame, bytesPerPixel, width, height);
-    applyPictureSteps(kernelsOfSteps, frame, bytesPerPixel, width, height, flip.load(relaxed), chrome.load(relaxed),
-                      negative.load(relaxed));
+    if (sample.GetActualDataLength() <
+        uint64_t(dibStride(uint32_t(bitmap.biWidth), bytesPerPixel)) * uint32_t(bitmap.biHeight))
+        return;
+    marker.BurnOverlay(sample.GetPointer(), bitmap.biWidth, bitmap.biHeight, false, {}, bytesPerPixel);
 }
 
 }  // namespace vexcap

@@ -9,7 +9,9 @@
 #include "graph/stream_rig.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_clock.h"
+#include "platform/fake/fake_date_text.h"
 #include "platform/fake/fake_disk.h"
+#include "platform/fake/fake_text_raster.h"
 
 namespace vexcap {
 namespace {
@@ -67,8 +69,17 @@ Picture pixelsOf(const Picture& from) {
     return made;
 }
 
+/// What a filter needs of the system.
+struct Ports {
+    operator OverlayPorts() { return {texts, dates, clock, disk}; }
+    FakeTextRaster texts;
+    FakeDateText dates;
+    FakeClock clock;
+    FakeDisk disk;
+};
+
 struct FilterRig {
-    explicit FilterRig(uint32_t bytesPerPixel = 3) : filter(makeRef<CMarkerFilter>(bytesPerPixel, clock, disk)) {
+    explicit FilterRig(uint32_t bytesPerPixel = 3) : filter(makeRef<CMarkerFilter>(bytesPerPixel, ports)) {
         bare.graph.AddFilter(source, u"source");
         bare.graph.AddFilter(filter, u"CaptureMarkerFilter");
         bare.graph.AddFilter(kept, u"kept");
@@ -83,8 +94,7 @@ struct FilterRig {
         return samples.empty() ? Picture() : pixelsOf(samples.back().bytes);
     }
 
-    FakeClock clock;
-    FakeDisk disk;
+    Ports ports;
     Ref<test::SentStream> source = makeRef<test::SentStream>(rgb24Type(width, height, 400'000));
     Ref<CMarkerFilter> filter;
     Ref<test::KeptStream> kept = makeRef<test::KeptStream>();
@@ -109,9 +119,8 @@ TEST(MarkerFilter, AnswersForItsInterfacesAndNoOther) {
 }
 
 TEST(MarkerFilter, AReferenceThroughAnyInterfaceKeepsItAlive) {
-    FakeClock clock;
-    FakeDisk disk;
-    auto filter = makeRef<CMarkerFilter>(3, clock, disk);
+    Ports ports;
+    auto filter = makeRef<CMarkerFilter>(3, ports);
     auto config = queryInterface<IMarkerConfig>(filter);
     filter = nullptr;
     EXPECT_EQ(config->SetChrome(1), S_OK);
@@ -120,9 +129,8 @@ TEST(MarkerFilter, AReferenceThroughAnyInterfaceKeepsItAlive) {
 }
 
 TEST(MarkerFilter, TellsByItsCodeWhyATypeIsRefused) {
-    FakeClock clock;
-    FakeDisk disk;
-    const auto filter = makeRef<CMarkerFilter>(3, clock, disk);
+    Ports ports;
+    const auto filter = makeRef<CMarkerFilter>(3, ports);
     const auto verdict = [&](auto change) {
         MediaType type = rgb24Type(width, height, 0);
         change(type);
@@ -140,12 +148,11 @@ TEST(MarkerFilter, TellsByItsCodeWhyATypeIsRefused) {
 }
 
 TEST(MarkerFilter, AnInputOf32BitsIsRefusedAtConnection) {
-    FakeClock clock;
-    FakeDisk disk;
+    Ports ports;
     MediaType type = rgb24Type(width, height, 0);
     type.format[offsetof(VideoInfoHeader, bitmap) + offsetof(vex_bitmap_header, biBitCount)] = 32;
     const auto source = makeRef<test::SentStream>(type);
-    const auto filter = makeRef<CMarkerFilter>(3, clock, disk);
+    const auto filter = makeRef<CMarkerFilter>(3, ports);
     EXPECT_EQ(source->Output().Connect(filter->Input()), VFW_E_NO_ACCEPTABLE_TYPES);
     EXPECT_FALSE(filter->Input().IsConnected());
 }
@@ -257,33 +264,33 @@ TEST(MarkerFilter, TheDarkFieldComesFirst) {
 TEST(MarkerFilter, TheRateIsThatOfAllFramesThatCame) {
     FilterRig rig;
     rig.filter->SetFrameDivider(5);
-    rig.clock.setMilliseconds(50'000);
+    rig.ports.clock.setMilliseconds(50'000);
     EXPECT_EQ(rig.filter->GetFrameRate(), 0u) << "no frame yet";
     rig.source->send(picture());
     EXPECT_EQ(rig.filter->GetFrameRate(), 0u) << "no time yet";
-    rig.clock.advance(1);
+    rig.ports.clock.advance(1);
     EXPECT_EQ(rig.filter->GetFrameRate(), 1000u);
     for (int i = 0; i < 99; ++i) rig.source->send(picture());
-    rig.clock.advance(2999);
+    rig.ports.clock.advance(2999);
     EXPECT_EQ(rig.filter->GetFrameRate(), 33u);
 }
 
 TEST(MarkerFilter, TheRateOutlivesTheTurnOfTheTick) {
     FilterRig rig;
-    rig.clock.setMilliseconds(0xFFFFFF00u);
+    rig.ports.clock.setMilliseconds(0xFFFFFF00u);
     for (int i = 0; i < 20; ++i) rig.source->send(picture());
-    rig.clock.setMilliseconds(0x1'0000'0000u + 0x100);
+    rig.ports.clock.setMilliseconds(0x1'0000'0000u + 0x100);
     EXPECT_EQ(rig.filter->GetFrameRate(), 20u * 1000 / 0x200);
 }
 
 TEST(MarkerFilter, AFirstFrameAtATickOfNothingLeavesTheNextOneToBeTheFirst) {
     FilterRig rig;
-    rig.clock.setMilliseconds(0);
+    rig.ports.clock.setMilliseconds(0);
     rig.source->send(picture());
-    rig.clock.setMilliseconds(500);
+    rig.ports.clock.setMilliseconds(500);
     EXPECT_EQ(rig.filter->GetFrameRate(), 0u);
     rig.source->send(picture());
-    rig.clock.setMilliseconds(1500);
+    rig.ports.clock.setMilliseconds(1500);
     EXPECT_EQ(rig.filter->GetFrameRate(), 2u);
 }
 
@@ -299,10 +306,9 @@ TEST(MarkerFilter, ASampleThatHoldsLessThanAPicturePassesAsItCame) {
 }
 
 TEST(MarkerFilter, APictureFromTheTopDownPassesAsItCame) {
-    FakeClock clock;
-    FakeDisk disk;
+    Ports ports;
     const auto source = makeRef<test::SentStream>(rgb24Type(width, -int32_t(height), 0));
-    const auto filter = makeRef<CMarkerFilter>(3, clock, disk);
+    const auto filter = makeRef<CMarkerFilter>(3, ports);
     const auto kept = makeRef<test::KeptStream>();
     test::BareGraph bare;
     bare.graph.AddFilter(source, u"source");
@@ -341,10 +347,9 @@ private:
 };
 
 TEST(MarkerFilter, AFrameIsChangedInPlaceAndTakesNothingFromTheHeap) {
-    FakeClock clock;
-    FakeDisk disk;
+    Ports ports;
     const auto source = makeRef<test::SentStream>(rgb24Type(width, height, 0), 1);
-    const auto filter = makeRef<CMarkerFilter>(3, clock, disk);
+    const auto filter = makeRef<CMarkerFilter>(3, ports);
     const auto drain = makeRef<Drain>();
     test::BareGraph bare;
     bare.graph.AddFilter(source, u"source");

@@ -1,6 +1,9 @@
 #include "recording/recording.h"
 
+#include <cstring>
+
 #include "base/text.h"
+#include "overlay/marker.h"
 #include "recording/avi_mux.h"
 
 namespace vexcap {
@@ -60,6 +63,7 @@ void Recording::CloseFileWriters() {
     RecursiveMutexGuard guard(captureLock);
     finish(serWriter, serOpen);
     finish(aviSink, aviOpen);
+    scratch = {};
 }
 
 void Recording::StoreRealRate() {
@@ -118,7 +122,19 @@ void Recording::onRgbFrame(const void* rgb, uint32_t width, uint32_t height) {
     }
     if (!IsDue()) return;
     RecursiveMutexGuard guard(captureLock);
-    Keep(aviSink.get(), {static_cast<const std::byte*>(rgb), size_t(aviFrameBytes(width, height))});
+    Keep(aviSink.get(), {WithOverlay(rgb, width, height), size_t(aviFrameBytes(width, height))});
+}
+
+const std::byte* Recording::WithOverlay(const void* rgb, uint32_t width, uint32_t height) {
+    const auto* const frame = static_cast<const std::byte*>(rgb);
+    if (!aviSink || !marker || !marker->HasWork(FrameMode::Video)) return frame;
+    const uint64_t needed = aviFrameBytes(width, height);
+    if (!scratch.holds(needed)) scratch = PixelBuffer(needed, PixelBuffer::Fill::None);
+    uint8_t* const copy = scratch.data();
+    if (!copy) return frame;  // a picture without overlay is worth more than none
+    std::memcpy(copy, frame, needed);
+    marker->BurnOverlay(copy, int32_t(width), int32_t(height), false, {}, 3);
+    return reinterpret_cast<const std::byte*>(copy);
 }
 
 void Recording::onRawFrame(const void* raw, uint32_t width, uint32_t height, uint32_t depth) {

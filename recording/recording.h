@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/mutex.h"
+#include "frame/pixel_buffer.h"
 #include "platform/platform.h"
 #include "recording/avi_file.h"
 #include "recording/ser_writer.h"
@@ -16,6 +17,7 @@
 namespace vexcap {
 
 struct AviMuxCounts;
+class CMarker;
 
 /// Who writes the bytes of a recording.
 enum CaptureMode : uint32_t { captureIdle = 0, captureGraph = 1, captureFrameSink = 2, captureNetwork = 3 };
@@ -39,6 +41,9 @@ public:
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 
+    /// What is drawn into the pictures of an AVI file; null, as it begins, for nothing. Raw frames are never drawn
+    /// into. It outlives the recording.
+    void PutMarker(CMarker* overlay) { marker = overlay; }
     /// Takes path and limits over and clears the counters. A writer of an earlier recording is finished first.
     void Prepare(const RecordingPlan& plan);
     /// Makes the AVI file. E_FAIL when it cannot be made.
@@ -87,8 +92,12 @@ private:
     template <typename Writer>
     void Keep(Writer* writer, Bytes frame) VEX_REQUIRES(captureLock);
 
+    /// The frame as it goes into the file: itself, or a copy with the overlay in it.
+    const std::byte* WithOverlay(const void* rgb, uint32_t width, uint32_t height) VEX_REQUIRES(captureLock);
+
     Platform& platform;
     const std::atomic<uint32_t>& playState;
+    CMarker* marker = nullptr;  ///< Set before the first recording.
 
     CaptureMode mode = captureIdle;
     std::u16string file;
@@ -117,6 +126,7 @@ private:
     RecursiveMutex captureLock;
     std::unique_ptr<AviFile> aviSink VEX_GUARDED_BY(captureLock);
     std::unique_ptr<SerWriter> serWriter VEX_GUARDED_BY(captureLock);
+    PixelBuffer scratch VEX_GUARDED_BY(captureLock);  ///< Of one picture; made for the first one with an overlay.
 };
 
 }  // namespace vexcap

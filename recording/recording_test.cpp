@@ -3,13 +3,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "base/text.h"
+#include "overlay/marker.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_platform.h"
 #include "platform/linux/file.h"
+#include "recording/avi_reader.h"
 
 namespace vexcap {
 namespace {
@@ -148,6 +151,9 @@ TEST_F(RecordingTest, TheHooksAllocateNothing) {
     Platform onDisk = fakes.portsOn(disk);
     const std::u16string stem = toUtf16(testing::TempDir() + "vexcap-hook-" + std::to_string(getpid()));
     Recording real(onDisk, playState);
+    CMarker marker({fakes.texts, fakes.dates, fakes.clock, fakes.files}, nullptr);
+    marker.SetGeo({.eMarkerGeo = VEX_MARKER_CROSS, .eMarkerGeox = 100, .eMarkerGeoy = 100});
+    real.PutMarker(&marker);
     frame.resize(192);  // a picture needs more than a raw frame
     const auto offerAll = [&](const std::u16string& path) {
         real.Begin(captureFrameSink);
@@ -327,6 +333,48 @@ TEST_F(AviRecordingTest, AFileThatCannotBeMadeIsAFailure) {
     recording.Begin(captureFrameSink);
     offer();
     EXPECT_EQ(counts().offered, 0u);
+}
+
+/// Pictures of 16x4 pixels into an AVI file.
+class OverlayOfRecording : public RecordingTest {
+protected:
+    OverlayOfRecording() { recording.PutMarker(&marker); }
+    void startAvi() {
+        recording.Prepare({.fullPath = u"a.avi"});
+        ASSERT_TRUE(recording.OpenAvi(16, 4).ok());
+        recording.Begin(captureFrameSink);
+    }
+    void offerPicture() { recording.onRgbFrame(picture.data(), 16, 4); }
+    /// The bytes of a frame in the file.
+    std::vector<uint8_t> recorded(size_t number) {
+        const std::vector<uint8_t> bytes = fakes.files.bytes(u"a.avi");
+        std::istringstream stream(std::string(bytes.begin(), bytes.end()));
+        const test::AviFrame entry = test::readAvi(stream).frames().at(number);
+        return {bytes.begin() + ptrdiff_t(entry.position), bytes.begin() + ptrdiff_t(entry.position + entry.size)};
+    }
+
+    CMarker marker{{fakes.texts, fakes.dates, fakes.clock, fakes.files}, nullptr};
+    const std::vector<uint8_t> picture = std::vector<uint8_t>(16 * 4 * 3, 7);
+    static constexpr MarkerGeo cross = {
+        .eMarkerGeo = VEX_MARKER_CROSS, .eMarkerGeoColor = 0x445566, .eMarkerGeox = 100, .eMarkerGeoy = 100};
+};
+
+TEST_F(OverlayOfRecording, IsDrawnIntoACopyAndTheFrameOfTheSourceStays) {
+    startAvi();
+    offerPicture();
+    marker.SetGeo(cross);
+    offerPicture();
+    marker.SetGeo({});
+    offerPicture();
+    EXPECT_EQ(picture, std::vector<uint8_t>(picture.size(), 7));
+    end();
+    EXPECT_EQ(recorded(0), picture);
+    EXPECT_EQ(recorded(2), picture);
+    std::vector<uint8_t> want = picture;
+    marker.SetGeo(cross);
+    marker.BurnOverlay(want.data(), 16, 4, false, {}, 3);
+    EXPECT_EQ(recorded(1), want);
+    EXPECT_NE(recorded(1), picture);
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <vexcap/camera_library.h>
 #include <vexcap/vexcap.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -78,6 +80,7 @@ TEST(Exports, GiveNoCapabilitiesForNullArguments) {
 TEST(Exports, FreeNullWithoutHarm) {
     vexcap_free_dsvi(nullptr);
     vexcap_free_capability(nullptr);
+    vexcap_target_free(nullptr);
     vex_window_queue_free(nullptr);
     vex_key_free(nullptr);
 }
@@ -117,6 +120,97 @@ TEST(Exports, ChangeNoPictureWithoutAContextOrBeforeItsStart) {
     ASSERT_NE(context, nullptr);
     expectNoPictureToChange(context);
     vexcap_stop(context);
+}
+
+/// What grabs, stills, paints and overlays answer where nothing is shown.
+void expectNothingToSee(vexcap_context* context) {
+    uint8_t bitmap[40 + 64] = {};
+    const vex_rect rectangle = {0, 0, 4, 4};
+    const vex_point point = {0, 0};
+    uint16_t rgb[3] = {7, 7, 7};
+    EXPECT_EQ(vexcap_put_capture(context, VEX_GRAB_RAW), E_UNEXPECTED);
+    EXPECT_EQ(vexcap_grabber(context, nullptr, 64, 0, 0, 0, 0, 0, 0), 0);
+    for (const int32_t still : {0, 1}) EXPECT_EQ(vexcap_grabber(context, bitmap, 64, 0, still, 0, 0, 0, 0), 0);
+    EXPECT_EQ(vexcap_grabber(context, bitmap, INT32_MIN, -1, 0, INT32_MIN, INT32_MAX, -1, 1), 0);
+    for (const uint32_t kind : {0u, 1u, 2u, 0xFFFFFFFFu}) EXPECT_EQ(vexcap_can_grabber(context, kind), 0);
+    EXPECT_LE(vexcap_get_pixel(context, &point, 1, rgb, nullptr), 0);
+    EXPECT_EQ(rgb[0], 7);
+    EXPECT_EQ(vexcap_has_stillimage(context), 0u);
+    EXPECT_EQ(vexcap_can_grabber_stillimage(context), 0);
+    EXPECT_EQ(vexcap_grabber_stillimage(context, nullptr), 0);
+    vexcap_set_greycalibration(context, &rectangle, nullptr, 1);
+    uint8_t pixels[64] = {};
+    vex_surface surface = {pixels, 4, 4, 16, 0, 0}, nothing = {};
+    vexcap_draw_gdi(context, &surface, &rectangle, 4, 4);
+    vexcap_draw_gdi(context, &nothing, &rectangle, 4, 4);
+    vexcap_draw_gdi(context, nullptr, &rectangle, 4, 4);
+    vexcap_draw_gdi(context, &surface, nullptr, 4, 4);
+    vex_render_target* const target = vexcap_target_new(&surface);
+    ASSERT_NE(target, nullptr);
+    vexcap_draw_d2d(context, target, &rectangle, 4, 4);
+    vexcap_draw_d2d(context, target, nullptr, 4, 4);
+    vexcap_draw_d2d(context, nullptr, &rectangle, 4, 4);
+    vexcap_target_free(target);
+    EXPECT_EQ(std::count(pixels, pixels + 64, 0), 64);
+    vexcap_init_d2d(context, pixels, pixels, nullptr);
+    EXPECT_EQ(vexcap_water_can(context), 0);
+    EXPECT_EQ(vexcap_water_move(context, 3, 4), 0u);
+    EXPECT_EQ(vexcap_water_rotate(context, 5), 0);
+    EXPECT_EQ(vexcap_markergeo_can(context), 0);
+    vexcap_set_water(context, nullptr);
+    EXPECT_EQ(vexcap_get_markergeo(context, nullptr), 0);
+    EXPECT_EQ(vexcap_set_markergeo(context, nullptr), 0);
+    EXPECT_EQ(vexcap_set_markertxt(context, nullptr), 0);
+    vexcap_set_scale(context, NAN, nullptr, 0xFFFFFFFF, nullptr, nullptr);
+    vexcap_set_tick(context, -INFINITY);
+}
+
+TEST(Exports, ShowNothingWithoutAContextOrBeforeItsStart) {
+    QueueWindow window;
+    expectNothingToSee(nullptr);
+    int32_t size = -3;
+    EXPECT_EQ(vexcap_stillimage_size(nullptr, &size, &size), 0);
+    EXPECT_EQ(size, -3);
+    const MarkerGeo geo = {};
+    const MarkerTxt txt = {};
+    const WaterInfo water = {};
+    EXPECT_EQ(vexcap_set_markergeo(nullptr, &geo), 0);
+    EXPECT_EQ(vexcap_set_markertxt(nullptr, &txt), 0);
+    vexcap_set_water(nullptr, &water);
+    EXPECT_EQ(vexcap_draw_buffered(nullptr), 0u);
+    vexcap_context* const context = vexcap_device(window.get(), window.get(), &scripted, nullptr, nullptr, nullptr);
+    ASSERT_NE(context, nullptr);
+    expectNothingToSee(context);
+    EXPECT_EQ(vexcap_stillimage_size(context, &size, nullptr), 1);
+    EXPECT_EQ(size, 0);
+    EXPECT_EQ(vexcap_draw_buffered(context), 0u);
+    vexcap_stop(context);
+}
+
+TEST(Exports, KeepTheOverlaySettingsOfTheProcessAsTheyAreGiven) {
+    EXPECT_EQ(marker_get_markergeo(nullptr), nullptr);
+    EXPECT_EQ(marker_get_markertxt(nullptr), nullptr);
+    marker_set_markergeo(nullptr);
+    marker_set_markertxt(nullptr);
+    EXPECT_EQ(marker_get_captureafter(), 1u);
+    const MarkerGeo wild = {77, 0xFFFFFFFF, 6, INT32_MIN, INT32_MAX, 0, -1, 99, -99, -5};
+    marker_set_markergeo(&wild);
+    MarkerGeo geo = {};
+    EXPECT_EQ(marker_get_markergeo(&geo), &geo);
+    EXPECT_EQ(std::memcmp(&geo, &wild, sizeof geo), 0);
+    EXPECT_EQ(vexcap_get_markergeo(nullptr, &geo), 1);
+    EXPECT_EQ(vexcap_markergeo_move(nullptr, 1, -1), uint64_t(uint32_t(-100)) << 32 | 100u) << "told, not stored";
+    EXPECT_EQ(marker_get_markergeo(&geo)->eMarkerxPos, 99);
+    marker_set_wateroffset(0x80000000'7FFFFFFF);
+    EXPECT_EQ(marker_get_wateroffset(), 0x80000000'7FFFFFFF);
+    marker_set_waterrotate(INT32_MIN);
+    EXPECT_EQ(marker_get_waterrotate(), INT32_MIN);
+    marker_set_captureafter(0);
+    EXPECT_EQ(marker_get_captureafter(), 0u);
+    EXPECT_LT(marker_init(nullptr, nullptr, nullptr), 0) << "no root";
+    EXPECT_EQ(marker_get_captureafter(), 1u);
+    EXPECT_EQ(marker_get_markergeo(&geo)->eMarkerGeox, 100);
+    marker_fini();
 }
 
 TEST(Exports, OpenNoFileWithoutAPathAndNoDeviceThatIsNotThere) {

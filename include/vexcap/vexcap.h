@@ -11,7 +11,9 @@
 #ifndef VEXCAP_VEXCAP_H
 #define VEXCAP_VEXCAP_H
 
+#include <vexcap/drawing.h>
 #include <vexcap/key.h>
+#include <vexcap/overlay.h>
 #include <vexcap/records.h>
 #include <vexcap/settings.h>
 #include <vexcap/types.h>
@@ -21,9 +23,6 @@ VEXCAP_EXTERN_C_BEGIN
 
 /// One source of video with its preview and its recording.
 typedef struct vexcap_context vexcap_context;
-
-/// A target of the accelerated drawing road.
-typedef struct vex_render_target vex_render_target;
 
 // --- The engine --------------------------------------------------------------------------------------------------
 
@@ -147,8 +146,8 @@ VEXCAP_API void vexcap_stop(vexcap_context* context);
 /// 1 when the source is open.
 VEXCAP_API uint32_t vexcap_fsource(vexcap_context* context);
 
-/// 1 while the preview runs. 0 while a recording goes through a compressor, which has taken the preview over, though the
-/// picture goes on: vexcap_fcapturing is 1 then.
+/// 1 while the preview runs. 0 while a recording goes through a compressor, which has taken the preview over, though
+/// the picture goes on: vexcap_fcapturing is 1 then.
 VEXCAP_API uint32_t vexcap_fpreviewing(vexcap_context* context);
 
 /// Looks at what the source told. Called for each event message. A lost source stops the preview and shows a box;
@@ -203,14 +202,73 @@ VEXCAP_API void vexcap_dfc_enable(vexcap_context* context, uint32_t on);
 /// @return 1 when it began, 0 when there is no picture yet; E_INVALIDARG for a source without dark field.
 VEXCAP_API HRESULT vexcap_dfc_capture(vexcap_context* context, uint32_t count);
 
-/// Reads a dark frame from a Windows bitmap of 24 bits, uncompressed, bottom-up, its pixels right behind its 54 bytes of
-/// headers. @return S_OK; E_INVALIDARG for a source without dark field and for a picture of another size; E_FAIL for a
-/// file that is not like this.
+/// Reads a dark frame from a Windows bitmap of 24 bits, uncompressed, bottom-up, its pixels right behind its 54 bytes
+/// of headers. @return S_OK; E_INVALIDARG for a source without dark field and for a picture of another size; E_FAIL for
+/// a file that is not like this.
 VEXCAP_API HRESULT vexcap_dfc_import(vexcap_context* context, const vex_char* path);
 
 /// Writes the dark frame as such a bitmap. @return S_OK; E_UNEXPECTED without a dark frame; E_FAIL when the file cannot
 /// be written; E_INVALIDARG for a source without dark field.
 VEXCAP_API HRESULT vexcap_dfc_export(vexcap_context* context, const vex_char* path);
+
+// --- Grabs and stills --------------------------------------------------------------------------------------------
+
+/// What a grab copies.
+enum {
+    VEX_GRAB_DISPLAY = 0,  ///< The display picture, 24 bits a pixel.
+    VEX_GRAB_RAW = 1,      ///< The sensor's samples, 8 or 16 bits, rows without padding; biCompression is their FourCC.
+    VEX_GRAB_DEEP = 2      ///< Three 16-bit samples a pixel; biBitCount is three times the device's depth.
+};
+
+/// Chooses what camera frames bring beside the display picture, from the next frames on: VEX_GRAB_...; 0, where it
+/// begins, is the display picture alone. It holds until another call, over a new start, too.
+/// @return The code of the preview's picture store: S_OK; E_NOTIMPL for VEX_GRAB_DEEP on a device of 8 bits, and the
+/// wish
+///         is remembered all the same; E_UNEXPECTED without a started camera.
+VEXCAP_API HRESULT vexcap_put_capture(vexcap_context* context, uint32_t kind);
+
+/// Copies the present picture, or the last still.
+/// @param bitmap    Gets a vex_bitmap_header and the pixels right behind it, rows from the bottom to the top.
+/// @param capacity  Bytes behind the header.
+/// @param kind      VEX_GRAB_...
+/// @param still     Non-zero: the still.
+/// @param left, top, right, bottom  Pixels from each side that the overlay keeps free. A display picture gets the
+/// overlay
+///                  while marker_get_captureafter is not 0.
+/// @return 1, or 0 for null arguments, when there is no such picture, or when it does not fit: nothing is written then.
+VEXCAP_API int32_t vexcap_grabber(vexcap_context* context, void* bitmap, int32_t capacity, int32_t kind, int32_t still,
+                                  int32_t left, int32_t top, int32_t right, int32_t bottom);
+
+/// 1 when there is a picture that vexcap_grabber could copy.
+VEXCAP_API int32_t vexcap_can_grabber(vexcap_context* context, uint32_t kind);
+
+/// Reads points of the present picture.
+/// @param points   From the top left; those outside are left out, without a gap in `rgb`.
+/// @param rgb      Red, green, blue of each point, in the depth of the picture.
+/// @param maximum  Gets the largest value that a sample can have, where that is known; may be null.
+/// @return How many points were written; 0 without a picture or for null points or values; E_UNEXPECTED without a
+/// preview.
+VEXCAP_API int32_t vexcap_get_pixel(vexcap_context* context, const vex_point* points, uint32_t count, uint16_t* rgb,
+                                    uint32_t* maximum);
+
+/// Size of stills in pixels, 0 where there are none. 1, or 0 for a null context, which leaves the outs alone.
+VEXCAP_API int32_t vexcap_stillimage_size(vexcap_context* context, int32_t* width, int32_t* height);
+
+/// How many sizes stills can have; 1 for a video input device that takes stills; 0 for none.
+VEXCAP_API uint32_t vexcap_has_stillimage(vexcap_context* context);
+
+/// 1 when a still may be taken now: the source takes stills, and its preview runs.
+VEXCAP_API int32_t vexcap_can_grabber_stillimage(vexcap_context* context);
+
+/// Asks for one still. It comes later: the still message of vexcap_start tells of it, and vexcap_grabber copies it.
+/// @param value  Handed to the camera library unread.
+/// @return 1 when it was asked for.
+VEXCAP_API int32_t vexcap_grabber_stillimage(vexcap_context* context, void* value);
+
+/// Ten times the mean brightness of a rectangle of the picture is posted to a window with each shown frame, as wparam.
+/// Null for the rectangle ends it.
+VEXCAP_API void vexcap_set_greycalibration(vexcap_context* context, const vex_rect* rectangle, vex_window* window,
+                                           uint32_t message);
 
 // --- Playback ----------------------------------------------------------------------------------------------------
 // Positions are in units of 100 nanoseconds.

@@ -39,6 +39,7 @@ public:
     uint32_t resolution = 0;                                ///< Index of the present one.
     std::map<uint32_t, uint32_t> largestRates = {{0, 30}};  ///< By resolution.
     uint32_t exposure = 0;                                  ///< Microseconds, 0 when it cannot be told.
+    HRESULT snapResult = S_OK;
 
     // What was asked.
     std::vector<std::string> calls;
@@ -47,6 +48,7 @@ public:
     bool streaming = false;
     vex_texture_target texture = {};
     bool textureOffered = false;
+    void* snapValue = nullptr;
 
     // The callbacks of the stream, kept after Stop: a test may call them late.
     vex_camera_frame_callback frameCallback = nullptr;
@@ -58,13 +60,17 @@ public:
     vex_camera_raw_callback lastRawCallback = nullptr;
     void* rawContext = nullptr;
 
-    /// Delivers a display frame into the buffer that the engine gives; `fill` is every byte of it.
+    /// Delivers a frame into the buffers that the engine gives; `fill` is every byte of it. Raw samples have 8 bits,
+    /// unless the device has more.
     void deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still = 0) {
         void *display = nullptr, *raw = nullptr, *deep = nullptr;
         bufferCallback(still, &display, &raw, &deep, context);
-        if (display) std::memset(display, fill, size_t(frameWidth) * 3 * frameHeight);
+        const size_t pixels = size_t(frameWidth) * frameHeight;
+        if (display) std::memset(display, fill, pixels * 3);
+        if (raw) std::memset(raw, fill, pixels * (bitDepth > 8 ? 2 : 1));
+        if (deep) std::memset(deep, fill, pixels * 6);
         const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
-        frameCallback(display, &info, still, raw, deep, 0, 0, 7, context);
+        frameCallback(display, &info, still, raw, deep, bitDepth > 8, rawFourcc, 7, context);
     }
     void deliverLoss() { frameCallback(nullptr, nullptr, 0, nullptr, nullptr, 0, 0, 0, context); }
     void deliverEvent(uint32_t event) { eventCallback(event, eventContext); }
@@ -149,7 +155,11 @@ public:
         streaming = false;
         --references;
     }
-    HRESULT Snap(uint32_t, uint32_t, void*) override { return E_NOTIMPL; }
+    HRESULT Snap(uint32_t index, uint32_t count, void* value) override {
+        snapValue = value;
+        log("Snap(" + std::to_string(index) + "," + std::to_string(count) + ")");
+        return snapResult;
+    }
     HRESULT Pause(uint32_t pause) override { return log("Pause(" + std::to_string(pause) + ")"); }
     HRESULT Trigger(uint32_t on) override { return log("Trigger(" + std::to_string(on) + ")"); }
     uint32_t TextureAccepted() override { return textureAccepted; }
@@ -167,7 +177,7 @@ public:
         *h = stillHeight;
         return S_OK;
     }
-    HRESULT SetStillIndex(uint32_t) override { return S_OK; }
+    HRESULT SetStillIndex(uint32_t index) override { return log("SetStillIndex(" + std::to_string(index) + ")"); }
     int32_t GetStillCount() override { return stillCount; }
     HRESULT GetStillResolution(uint32_t index, int32_t* w, int32_t* h) override {
         *w = int32_t(stillWidth >> index);
@@ -228,7 +238,10 @@ public:
         current->camera.references = 1;
         return &current->camera;
     }
-    static double calc_ClarityFactor(const void*, uint32_t, uint32_t, uint32_t) { return 1.0; }
+    /// The first byte of the picture.
+    static double calc_ClarityFactor(const void* picture, uint32_t, uint32_t, uint32_t) {
+        return *static_cast<const uint8_t*>(picture);
+    }
     static int32_t InitOcl() {
         ++current->initOclCalls;
         return current->initOclAnswer;

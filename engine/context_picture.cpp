@@ -1,0 +1,78 @@
+#include "engine/context_picture.h"
+
+#include <cstring>
+
+#include "overlay/marker_settings.h"
+
+namespace vexcap {
+
+CFrameRender* ContextPicture::StillSink() const {
+    return state.stillSink ? state.stillSink.get() : state.graph.stillRender.get();
+}
+
+bool ContextPicture::Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool still, const OverlayMargins& margins) {
+    CFrameRender* const sink = still ? StillSink() : state.PreviewSink();
+    if (!sink || sink->GetImage(bitmap, capacity, kind) < 0) return false;
+    vex_bitmap_header header;
+    std::memcpy(&header, bitmap, sizeof header);
+    if (kind == VEX_GRAB_DISPLAY && header.biBitCount == 24 && state.marker && markerSettings().CaptureAfter())
+        state.marker->BurnOverlay(bitmap + sizeof header, header.biWidth, header.biHeight, still, margins, 3);
+    return true;
+}
+
+bool ContextPicture::CanGrab(uint32_t kind) const {
+    CFrameRender* const sink = state.PreviewSink();
+    return sink && sink->GetImage(nullptr, 0, kind) >= 0;
+}
+
+int32_t ContextPicture::GetPixels(const vex_point* points, uint32_t count, uint16_t* rgb, uint32_t* maximum) const {
+    CFrameRender* const sink = state.PreviewSink();
+    return sink ? sink->GetPixels(points, count, rgb, maximum) : E_UNEXPECTED;
+}
+
+bool ContextPicture::CanTakeStill() const {
+    const bool camera = state.kind == VEX_KIND_CAMERA;
+    const bool device = state.kind == VEX_KIND_VIDEO_INPUT && state.previewing;
+    return (camera || device) && state.playState == playRunning && StillCount() != 0;
+}
+
+bool ContextPicture::TakeStill(void* value) { return CanTakeStill() && road->TakeStill(value).ok(); }
+
+void ContextPicture::SetBrightnessNotify(const vex_rect* rectangle, vex_window* window, uint32_t message) {
+    if (CFrameRender* const sink = state.PreviewSink()) sink->SetBrightnessNotify(rectangle, window, message);
+}
+
+/// A camera's frames may be cut, binned or turned, and the host knows the size of the whole.
+ContextPicture::Size ContextPicture::SizeToDraw(CFrameRender& sink, Size told) const {
+    Size picture = {};
+    sink.GetVideoSize(&picture.width, &picture.height);
+    return told.width == state.width && told.height == state.height ? picture : told;
+}
+
+void ContextPicture::DrawGdi(const vex_surface& surface, const vex_rect& rectangle, uint32_t width, uint32_t height) {
+    CFrameRender* const sink = state.PreviewSink();
+    if (!sink) return;
+    const Size size = SizeToDraw(*sink, {width, height});
+    sink->DrawGdi(surface, rectangle, size.width, size.height, state.marker.get());
+}
+
+void ContextPicture::DrawD2d(vex_render_target& target, const vex_rect& rectangle, uint32_t width, uint32_t height) {
+    CFrameRender* const sink = state.previewSink.get();
+    if (!sink) return;
+    const Size size = SizeToDraw(*sink, {width, height});
+    sink->DrawD2d(target, rectangle, size.width, size.height, state.marker.get());
+}
+
+void ContextPicture::InitD2d(void* device, void* context, vex_render_target* target) {
+    CFrameRender* const sink = state.previewSink.get();
+    if (!sink || !road || !(context || state.d3dContext)) return;
+    state.d3dDevice = device;
+    state.d3dContext = context;
+    state.renderTarget = target;
+    road->Halt().ignore();
+    state.playState = playStopped;
+    sink->InitD2d(device, context, target);
+    if (road->Run().ok()) state.playState = playRunning;
+}
+
+}  // namespace vexcap

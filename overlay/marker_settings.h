@@ -1,0 +1,47 @@
+// The overlay settings of the process, which are remembered.
+#pragma once
+
+#include <vexcap/overlay.h>
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "platform/settings.h"
+
+namespace vexcap {
+
+/// Before Init nothing is drawn and nothing is kept. Host's thread.
+class MarkerSettings final {
+public:
+    /// Opens "SOFTWARE\name1\name2\marker" below the root and reads what is there; a failure leaves standard values,
+    /// and nothing is kept then.
+    Status Init(ISettings& settings, vex_key* root, std::u16string_view name1, std::u16string_view name2);
+
+    const MarkerGeo& Geo() const { return geo; }
+    const MarkerTxt& Txt() const { return txt; }
+    /// Take the record as it comes, and save.
+    void SetGeo(const MarkerGeo& record);
+    void SetTxt(const MarkerTxt& record);
+    /// Writes all values of both records. Failures are nobody's business.
+    void Save();
+
+    uint32_t CaptureAfter() const { return captureAfter; }
+    void SetCaptureAfter(uint32_t on);
+
+    // Of the watermark; never saved.
+    int32_t waterOffsetX = 0;
+    int32_t waterOffsetY = 0;
+    int32_t waterRotate = 0;
+
+private:
+    MarkerGeo geo = {};
+    MarkerTxt txt = {VEX_CORNER_TOP_LEFT, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    std::unique_ptr<ISettingsKey> key;
+    uint32_t captureAfter = 1;
+};
+
+/// Those of the process. The store that Init was given must stay as long as it lives.
+MarkerSettings& markerSettings();
+
+}  // namespace vexcap
