@@ -1,0 +1,204 @@
+// Overlays through the whole library: a simulated camera, texts drawn by the plug-in, and every way that a picture
+// takes.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+#include "recording/avi_reader.h"
+#include "tests/support/host.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/text.h"
+
+namespace vexcap::test {
+namespace {
+
+constexpr int32_t width = 640, height = 480;
+constexpr size_t rowBytes = width * 3;
+
+/// Pixels in the size of the picture, three bytes each, top row first.
+using Pixels = std::vector<uint8_t>;
+
+/// The part that the watermark hides, where a picture is the same in each frame.
+constexpr int32_t hiddenWidth = 320, hiddenHeight = 260;
+
+Pixels hiddenPart(const Pixels& pixels) {
+    Pixels part;
+    for (int32_t y = 0; y < hiddenHeight; ++y) {
+        const auto row = pixels.begin() + ptrdiff_t(y) * ptrdiff_t(rowBytes);
+        part.insert(part.end(), row, row + hiddenWidth * 3);
+    }
+    return part;
+}
+
+size_t countOfColour(const Pixels& pixels, uint32_t colour) {
+    const uint8_t bytes[] = {uint8_t(colour >> 16), uint8_t(colour >> 8), uint8_t(colour)};
+    size_t count = 0;
+    for (size_t i = 0; i < pixels.size(); i += 3) count += std::memcmp(&pixels[i], bytes, 3) == 0;
+    return count;
+}
+
+Pixels topDown(const uint8_t* bottomUp) {
+    Pixels pixels;
+    for (int32_t y = height - 1; y >= 0; --y)
+        pixels.insert(pixels.end(), bottomUp + size_t(y) * rowBytes, bottomUp + size_t(y + 1) * rowBytes);
+    return pixels;
+}
+
+class Overlay : public testing::Test {
+protected:
+    static constexpr uint32_t lineColour = 0x102030, barColour = 0x405060, dateColour = 0x708090,
+                              waterColour = 0xA0B0C0;
+
+    void start(const std::string& name = "!sim-fast", const std::string& display = "Simulated") {
+        context.emplace(window.get(), name, display);
+        ASSERT_EQ(vexcap_start(context->get(), window.get(), stillMessage, 1, 0, 0), S_OK);
+        frame();
+    }
+    void frame() { ASSERT_TRUE(window.pumpUntilMessage(frameMessage, 60000)); }
+    /// A watermark over the top left, a cross through it, scale bar and date on top.
+    void drawEverything() const {
+        std::vector<uint8_t> dib(40 + size_t(hiddenWidth) * hiddenHeight * 3);
+        const vex_bitmap_header header = {
+            .biSize = 40, .biWidth = hiddenWidth, .biHeight = hiddenHeight, .biPlanes = 1, .biBitCount = 24};
+        std::memcpy(dib.data(), &header, sizeof header);
+        for (size_t i = 40; i < dib.size(); i += 3) std::memcpy(&dib[i], "\xA0\xB0\xC0", 3);
+        const WaterInfo water = {0, dib.data()};
+        vexcap_set_water(context->get(), &water);
+        drawWithoutWater();
+    }
+    void drawWithoutWater() const {
+        const MarkerGeo geo = {.eMarkerGeo = VEX_MARKER_CROSS,
+                               .eMarkerGeoColor = lineColour,
+                               .eMarkerGeox = 100,
+                               .eMarkerGeoy = 100,
+                               .eMarkerxPos = -20};
+        const MarkerTxt txt = {.MarkerPos = VEX_CORNER_TOP_LEFT,
+                               .FontSize = 2,
+                               .Scale = 1,
+                               .ScaleColor = barColour,
+                               .Date = VEX_DATE_NUMERIC,
+                               .DateColor = dateColour};
+        EXPECT_EQ(vexcap_set_markergeo(context->get(), &geo), 1);
+        EXPECT_EQ(vexcap_set_markertxt(context->get(), &txt), 1);
+        vexcap_set_scale(context->get(), 100, u"100 µm", 100, u"100 µm", u"");
+    }
+    Pixels grabbed() const {
+        Pixels bitmap(40 + rowBytes * height);
+        EXPECT_EQ(
+            vexcap_grabber(context->get(), bitmap.data(), int32_t(rowBytes * height), VEX_GRAB_DISPLAY, 0, 0, 0, 0, 0),
+            1);
+        return topDown(bitmap.data() + 40);
+    }
+    /// One paint, each pixel on one of a surface.
+    Pixels painted() const {
+        std::vector<uint8_t> memory(size_t(width) * height * 4);
+        vex_surface surface = {memory.data(), width, height, width * 4, 0, 0};
+        const vex_rect rectangle = {0, 0, width, height};
+        vexcap_draw_gdi(context->get(), &surface, &rectangle, width, height);
+        Pixels pixels(rowBytes * height);
+        for (size_t i = 0; i < size_t(width) * height; ++i) std::memcpy(&pixels[i * 3], &memory[i * 4], 3);
+        return pixels;
+    }
+    /// The last frame of an uncompressed file.
+    static Pixels lastFrameOf(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        const AviFrame entry = readAvi(file).frames().back();
+        Pixels bytes(entry.size);
+        file.clear();
+        file.seekg(std::streamoff(entry.position));
+        file.read(reinterpret_cast<char*>(bytes.data()), std::streamsize(bytes.size()));
+        return topDown(bytes.data());
+    }
+
+    const TempDir directory;
+    QueueWindow window;
+    const Engine engine{SIMULATED_CAMERAS, {.astro = false}};
+    std::optional<Context> context;
+};
+
+/// The clock may go on between two pictures: the date is compared with one that was taken in the same second.
+template <typename First, typename Second>
+void expectEqualWithinASecond(First first, Second second) {
+    Pixels one, other;
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        one = first();
+        other = second();
+        if (one == other) break;
+    }
+    EXPECT_TRUE(one == other);
+}
+
+TEST_F(Overlay, IsTheSameOnTheScreenAndInAGrab) {
+    start();
+    drawEverything();
+    EXPECT_EQ(vexcap_draw_buffered(context->get()), 1u);
+    const Pixels seen = hiddenPart(painted());
+    EXPECT_GT(countOfColour(seen, waterColour), size_t(hiddenWidth * hiddenHeight / 2));
+    EXPECT_GT(countOfColour(seen, lineColour), size_t(hiddenHeight));
+    EXPECT_GT(countOfColour(seen, barColour), 500u);
+    EXPECT_GT(countOfColour(seen, dateColour), 200u);
+    expectEqualWithinASecond([&] { return hiddenPart(painted()); }, [&] { return hiddenPart(grabbed()); });
+}
+
+TEST_F(Overlay, IsTheSameInARecording) {
+    start();
+    drawEverything();
+    const std::string path = directory.file("a.avi");
+    const auto recorded = [&] {
+        EXPECT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
+        EXPECT_TRUE(window.pumpUntil([&] { return context->counts().written >= 2; }, 60000));
+        vexcap_stop_capture(context->get());
+        return hiddenPart(lastFrameOf(path));
+    };
+    expectEqualWithinASecond(recorded, [&] { return hiddenPart(grabbed()); });
+}
+
+TEST_F(Overlay, ChangesNothingOfThePreviewsOwnPicture) {
+    start();
+    drawEverything();
+    grabbed();
+    marker_set_captureafter(0);
+    EXPECT_EQ(countOfColour(grabbed(), waterColour), 0u);
+    marker_set_captureafter(1);
+}
+
+TEST_F(Overlay, IsDrawnIntoAStillWithTheScaleOfStills) {
+    start("!sim-microscope", "Simulated microscope camera");
+    ASSERT_GT(vexcap_has_stillimage(context->get()), 0u);
+    ASSERT_EQ(vexcap_can_grabber_stillimage(context->get()), 1);
+    drawWithoutWater();
+    ASSERT_EQ(vexcap_grabber_stillimage(context->get(), nullptr), 1);
+    ASSERT_TRUE(window.pumpUntil([&] { return window.count(stillMessage) > 0; }, 60000));
+    int32_t stillWidth = 0, stillHeight = 0;
+    ASSERT_EQ(vexcap_stillimage_size(context->get(), &stillWidth, &stillHeight), 1);
+    const size_t stride = (size_t(stillWidth) * 24 + 31) / 32 * 4, bytes = stride * size_t(stillHeight);
+    Pixels bitmap(40 + bytes);
+    const auto bar = [&](uint32_t length) {
+        vexcap_set_scale(context->get(), 1, u"video", length, u"still", u"");
+        EXPECT_EQ(vexcap_grabber(context->get(), bitmap.data(), int32_t(bytes), VEX_GRAB_DISPLAY, 1, 0, 0, 0, 0), 1);
+        return countOfColour(Pixels(bitmap.begin() + 40, bitmap.end() - ptrdiff_t(bytes % 3)), barColour);
+    };
+    EXPECT_GT(bar(400), bar(100) + 300);
+}
+
+TEST_F(Overlay, ASoftwareTargetShowsWhatIsDrawnOnRenderTargets) {
+    start();
+    drawWithoutWater();
+    std::vector<uint8_t> memory(size_t(width) * height * 4);
+    const vex_surface surface = {memory.data(), width, height, width * 4, 0, 0};
+    const vex_rect rectangle = {0, 0, width, height};
+    vex_render_target* const target = vexcap_target_new(&surface);
+    ASSERT_NE(target, nullptr);
+    vexcap_draw_d2d(context->get(), target, &rectangle, width, height);
+    vexcap_target_free(target);
+    Pixels pixels(rowBytes * height);
+    for (size_t i = 0; i < size_t(width) * height; ++i) std::memcpy(&pixels[i * 3], &memory[i * 4], 3);
+    EXPECT_GT(countOfColour(pixels, lineColour), size_t(width));
+    EXPECT_GT(countOfColour(pixels, barColour), 500u);
+    EXPECT_GT(countOfColour(pixels, dateColour), 200u);
+}
+
+}  // namespace
+}  // namespace vexcap::test
