@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and records ten seconds from each of two cameras made of software, and a short AVI.
+# Installs what is missing, builds, records ten seconds from each of two cameras made of software and a short AVI, and
+# takes a picture.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
@@ -36,9 +37,14 @@ record "recordings/cell-$stamp.avi" "$vexcap" record --device sim-microscope --r
 "$vexcap" verify "${files[@]}"
 
 echo
+picture=recordings/cell-$stamp.png
+"$vexcap" snap --device sim-microscope --format 1296x972 --output "$picture" --scale-bar 50 --pixel-size 0.5 --date
+
+echo
 echo "Recorded to $PWD/recordings:"
 for file in "${files[@]}"; do
     echo "  siril $file"
     [[ $file == *.avi ]] || echo "  ser-player $file"
     echo "  ffprobe -hide_banner $file"
 done
+echo "  identify -verbose $picture"

@@ -750,4 +750,204 @@ case_pipe() {
     [[ $(frames pipe.ser) -gt 20 ]] || fail "the recording was cut short"
 }
 
+# picture FILE: "WIDTHxHEIGHT BITS CHANNELS", as another program reads it.
+picture() { identify -format '%wx%h %z %[channels]' "$1"; }
+
+# coloured FILE COLOUR GEOMETRY: how many pixels of a part of the picture have exactly this colour.
+coloured() {
+    convert "$1" -crop "$3" +repage -alpha off -fill black +opaque "$2" -fill white -opaque "$2" \
+        -format '%[fx:round(mean*w*h)]' info:
+}
+
+# Pictures of the deterministic camera differ in their noise alone; what is drawn has colours that a grey picture lacks.
+case_snap() {
+    command -v identify >/dev/null && command -v convert >/dev/null || { echo "no ImageMagick here"; exit 77; }
+    local kind file
+    for file in a.png a.bmp a.tif b.TIFF; do
+        expect 0 snap --device sim-fast --output $file
+        [[ $(cat out) == "$file: 640x480, 24 bits a pixel" ]] || fail "told something else"
+        [[ $(picture $file) == "640x480 8 "*rgb ]] || fail "$file is $(picture $file)"
+    done
+    expect 0 snap --device sim-fast --output told.png --json --gain 150 --exposure 2000 --pixel-size 0.25
+    json 'p, = lines
+assert (p["type"], p["file"], p["width"], p["height"]) == ("picture", "told.png", 640, 480), p
+assert (p["depth"], p["channels"], p["exposure"], p["gain"], p["pixelSize"]) == (24, 3, 2000, 150, 0.25), p'
+    identify -verbose told.png >notes
+    for kind in "Creation Time: 20" "Source: Simulated fast camera" "Exposure: 0.002 s" "Gain: 150 %" \
+        "Software: vexcap " "Pixel Size: 0.25 um" "x_res=4000000, y_res=4000000, units=1" "png:tIME: 20"; do
+        contains notes "$kind"
+    done
+    ! command -v pngcheck >/dev/null || pngcheck -q told.png || fail "pngcheck refuses it"
+    expect 0 snap --device sim-fast --output told.tif --exposure 2000 --pixel-size 0.25
+    if command -v tiffinfo >/dev/null; then
+        tiffinfo told.tif >notes 2>&1
+        for kind in "Resolution: 40000, 40000 pixels/cm" "Model: Simulated fast camera" "ExposureTime: 0.002" \
+            "Software: vexcap " "DateTime: 20" "Pixel size: 0.25 um"; do
+            contains notes "$kind"
+        done
+        ! grep -qi warning notes || fail "tiffinfo warns"
+    fi
+
+    # The sensor's samples: unshifted, and with the mosaic that recordings of the same camera have.
+    expect 0 snap --device sim-fast --output raw8.tif --raw --quiet
+    [[ ! -s out && $(picture raw8.tif) == "640x480 8 "*gray ]] || fail "raw8.tif is $(picture raw8.tif)"
+    expect 0 snap --device sim-fast --output raw12.png --raw --depth 12 --roi 32,16,320,200 --gain 400
+    [[ $(cat out) == "raw12.png: 320x200, 12 bits" ]] || fail "told something else"
+    [[ $(picture raw12.png) == "320x200 16 "*gray ]] || fail "raw12.png is $(picture raw12.png)"
+    [[ $(identify -format '%[fx:maxima*65535<=4095&&maxima*65535>255]' raw12.png) == 1 ]] || fail "samples were shifted"
+    contains <(identify -verbose raw12.png) "Bits per Sample: 12"
+    expect 0 snap --device sim-microscope --output mosaic.png --raw --format 648x486
+    contains out "8 bits, GRBG"
+    expect 0 snap --device sim-microscope --output deep.tif --deep --format 648x486
+    [[ $(cat out) == "deep.tif: 648x486, 36 bits a pixel" ]] || fail "told something else"
+    [[ $(picture deep.tif) == "648x486 16 "*rgb ]] || fail "deep.tif is $(picture deep.tif)"
+    # Red tissue is brown in both pictures: colours stand in the same order, and rows, too.
+    expect 0 snap --device sim-microscope --output plain.png --format 648x486
+    convert deep.tif -evaluate multiply 16 -depth 8 deep.png
+    [[ $(compare -metric RMSE plain.png deep.png null: 2>&1 | sed 's/.*(0*\(.*\))/0\1/' |
+        awk '{ print ($1 < 0.1) }') == 1 ]] || fail "the deep picture is another one"
+    convert mosaic.png -resize 50% mosaic-small.png
+    convert plain.png -colorspace gray -resize 50% plain-small.png
+    [[ $(compare -metric NCC plain-small.png mosaic-small.png null: 2>&1 | awk '{ print ($1 > 0.8) }') == 1 ]] ||
+        fail "the raw picture is another one"
+
+    expect 0 formats --device sim-microscope --stills
+    [[ $(wc -l <out) -eq 3 ]] || fail "not three sizes of stills"
+    expect 0 formats --device sim-fast --stills
+    [[ ! -s out ]] || fail "stills of a camera without them"
+    expect 0 snap --device sim-microscope --output still.png --still 2 --format 1
+    [[ $(cat out) == "still.png: 648x486, 24 bits a pixel" ]] || fail "told something else"
+    [[ $(picture still.png) == "648x486 8 "*rgb ]] || fail "still.png is $(picture still.png)"
+    expect 2 snap --device sim-microscope --output no.png --still 3
+    contains err " 2         648x486"
+    expect 2 snap --device sim-fast --output no.png --still 0
+    contains err "takes no stills"
+
+    expect 2 snap --device sim-fast --output no.png --raw --date
+    contains err "nothing is drawn over the samples"
+    expect 2 snap --device sim-fast --output no.bmp --deep
+    expect 2 snap --device "sim-fast;depth=8" --output no.png --deep
+    contains err "has no samples of more than 8 bits"
+    expect 2 snap --device "@device:v4l2:usb#none" --output no.png --raw
+    contains err "--raw is for cameras"
+    expect 3 snap --device nobody --output no.png
+    expect 4 snap --device "sim-fast;fps=100;drop-after=1" --output no.png
+    echo mine >mine.png
+    expect 2 snap --device sim-fast --output mine.png
+    [[ $(cat mine.png) == mine ]] || fail "the file was touched"
+    expect 0 snap --device sim-fast --output mine.png --overwrite
+    [[ $(picture mine.png) == "640x480 8 "*rgb ]] || fail "not replaced"
+    [[ -z $(find . -name 'no.*' -o -name '*.part') ]] || fail "a refused picture left a file"
+    unshare --mount true 2>/dev/null || return 0
+    mkdir disk
+    unshare --mount bash -c '
+        mount -t tmpfs -o size=300k none disk
+        echo mine >disk/full.bmp
+        status=0
+        "$0" snap --device sim-fast --output disk/full.bmp --overwrite >out 2>err || status=$?
+        echo $status "$(ls -A disk)" "$(cat disk/full.bmp)" >status' "$vexcap"
+    [[ $(cat status) == "5 full.bmp mine" ]] || fail "a full disk left $(cat status)"
+}
+
+case_view() {
+    command -v identify >/dev/null && command -v convert >/dev/null || { echo "no ImageMagick here"; exit 77; }
+    expect 0 view --device sim-fast --snapshot plain.png
+    [[ $(cat out) == "plain.png: 640x480, 24 bits a pixel" ]] || fail "told something else"
+    [[ $(identify -format '%[fx:mean>0.1&&standard_deviation>0.01]' plain.png) == 1 ]] || fail "an empty paint"
+    [[ $(coloured plain.png red 640x480+0+0) -eq 0 ]] || fail "something is drawn without a wish"
+    # A preview that is half as wide: a marker of half the picture's size, and a bar of half its length.
+    expect 0 view --device sim-fast --snapshot half.png --size 320x240 --marker cross --marker-size 50 \
+        --scale-bar 50 --pixel-size 0.5 --text-colour 00FF00
+    [[ $(picture half.png) == "320x240 8 "*rgb ]] || fail "half.png is $(picture half.png)"
+    [[ $(coloured half.png red 320x240+0+0) -eq $((160 + 120 - 1)) ]] || fail "no cross"
+    [[ $(coloured half.png red 320x1+0+120) -eq 160 ]] || fail "no horizontal line"
+    ! { [[ $(coloured half.png '#00FF00' 160x120+160+120) -lt 100 ]]; } || fail "no scale bar"
+    # Tick marks in micrometres shrink with it, those in pixels do not.
+    local spacing marks
+    for spacing in 10um 20; do
+        expect 0 view --device sim-fast --snapshot ticks.png --overwrite --size 320x240 --pixel-size 0.25 \
+            --marker cross --marker-size 50 --ticks $spacing
+        marks=$(coloured ticks.png red 78x1+162+118)
+        [[ $marks -eq 3 ]] || fail "$marks tick marks every $spacing"
+    done
+    expect 4 view --device "sim-fast;fps=100;drop-after=1" --snapshot no.png
+    expect 2 view --device sim-fast --snapshot plain.png
+    [[ ! -e no.png ]] || fail "a paint without a picture"
+}
+
+case_overlay() {
+    command -v convert >/dev/null || { echo "no ImageMagick here"; exit 77; }
+    # A corner each: the texts at the bottom right, the watermark at the top left, the marker in the middle.
+    local drawing=(--date --scale-bar 50 --pixel-size 0.5 --power 40x --contrast --text-colour 00FF00 --marker circle
+        --marker-size 10 --marker-colour FF00FF)
+    expect 0 snap --device sim-fast --output plain.png
+    expect 0 snap --device sim-fast --output drawn.png "${drawing[@]}"
+    drawn_over drawn.png
+    undrawn plain.png
+    expect 0 snap --device sim-fast --output corner.png --date --text-colour 00FF00 --corner top-left --plate black
+    [[ $(coloured corner.png '#00FF00' 320x60+0+0) -gt 200 && $(coloured corner.png black 320x60+0+0) -gt 2000 ]] ||
+        fail "no date in its corner"
+    # The bar alone, without a text for below it: 100 pixels between its ends.
+    expect 0 snap --device sim-fast --output bar.png --scale-bar 50 --pixel-size 0.5 --text-colour 00FF00
+    [[ $(coloured bar.png '#00FF00' 640x480+0+0) -gt 500 ]] || fail "no scale bar"
+    convert bar.png -alpha off -fill black +opaque '#00FF00' -trim -format '%w' info: >width
+    [[ $(cat width) -ge 100 && $(cat width) -le 112 ]] || fail "a bar of $(cat width) pixels"
+    expect 2 snap --device sim-fast --output no.png --scale-bar 500 --pixel-size 0.5
+    contains err "has no room in a picture that is 640 pixels wide"
+
+    # Nothing of it is remembered, neither the wishes of a command line nor the other way round.
+    expect 0 snap --device sim-fast --output again.png
+    undrawn again.png
+    ! grep -rqs eMarkerGeo config || fail "the overlay was remembered"
+
+    # Red at the top left, moved by 10, 20, and half of it seen through.
+    convert -size 40x30 xc:red red.png
+    expect 0 snap --device sim-fast --output marked.png --watermark red.png --offset 10,20
+    [[ $(coloured marked.png red 40x30+10+20) -eq 1200 && $(coloured marked.png red 640x480+0+0) -eq 1200 ]] ||
+        fail "the watermark is somewhere else"
+    expect 0 snap --device sim-fast --output turned.png --watermark red.png --rotate 90
+    [[ $(coloured turned.png red 30x40+0+0) -eq 1200 ]] || fail "the watermark is not turned"
+    expect 0 snap --device sim-fast --output faint.png --watermark red.png --alpha 100
+    undrawn faint.png
+    expect 1 snap --device sim-fast --output no.png --watermark missing.png
+    contains err "missing.png: No such file or directory"
+
+    records --device sim-fast --output drawn.avi --frames 3 --fps 20 "${drawing[@]}" --watermark red.png
+    records --device sim-fast --output plain.avi --frames 3 --fps 20
+    expect 2 record --device sim-fast --output no.ser --frames 2 --date
+    contains err "raw frames of a SER file"
+    expect 2 record --device sim-fast --output no.avi --frames 2 --codec mjpeg --watermark red.png
+    expect 2 record --device "@device:v4l2:usb#none" --output no.avi --frames 2 --watermark red.png
+    contains err "has no watermark"
+    [[ -z $(find . -name 'no.*') ]] || fail "a refused overlay left a file"
+    command -v ffmpeg >/dev/null || return 0
+    for file in drawn plain; do ffmpeg -v error -i $file.avi "$file-%d.png"; done
+    for file in drawn-1.png drawn-3.png; do
+        drawn_over $file
+        [[ $(coloured $file red 40x30+0+0) -eq 1200 ]] || fail "no watermark in the recording"
+    done
+    undrawn plain-3.png
+    "$vexcap" codecs >/dev/null 2>&1 || return 0
+    records --device sim-fast --output packed.avi --frames 5 --codec mjpeg --fps 20 "${drawing[@]}"
+    ffmpeg -v error -i packed.avi -frames:v 1 packed.png
+    # Compression blurs colours: something much greener than grey is there.
+    [[ $(convert packed.png -crop 320x240+320+240 +repage -channel R -separate r.png
+        convert packed.png -crop 320x240+320+240 +repage -channel G -separate g.png
+        convert g.png r.png -compose minus_src -composite -format '%[fx:maxima>0.3]' info:) == 1 ]] ||
+        fail "nothing drawn into a compressed recording"
+}
+
+# drawn_over FILE: texts at the bottom right and a circle round the middle are there.
+drawn_over() {
+    [[ $(coloured "$1" '#00FF00' 320x240+320+240) -gt 800 ]] || fail "no texts in $1"
+    [[ $(coloured "$1" '#FF00FF' 140x140+250+170) -gt 250 ]] || fail "no circle in $1"
+}
+
+undrawn() {
+    local colour
+    for colour in '#00FF00' '#FF00FF' red yellow blue; do
+        [[ $(coloured "$1" $colour 640x480+0+0) -eq 0 ]] || fail "$colour in $1"
+    done
+}
+
 "case_$2"

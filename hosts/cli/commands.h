@@ -14,6 +14,8 @@ ExitCode verifyFiles(const Options& options);
 ExitCode manageDark(const Options& options, const Signals& signals);
 ExitCode play(const Options& options, const Signals& signals);
 ExitCode record(const Options& options, const Signals& signals);
+ExitCode snap(const Options& options, const Signals& signals);
+ExitCode view(const Options& options, const Signals& signals);
 ExitCode watch(const Options& options, const Signals& signals);
 
 }  // namespace vexcap::cli

@@ -67,8 +67,8 @@ ExitCode listDevices(const Options& options) {
 
 ExitCode listFormats(const Options& options) {
     Engine engine(options, Mode::Pictures);
-    const Session session(engine, engine.Find(options.device));
-    const std::vector<Format> formats = session.Formats();
+    const Session session(engine, engine.Find(options.device), options.stills);
+    const std::vector<Format> formats = options.stills ? session.StillFormats() : session.Formats();
     for (size_t i = 0; i < formats.size(); ++i)
         std::printf("%s\n", (options.json ? formatJson(i, formats[i]) : formatLine(i, formats[i])).c_str());
     return exitDone;

@@ -31,6 +31,10 @@ ExitCode run(const Options& options) {
             return play(options, signals);
         case Command::Record:
             return record(options, signals);
+        case Command::Snap:
+            return snap(options, signals);
+        case Command::View:
+            return view(options, signals);
         case Command::Watch:
             return watch(options, signals);
         default:

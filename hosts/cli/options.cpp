@@ -1,14 +1,11 @@
 #include "hosts/cli/options.h"
 
-#include <CLI/CLI.hpp>
-
 #include <array>
 #include <charconv>
-#include <limits>
 #include <regex>
-#include <span>
 #include <sstream>
 
+#include "hosts/cli/option_parts.h"
 #include "hosts/cli/output_file.h"
 #include "hosts/cli/text.h"
 
@@ -16,13 +13,9 @@ namespace vexcap::cli {
 
 namespace {
 
-constexpr int32_t mostInt = std::numeric_limits<int32_t>::max();
-constexpr size_t longestPath = 259;  // UTF-16 units that the library takes
 constexpr size_t longestExpression = 1000;
 constexpr double mostSeconds = 9e11;     // of a position in units of 100 nanoseconds
 constexpr int32_t mostDarkFrames = 256;  // so many of the brightest samples have room in their sum
-
-constexpr std::string_view noValue = "true";  // what CLI11 gives for a flag without a value
 
 constexpr char exitCodes[] =
     "Exit status:\n"
@@ -31,28 +24,17 @@ constexpr char exitCodes[] =
     "    2  usage\n"
     "    3  no such device, or it cannot be opened\n"
     "    4  device lost; the file is whole\n"
-    "    5  disk full; the file is whole\n"
+    "    5  disk full; a recording is whole, a picture is not written\n"
     "    6  recorded to the end, but frames are missing\n"
     "    7  a verified file is damaged or cut short\n"
     "    8  no video in the file that could be played\n"
     "    9  what compresses and plays video is not installed\n"
     "  130  aborted";
 
-using Words = std::span<const char* const>;
-
 /// Words that stand for VEX_NAME_... and VEX_FOLDERS_..., which count from 0.
 constexpr std::array nameFormats = {"yymmddHHMMSS", "yyyymmddHHMMSS", "yy-mm-dd-HH-MM-SS", "yyyy-mm-dd-HH-MM-SS",
                                     "nnnn"};
 constexpr std::array subfolders = {"none", "date", "year-month-day"};
-
-/// Without its own text in the help, where a type and two large numbers tell less than the option's name.
-CLI::Validator between(int32_t least, int32_t most) { return CLI::Range(least, most).description(""); }
-
-std::string checkPath(const std::string& path) {
-    if (!isUtf8(path)) return "the name is not valid UTF-8";
-    if (toUtf16(path).size() > longestPath) return "the path is longer than 259 characters";
-    return {};
-}
 
 std::string checkOutput(const std::string& path) {
     if (containerOf(path) != Container::Avi && !lowerCase(path).ends_with(".ser"))
@@ -84,77 +66,11 @@ std::string checkExpression(const std::string& text) {
     return {};
 }
 
-std::string checkFormat(const std::string& text) {
-    return parseFormatChoice(text) ? std::string() : text + ": a format is N, WIDTHxHEIGHT or LAYOUT:WIDTHxHEIGHT";
-}
-
 std::string checkPosition(const std::string& text) {
     double seconds = 0;
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), seconds);
     const bool number = failure == std::errc() && end == text.data() + text.size() && seconds >= 0;
     return number && seconds <= mostSeconds ? std::string() : text + ": a position is a number of seconds";
-}
-
-std::string checkSize(const std::string& text) {
-    return parseSize(text) ? std::string() : text + ": a size is WIDTHxHEIGHT";
-}
-
-std::string checkRegion(const std::string& text) {
-    return parseRegion(text) ? std::string() : text + ": a region is X,Y,WIDTH,HEIGHT in even numbers of pixels";
-}
-
-std::string listed(Words words) {
-    std::string text;
-    for (const char* const word : words) text += (text.empty() ? "" : "|") + std::string(word);
-    return text;
-}
-
-/// The number of a word, or the number itself.
-std::optional<int32_t> parseChoice(Words words, const std::string& text) {
-    for (size_t i = 0; i < words.size(); ++i)
-        if (text == words[i] || text == std::to_string(i)) return static_cast<int32_t>(i);
-    return {};
-}
-
-void addJson(CLI::App& command, Options& options) {
-    command.add_flag("--json", options.json, "Print one JSON object a line");
-}
-
-void addSettingsDirectory(CLI::App& command, Options& options) {
-    command.add_option("--settings", options.settingsDirectory, "Where settings are kept, instead of the user's")
-        ->type_name("DIR")
-        ->check(checkPath);
-}
-
-void addCommon(CLI::App& command, Options& options) {
-    command.add_flag("--gige", options.gige,
-                     "Look for GigE Vision cameras in the network; --gige=ADDRESS,... asks these addresses only");
-    command.add_option("--library", options.library, "Camera library")->type_name("PATH")->capture_default_str();
-    command.add_option("--library-prefix", options.prefix, "Prefix of its exported names")
-        ->type_name("NAME")
-        ->capture_default_str();
-    addSettingsDirectory(command, options);
-    command.add_flag("--no-settings", options.noSettings, "Standard values for all settings")->excludes("--settings");
-    addJson(command, options);
-}
-
-/// One that need not be named where there is only one.
-CLI::Option* addOptionalDevice(CLI::App& command, Options& options) {
-    return command
-        .add_option("-d,--device", options.device, "Index, name or identifier of the device, see \"vexcap devices\"")
-        ->type_name("NAME|INDEX")
-        ->check([](const std::string& name) { return name.empty() ? "no device is named" : ""; });
-}
-
-void addDevice(CLI::App& command, Options& options) { addOptionalDevice(command, options)->required(); }
-
-void addFormat(CLI::App& command, Options& options) {
-    command
-        .add_option_function<std::string>(
-            "--format", [&options](const std::string& text) { options.format = parseFormatChoice(text); },
-            "Format of the frames, see \"vexcap formats\"")
-        ->type_name("N|WxH|LAYOUT:WxH")
-        ->check(checkFormat);
 }
 
 CLI::Option* addFilePath(CLI::App& command, Options& options, const char* help) {
@@ -165,14 +81,26 @@ CLI::Option* addFilePath(CLI::App& command, Options& options, const char* help) 
         ->check([](const std::string& path) { return isUtf8(path) ? "" : "the name is not valid UTF-8"; });
 }
 
-void addOverwrite(CLI::App& command, Options& options) {
-    command.add_flag("--overwrite", options.overwrite, "Replace the file if it exists");
-}
-
 void addSeconds(CLI::App& command, Options& options) {
     command.add_option("-s,--seconds", options.seconds, "End after this time")
         ->type_name("N")
         ->check(between(1, mostInt));
+}
+
+/// What belongs to AVI files alone makes one of a file that names itself.
+void checkAviOptions(const CLI::App& command, Options& options) {
+    finishOverlay(command, options.overlay);
+    AutoName& name = options.autoName;
+    const std::string drawn = overlayOptionOf(command);
+    if (options.codec.empty() && drawn.empty()) return;
+    if (name.wanted && name.extension.empty()) name.extension = ".avi";
+    if (containerOf(name.wanted ? name.extension : options.output) != Container::Avi)
+        throw drawn.empty() ? CLI::ValidationError("--codec", "only AVI files are compressed")
+                            : CLI::ValidationError(drawn,
+                                                   "nothing is drawn over the raw frames of a SER file; an AVI "
+                                                   "file has it");
+    if (!options.codec.empty() && !options.overlay.watermark.file.empty())
+        throw CLI::ValidationError("--watermark", "a compressed recording has no watermark");
 }
 
 /// The file: one that is named, or one that gets its name by itself.
@@ -206,43 +134,16 @@ void addFile(CLI::App& command, Options& options) {
         ->check(checkPrefix);
     choice("--name-format", rules.format, nameFormats, "What its name goes on with");
     addOverwrite(command, options);
-    command.callback([named, byItself, &options] {
+    command.callback([named, byItself, &command, &options] {
         if (!*named && !*byItself) throw CLI::RequiredError("--output or --auto-name");
         AutoName& name = options.autoName;
         name.wanted = byItself->count() > 0;
         name.extension = !name.wanted || name.extension == noValue ? "" : "." + name.extension;
-        if (options.codec.empty()) return;
-        if (name.wanted && name.extension.empty()) name.extension = ".avi";
-        if (containerOf(name.wanted ? name.extension : options.output) != Container::Avi)
-            throw CLI::ValidationError("--codec", "only AVI files are compressed");
+        checkAviOptions(command, options);
     });
 }
 
-/// What a video input device can do alone.
-void addPicture(CLI::App& command, Options& options) {
-    PictureSettings& picture = options.picture;
-    command
-        .add_option_function<std::string>(
-            "--flip",
-            [&picture](const std::string& way) {
-                picture.mirrored = way != "vertical";
-                picture.upsideDown = way != "horizontal";
-            },
-            "Mirror the picture of a video input device")
-        ->type_name("horizontal|vertical|both")
-        ->check(CLI::IsMember({"horizontal", "vertical", "both"}).description(""));
-    command.add_flag("--grey", picture.grey, "Take the colours from it");
-    command.add_flag("--negative", picture.negative, "Turn its brightness round");
-    command.add_option("--dark", picture.dark, "Dark frame for it, instead of the one that is kept")
-        ->type_name("FILE.bmp")
-        ->check(checkPath);
-}
-
 void addRecord(CLI::App& command, Options& options) {
-    const auto setting = [&command](const char* name, std::optional<int32_t>& value, const char* type, int32_t least,
-                                    int32_t most, const char* help) {
-        command.add_option(name, value, help)->type_name(type)->check(between(least, most));
-    };
     addDevice(command, options);
     addFile(command, options);
     addSeconds(command, options);
@@ -262,19 +163,13 @@ void addRecord(CLI::App& command, Options& options) {
         ->needs(codec)
         ->check(between(1, 100));
     addFormat(command, options);
-    setting("--exposure", options.camera.exposure, "MICROSECONDS", 1, mostInt, "Exposure time");
-    setting("--gain", options.camera.gain, "PERCENT", 1, mostInt, "Gain, 100 for none");
-    setting("--depth", options.camera.depth, "BITS", 8, 16, "Bits of a sample, 8 to 16");
-    setting("--fps", options.camera.frameRate, "N", 1, mostInt, "Frames a second at most");
-    setting("--binning", options.camera.binning, "N", 1, 15, "Factor by which both sides shrink");
-    command
-        .add_option_function<std::string>(
-            "--roi", [&options](const std::string& text) { options.camera.region = parseRegion(text); },
-            "Region of interest, even numbers of pixels")
-        ->type_name("X,Y,W,H")
-        ->check(checkRegion);
+    addCamera(command, options);
+    command.add_option("--fps", options.camera.frameRate, "Frames a second at most")
+        ->type_name("N")
+        ->check(between(1, mostInt));
     addPicture(command, options);
     command.add_flag("-q,--quiet", options.quiet, "No progress, and a summary only when something went wrong");
+    addOverlay(command, options.overlay);
 }
 
 /// Its actions are commands of their own.
@@ -329,17 +224,6 @@ void addPlay(CLI::App& command, Options& options) {
 
 }  // namespace
 
-std::optional<Region> parseRegion(const std::string& text) {
-    Region region;
-    char comma[3] = {};
-    std::istringstream in(text);
-    if (text.empty() || text.find_first_not_of("0123456789,") != std::string::npos) return {};
-    in >> region.x >> comma[0] >> region.y >> comma[1] >> region.width >> comma[2] >> region.height;
-    if (in.fail() || !in.eof() || comma[0] != ',' || comma[1] != ',' || comma[2] != ',') return {};
-    if ((region.x | region.y | region.width | region.height) & 1) return {};
-    return region;
-}
-
 ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     Options options;
     CLI::App app("Recording and preview of telescope and microscope cameras, and of video input devices.", "vexcap");
@@ -355,6 +239,7 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     addCommon(devices, options);
     CLI::App& formats = *app.add_subcommand("formats", "List the formats that a device offers");
     addOptionalDevice(formats, options);
+    formats.add_flag("--stills", options.stills, "List the sizes of its stills instead");
     addCommon(formats, options);
     CLI::App& codecs = *app.add_subcommand("codecs", "List the compressors for AVI files");
     addJson(codecs, options);
@@ -366,6 +251,12 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
         "Without a limit the recording goes on until Ctrl-C, which leaves a whole file; a second Ctrl-C "
         "aborts.\n" +
         std::string(exitCodes));
+    CLI::App& snap = *app.add_subcommand("snap", "Take one picture, and write it as PNG, TIFF or Windows bitmap");
+    addSnap(snap, options);
+    addCommon(snap, options);
+    CLI::App& view = *app.add_subcommand("view", "Paint the preview once into a picture");
+    addView(view, options);
+    addCommon(view, options);
     CLI::App& watch = *app.add_subcommand("watch", "Watch a device's frame rate without recording");
     addDevice(watch, options);
     addSeconds(watch, options);
@@ -393,9 +284,10 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     }
     if (options.gige == noValue) options.gige = "1";
     const std::pair<const CLI::App*, Command> commands[] = {
-        {&codecs, Command::Codecs},     {&dark, Command::Dark},     {&devices, Command::Devices},
-        {&formats, Command::Formats},   {&play, Command::Play},     {&record, Command::Record},
-        {&settings, Command::Settings}, {&verify, Command::Verify}, {&watch, Command::Watch}};
+        {&codecs, Command::Codecs},     {&dark, Command::Dark},  {&devices, Command::Devices},
+        {&formats, Command::Formats},   {&play, Command::Play},  {&record, Command::Record},
+        {&settings, Command::Settings}, {&snap, Command::Snap},  {&verify, Command::Verify},
+        {&view, Command::View},         {&watch, Command::Watch}};
     for (const auto& [subcommand, command] : commands)
         if (subcommand->parsed()) options.command = command;
     return {options, {}, exitDone};

@@ -1,6 +1,8 @@
 /// What the command line asks for.
 #pragma once
 
+#include <vexcap/vexcap.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,6 +10,7 @@
 
 #include "hosts/cli/exit_code.h"
 #include "hosts/cli/formats.h"
+#include "hosts/cli/overlay.h"
 
 namespace vexcap::cli {
 
@@ -49,7 +52,7 @@ struct AutoName {
     std::optional<int32_t> subfolders;     ///< VEX_FOLDERS_...
 };
 
-enum class Command { Codecs, Dark, Devices, Formats, Play, Record, Settings, Verify, Watch };
+enum class Command { Codecs, Dark, Devices, Formats, Play, Record, Settings, Snap, Verify, View, Watch };
 
 enum class DarkAction { Capture, Import, Export, On, Off, Show };
 
@@ -66,20 +69,26 @@ struct Options {
     bool sizes = false;  ///< devices: open each one and list its sizes.
     std::string match;   ///< devices: regular expression for video input devices, UTF-8; empty for all.
 
-    std::string device;   ///< dark, formats, record, watch: index, name or identifier; empty for the only one.
-    int32_t seconds = 0;  ///< play, record, watch: time limit, 0 for none.
-    std::optional<FormatChoice> format;  ///< dark, record.
+    std::string device;                  ///< Index, name or identifier; empty for the only one.
+    int32_t seconds = 0;                 ///< play, record, watch: time limit, 0 for none.
+    std::optional<FormatChoice> format;  ///< dark, record, snap, view.
+    bool stills = false;                 ///< formats: those of stills.
 
-    std::string output;               ///< record: the file, UTF-8; empty with autoName.
+    std::string output;               ///< record, snap, view: the file, UTF-8; empty with autoName.
     AutoName autoName;                ///< record: instead of output.
     int32_t frames = 0;               ///< record: frame limit, 0 for none. dark: frames of which the mean is taken.
     int32_t timeLapse = 1;            ///< record: one frame in so many is kept.
     std::string codec;                ///< record: compressor; empty for none.
     std::optional<uint32_t> quality;  ///< record: of the compressor, percent; else as remembered.
-    bool overwrite = false;           ///< dark, record: an existing file may be replaced.
-    bool quiet = false;               ///< record: no progress and no summary.
-    CameraSettings camera;            ///< record.
-    PictureSettings picture;          ///< record.
+    bool overwrite = false;           ///< dark, record, snap, view: an existing file may be replaced.
+    bool quiet = false;               ///< record, snap, view: nothing but what went wrong.
+    CameraSettings camera;            ///< record, snap, view.
+    PictureSettings picture;          ///< record, snap, view.
+    Overlay overlay;                  ///< record, snap, view.
+
+    uint32_t grab = VEX_GRAB_DISPLAY;  ///< snap: VEX_GRAB_...
+    std::optional<uint32_t> still;     ///< snap: which of the still sizes; no still but the present picture if not set.
+    std::optional<Size> viewSize;      ///< view: what is painted on; as large as the picture if not set.
 
     DarkAction darkAction = DarkAction::Show;  ///< dark.
     std::optional<Size> darkSize;              ///< dark: which of the frames that are kept.

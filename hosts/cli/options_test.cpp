@@ -1,32 +1,9 @@
-#include "hosts/cli/options.h"
-
-#include <gtest/gtest.h>
 #include <vexcap/settings.h>
 
-#include <vector>
+#include "hosts/cli/options_testing.h"
 
 namespace vexcap::cli {
 namespace {
-
-ParsedCommandLine parse(std::vector<const char*> arguments) {
-    arguments.insert(arguments.begin(), "vexcap");
-    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
-}
-
-Options parsed(const std::vector<const char*>& arguments) {
-    const ParsedCommandLine result = parse(arguments);
-    EXPECT_TRUE(result.options) << result.text;
-    return result.options.value_or(Options{});
-}
-
-/// The text of a command line that is refused.
-std::string refusal(const std::vector<const char*>& arguments) {
-    const ParsedCommandLine result = parse(arguments);
-    EXPECT_FALSE(result.options);
-    EXPECT_EQ(result.code, exitUsage);
-    EXPECT_TRUE(result.text.starts_with("vexcap: ")) << result.text;
-    return result.text;
-}
 
 TEST(Options, RecordTakesAllItsSettings) {
     const Options options =
@@ -246,6 +223,8 @@ TEST(Options, FormatsAndCodecsTakeTheirs) {
     EXPECT_EQ(parsed({"formats"}).command, Command::Formats);
     EXPECT_EQ(parsed({"formats"}).device, "");
     EXPECT_EQ(parsed({"formats", "-d", "cam", "--json"}).device, "cam");
+    EXPECT_FALSE(parsed({"formats"}).stills);
+    EXPECT_TRUE(parsed({"formats", "--stills"}).stills);
     EXPECT_EQ(parsed({"codecs"}).command, Command::Codecs);
     EXPECT_TRUE(parsed({"codecs", "--json"}).json);
     refusal({"codecs", "--device", "0"});
@@ -353,6 +332,8 @@ TEST(Options, HelpAndVersionBelongToTheStandardOutput) {
                                                {"dark", "--help"},
                                                {"dark", "capture", "--help"},
                                                {"play", "--help"},
+                                               {"snap", "--help"},
+                                               {"view", "--help"},
                                                {"verify", "--help"}}) {
         const ParsedCommandLine result = parse(arguments);
         EXPECT_FALSE(result.options);

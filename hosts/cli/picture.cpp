@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hosts/cli/controls.h"
 #include "hosts/cli/failure.h"
 #include "hosts/cli/result_text.h"
 #include "hosts/cli/text.h"
@@ -28,7 +29,8 @@ void checkAbilities(const Device& device, const Options& options) {
     const std::pair<const char*, bool> ofCameras[] = {
         {"--exposure", camera.exposure.has_value()}, {"--gain", camera.gain.has_value()},
         {"--depth", camera.depth.has_value()},       {"--fps", camera.frameRate.has_value()},
-        {"--binning", camera.binning.has_value()},   {"--roi", camera.region.has_value()}};
+        {"--binning", camera.binning.has_value()},   {"--roi", camera.region.has_value()},
+        {"--raw", options.grab == VEX_GRAB_RAW},     {"--deep", options.grab == VEX_GRAB_DEEP}};
     const std::pair<const char*, bool> ofVideoInputs[] = {
         {"--flip", picture.mirrored || picture.upsideDown}, {"--grey", picture.grey}, {"--negative", picture.negative}};
     if (device.IsCamera()) {
@@ -83,6 +85,19 @@ std::string applyKeptDark(const Session& session, const Device& device) {
     } catch (const Failure& failure) {
         return std::string("no dark frame is applied: ") + failure.what();
     }
+}
+
+std::string preparePicture(Session& session, const Device& device, const Options& options, const Signals& signals) {
+    if (options.format) session.SetFormat(*options.format, signals);
+    if (device.IsCamera()) {
+        applySettings(session, options.camera, signals);
+        return {};
+    }
+    applyPicture(session, options.picture);
+    session.WaitForFreshFrame(signals);
+    if (options.picture.dark.empty()) return applyKeptDark(session, device);
+    applyDarkFile(session, options.picture.dark);
+    return "the dark frame " + options.picture.dark + " is applied";
 }
 
 void captureDark(Session& session, const std::string& name, uint32_t frames, const Signals& signals,

@@ -24,6 +24,9 @@ void applyDarkFile(const Session& session, const std::string& path);
 /// sentence for the user; empty when nothing is kept. One that cannot be read is no reason not to go on: that is told.
 std::string applyKeptDark(const Session& session, const Device& device);
 
+/// Makes the pictures of a session as the options wish. Gives a sentence for the user, or nothing.
+std::string preparePicture(Session& session, const Device& device, const Options& options, const Signals& signals);
+
 /// Takes the mean of so many frames; Failure exitAborted when the user wants to end, exitDeviceLost when no frame
 /// comes. `told` hears how many there are.
 void captureDark(Session& session, const std::string& name, uint32_t frames, const Signals& signals,

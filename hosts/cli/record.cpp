@@ -3,7 +3,7 @@
 #include "hosts/cli/auto_name.h"
 #include "hosts/cli/codecs.h"
 #include "hosts/cli/commands.h"
-#include "hosts/cli/controls.h"
+#include "hosts/cli/draw_overlay.h"
 #include "hosts/cli/failure.h"
 #include "hosts/cli/output_file.h"
 #include "hosts/cli/picture.h"
@@ -20,12 +20,6 @@ namespace {
 
 constexpr int roundMilliseconds = 100;
 constexpr uint32_t aviDepth = 24;  // bits of a pixel in every AVI file of the library
-
-uint32_t depthOf(const Session& session) {
-    uint32_t fourcc = 0, depth = 0;
-    const auto raw = session.Query<ICameraRaw>(VEX_IID_CAMERA_RAW);
-    return raw && raw->GetRawFormat(&fourcc, &depth) >= 0 ? depth : 0;
-}
 
 vex_recording_counts countsOf(const Session& session) {
     vex_recording_counts counts = {};
@@ -46,6 +40,9 @@ void checkContainer(const Device& device, const Options& options) {
         throw Failure(exitUsage, "\"" + device.name +
                                      "\" is a video input device, which is recorded to .avi files; a .ser file takes "
                                      "the raw frames of a camera");
+    if (!device.IsCamera() && !options.overlay.watermark.file.empty())
+        throw Failure(exitUsage,
+                      "the recording of a video input device has no watermark; \"" + device.name + "\" is one");
 }
 
 /// Lets the engine run with a copy of the settings in which the quality is another one.
@@ -55,20 +52,6 @@ void useQuality(Engine& engine, TemporarySettings& place, uint32_t quality) {
     engine.Restart(Mode::Pictures, place.Directory());
     for (const StoredSetting& stored : remembered) storeSetting(*stored.setting, stored.value);
     storeSetting(findSetting("CaptureQuality"), quality);
-}
-
-/// Makes the pictures as wished. Gives a sentence for the user, or nothing.
-std::string preparePicture(Session& session, const Device& device, const Options& options, const Signals& signals) {
-    if (options.format) session.SetFormat(*options.format, signals);
-    if (device.IsCamera()) {
-        applySettings(session, options.camera, signals);
-        return {};
-    }
-    applyPicture(session, options.picture);
-    session.WaitForFreshFrame(signals);
-    if (options.picture.dark.empty()) return applyKeptDark(session, device);
-    applyDarkFile(session, options.picture.dark);
-    return "the dark frame " + options.picture.dark + " is applied";
 }
 
 /// Where the recording goes.
@@ -146,13 +129,14 @@ ExitCode record(const Options& options, const Signals& signals) {
     if (options.quality) useQuality(engine, temporary, *options.quality);
     Session session(engine, device);
     const std::string note = preparePicture(session, device, options, signals);
+    applyOverlay(session, options.overlay, session.PictureSize());
 
     RecordingResult result;
     result.file = fileOf(options, device);
     const Size size = session.PictureSize();
     result.width = size.width;
     result.height = size.height;
-    result.depth = containerOf(result.file) == Container::Avi ? aviDepth : depthOf(session);
+    result.depth = containerOf(result.file) == Container::Avi ? aviDepth : session.RawDepth();
     result.codec = codec.display;
     if (!options.quiet && !note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
     if (!options.json && !options.quiet) {

@@ -15,8 +15,17 @@ namespace vexcap::cli {
 
 namespace {
 
-enum Message : uint32_t { messageEvent = 1, messageSize, messageLimit, messageDarkField, messageFrame, messageDevice };
+enum Message : uint32_t {
+    messageEvent = 1,
+    messageSize,
+    messageLimit,
+    messageDarkField,
+    messageFrame,
+    messageDevice,
+    messageStill
+};
 
+constexpr char16_t company[] = u"vexcap";  // and the product
 constexpr char16_t openMode = VEX_OPEN_ASTRO;
 constexpr size_t propertyRoom = 32;  // UTF-16 units that the library writes
 
@@ -36,6 +45,8 @@ Engine::Engine(const Options& options, Mode mode)
     if (!window) throw Failure(exitFailure, "out of memory or file descriptors");
     // Still before any other thread that could read the environment.
     if (!options.gige.empty()) setenv("VEXCAP_GIGE", options.gige.c_str(), 1);
+    // What is drawn is told by each command line alone: nothing of it is read from the settings or kept there.
+    marker_init(nullptr, company, company);
     Start(mode);
 }
 
@@ -43,7 +54,7 @@ Engine::~Engine() { vexcap_fini(); }
 
 void Engine::Start(Mode mode) {
     const std::u16string cameras = toUtf16(library);
-    vexcap_init(settings.get(), u"vexcap", u"vexcap", u"vexcap", cameras.c_str(), prefix.c_str(), u"", messageEvent,
+    vexcap_init(settings.get(), company, company, company, cameras.c_str(), prefix.c_str(), u"", messageEvent,
                 messageSize, messageLimit, messageDarkField, messageFrame, 0, mode == Mode::Raw, window.get(),
                 messageDevice, 0, 0);
 }
@@ -76,7 +87,7 @@ Device Engine::Find(const std::string& wanted) const {
     throw Failure(exitUsage, "several devices are there; --device names one of those that \"vexcap devices\" lists");
 }
 
-Session::Session(Engine& engine, const Device& device)
+Session::Session(Engine& engine, const Device& device, bool stills)
     : window(engine.Window()), name(device.name), isCamera(device.IsCamera()) {
     const std::string what = isCamera ? "camera" : "video input device";
     const std::u16string identifier = toUtf16(device.identifier);
@@ -85,7 +96,7 @@ Session::Session(Engine& engine, const Device& device)
     const vex_device record = {opened.c_str(), display.c_str(), device.kind, 0};
     context = vexcap_device(window, window, &record, nullptr, nullptr, nullptr);
     if (!context) throw Failure(exitNoDevice, "no such " + what + ": " + name);
-    const HRESULT result = vexcap_start(context, nullptr, 0, 0, 0, 0);
+    const HRESULT result = vexcap_start(context, window, messageStill, stills, 0, 0);
     if (result >= 0) return;
     vexcap_stop(context);
     const bool telling = result == E_ACCESSDENIED || result == VEX_E_BUSY;
@@ -120,6 +131,7 @@ News Session::Wait(int milliseconds, const Signals& signals) {
         }
         if (message.message == messageLimit) news.limit = true;
         if (message.message == messageFrame) news.frame = true;
+        if (message.message == messageStill) news.still = true;
         if (message.message == messageDarkField) {
             // Frames and their count; zeros when the dark frame is there.
             const bool done = !message.wparam && !message.lparam;
@@ -142,6 +154,24 @@ void Session::WaitForFreshFrame(const Signals& signals) {
         if (news.lost || stall.Stalled(total, steadySeconds()))
             throw Failure(exitDeviceLost, "\"" + name + "\" sends no frames");
         if (total - first >= 2) return;
+    }
+}
+
+void Session::WaitForPicture(const Signals& signals) {
+    Wait(0, signals);  // those from before do not count
+    WaitFor(&News::frame, "sends no pictures", signals);
+}
+
+void Session::WaitForStill(const Signals& signals) { WaitFor(&News::still, "sends no still", signals); }
+
+void Session::WaitFor(bool News::*what, const char* missing, const Signals& signals) {
+    const double longest = StallSeconds();
+    for (const double start = steadySeconds();;) {
+        const News news = Wait(10, signals);
+        if (news.asked) throw Failure(exitAborted, "ended before a picture came");
+        if (news.*what) return;
+        if (news.lost || steadySeconds() - start > longest)
+            throw Failure(exitDeviceLost, "\"" + name + "\" " + missing);
     }
 }
 
@@ -187,6 +217,12 @@ Size Session::CameraPictureSize() const {
     return turned ? Size{height, width} : Size{width, height};
 }
 
+uint32_t Session::RawDepth() const {
+    uint32_t fourcc = 0, depth = 0;
+    const auto raw = Query<ICameraRaw>(VEX_IID_CAMERA_RAW);
+    return raw && raw->GetRawFormat(&fourcc, &depth) >= 0 ? depth : 0;
+}
+
 uint32_t Session::LostFrames() const {
     uint32_t lost = 0;
     const auto status = Query<ICameraStatus>(VEX_IID_CAMERA_STATUS);
@@ -207,9 +243,15 @@ double Session::StallSeconds() const {
     return Camera().GetExposureTime(&microseconds) >= 0 ? patience + microseconds / 1e6 : patience;
 }
 
-std::vector<Format> Session::Formats() const {
+std::vector<Format> Session::Formats() const { return FormatsOf(vexcap_get_capability); }
+
+std::vector<Format> Session::StillFormats() const {
+    return vexcap_has_stillimage(context) ? FormatsOf(vexcap_get_stillimage_capability) : std::vector<Format>();
+}
+
+std::vector<Format> Session::FormatsOf(Capability capability) const {
     vex_capability* list = nullptr;
-    const int32_t count = vexcap_get_capability(context, &list);
+    const int32_t count = capability(context, &list);
     std::vector<Format> formats;
     for (int32_t i = 0; list && i < count; ++i) formats.push_back(formatOf(list[i], isCamera));
     vexcap_free_capability(list);

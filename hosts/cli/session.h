@@ -70,6 +70,7 @@ struct News {
     bool asked = false;  ///< The user wants to end.
     bool lost = false;   ///< The preview does not run any more: the device is gone, or a recording has its place.
     bool frame = false;  ///< There is a new frame.
+    bool still = false;  ///< There is a new still.
     /// Frames since the start when the source told something; its end may show one more.
     std::optional<uint32_t> framesAtEvent;
     bool limit = false;  ///< The recording ended at its limit.
@@ -90,7 +91,8 @@ struct MediaFile {
 class Session final {
 public:
     /// Opens and starts it; Failure exitNoDevice when that fails.
-    Session(Engine& engine, const Device& device);
+    /// @param stills  A video input device is started so that it takes stills where it can; a camera always is.
+    Session(Engine& engine, const Device& device, bool stills = false);
     /// Opens the file and plays it. Failure exitNoMedia when nothing that plays is installed, exitNoVideo when the file
     /// has no video, exitFailure when it cannot be read.
     Session(Engine& engine, const MediaFile& file);
@@ -103,6 +105,10 @@ public:
     /// Waits for the frame behind the next one, which is the first that surely has settings made before this call.
     /// Failure exitAborted when the user wants to end, exitDeviceLost when no frame comes.
     void WaitForFreshFrame(const Signals& signals);
+    /// Waits for a picture that came after this call. Fails as WaitForFreshFrame does.
+    void WaitForPicture(const Signals& signals);
+    /// Waits for the still that was asked for. Fails as WaitForFreshFrame does.
+    void WaitForStill(const Signals& signals);
 
     vexcap_context* Context() const { return context; }
     /// The camera of a session with one; Failure exitDeviceLost when it is gone.
@@ -119,6 +125,8 @@ public:
     FrameRate Rate() const;
     /// Size of the frames that come: after region of interest, binning and rotation.
     Size PictureSize() const;
+    /// Bits of a camera's raw sample; 0 when it cannot tell, and for every other source.
+    uint32_t RawDepth() const;
     /// Frames that the camera lost since it was started; 0 when it cannot tell, and for every other source.
     uint32_t LostFrames() const;
     /// The camera's own word that it is gone or broken; false when it cannot tell, and for every other source.
@@ -128,11 +136,16 @@ public:
 
     /// What the device offers, in the order of the library. Failure exitFailure when it cannot tell.
     std::vector<Format> Formats() const;
+    /// The same for stills; empty where there are none.
+    std::vector<Format> StillFormats() const;
     /// Sets one of them; returns when frames have it. Failure exitUsage when it is not offered, exitFailure when the
     /// device does not take it.
     void SetFormat(const FormatChoice& choice, const Signals& signals);
 
 private:
+    using Capability = int32_t (*)(vexcap_context* context, vex_capability** out);
+    std::vector<Format> FormatsOf(Capability list) const;
+    void WaitFor(bool News::*what, const char* missing, const Signals& signals);
     Size CameraPictureSize() const;
     vex_window* const window;
     const std::string name;

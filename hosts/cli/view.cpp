@@ -1,0 +1,50 @@
+#include <cstdio>
+#include <vector>
+
+#include "hosts/cli/commands.h"
+#include "hosts/cli/draw_overlay.h"
+#include "hosts/cli/failure.h"
+#include "hosts/cli/output_file.h"
+#include "hosts/cli/picture.h"
+#include "hosts/cli/picture_result.h"
+
+namespace vexcap::cli {
+
+namespace {
+
+constexpr int32_t bytesPerPixel = 4;
+
+/// One paint of the present picture.
+Image paint(const Session& session, const Size& size) {
+    std::vector<uint8_t> pixels(size_t(size.width) * size.height * bytesPerPixel);
+    vex_surface surface = {.pixels = pixels.data(),
+                           .width = static_cast<int32_t>(size.width),
+                           .height = static_cast<int32_t>(size.height),
+                           .stride = static_cast<int32_t>(size.width) * bytesPerPixel,
+                           .dpiX = 0,
+                           .dpiY = 0};
+    const vex_rect whole = {0, 0, surface.width, surface.height};
+    const Size picture = session.PictureSize();
+    vexcap_draw_gdi(session.Context(), &surface, &whole, picture.width, picture.height);
+    return imageFromSurface(surface);
+}
+
+}  // namespace
+
+ExitCode view(const Options& options, const Signals& signals) {
+    checkOutputFile(options.output, options.overwrite);
+    Engine engine(options, Mode::Pictures);
+    const Device device = engine.Find(options.device);
+    checkAbilities(device, options);
+    Session session(engine, device);
+    const std::string note = preparePicture(session, device, options, signals);
+    if (!options.quiet && !note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
+    const Size picture = session.PictureSize();
+    const Size size = options.viewSize.value_or(picture);
+    applyOverlay(session, options.overlay, picture, picture.width ? double(size.width) / picture.width : 1);
+    session.WaitForPicture(signals);
+    savePicture(paint(session, size), notesOf(session, device, options.overlay), options);
+    return exitDone;
+}
+
+}  // namespace vexcap::cli
