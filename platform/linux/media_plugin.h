@@ -3,8 +3,7 @@
 
 #include <string_view>
 
-#include "base/mutex.h"
-#include "platform/loader.h"
+#include "platform/linux/plugin.h"
 #include "platform/media.h"
 
 namespace vexcap {
@@ -14,16 +13,15 @@ inline constexpr std::u16string_view mediaPluginName = u"libvexcap-media.so.1";
 /// Of what platform/media.h tells: it counts up when that changes.
 inline constexpr uint32_t mediaPluginVersion = 1;
 
-/// The plug-in's one export, `vexcap_media`. Null for another version than its own; what it gives lives as long as the
-/// process.
-using MediaPluginFunction = IMedia*(uint32_t version);
+/// The plug-in's one export, `vexcap_media`.
+using MediaPluginFunction = Plugin<IMedia>::Function;
 
-/// Loads the plug-in when it is first needed, once; it stays loaded. Where it is missing or of another version there is
-/// no compressor, and all else is VEX_E_NO_MODULE. Any thread.
+/// Where the plug-in is missing or of another version there is no compressor, and all else is VEX_E_NO_MODULE. Any
+/// thread.
 class MediaPlugin final : public IMedia {
 public:
     /// The loader must outlive this.
-    explicit MediaPlugin(ILoader& systemLoader) : loader(systemLoader) {}
+    explicit MediaPlugin(ILoader& loader) : plugin(loader, mediaPluginName, "vexcap_media", mediaPluginVersion) {}
     std::vector<Compressor> Compressors() override;
     Result<std::unique_ptr<ICompressor>> OpenCompressor(std::u16string_view displayName,
                                                         const CompressorSettings& settings) override;
@@ -31,12 +29,7 @@ public:
     Result<std::unique_ptr<IMediaReader>> OpenFile(std::u16string_view path) override;
 
 private:
-    IMedia* Loaded() VEX_EXCLUDES(lock);
-
-    ILoader& loader;
-    Mutex lock;
-    bool tried VEX_GUARDED_BY(lock) = false;
-    IMedia* media VEX_GUARDED_BY(lock) = nullptr;
+    Plugin<IMedia> plugin;
 };
 
 }  // namespace vexcap
