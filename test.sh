@@ -37,7 +37,7 @@ fuzz() {
         mkdir build/fuzz/$name
         {} -max_total_time=10 -artifact_prefix=build/fuzz/$name- build/fuzz/$name >build/fuzz/$name.log 2>&1 ||
             { tail -n 60 build/fuzz/$name.log; exit 255; }
-        tail -n 1 build/fuzz/$name.log | sed "s/^/$name: /"'
+        grep "^Done" build/fuzz/$name.log | sed "s/^/$name: /"'
 }
 
 stage "packages" tools/packages.sh build test bench
