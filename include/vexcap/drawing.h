@@ -94,8 +94,8 @@ VEXCAP_API vex_render_target* vexcap_target_new(const vex_surface* surface);
 VEXCAP_API void vexcap_target_free(vex_render_target* target);
 
 /// Draws the present picture into a rectangle of a surface, stretched to fill it exactly, without smoothing, and the
-/// overlay over it. What lies outside the surface is clipped; a rectangle without an inside, or with a side of more
-/// than 1048576 pixels, draws nothing. Nothing else of the surface is touched.
+/// overlay over it. What lies outside the surface is clipped; a rectangle without an inside draws nothing, and one with
+/// a side of more than 1048576 pixels gets no overlay. Nothing else of the surface is touched.
 /// @param width, height  Size of the picture as vexcap_video_size tells it. With another one the picture is forgotten
 /// until
 ///                       the next frame comes.
