@@ -200,5 +200,28 @@ TEST_F(Overlay, ASoftwareTargetShowsWhatIsDrawnOnRenderTargets) {
     EXPECT_GT(countOfColour(pixels, dateColour), 200u);
 }
 
+TEST(OverlaySettings, AreRememberedBelowTheRootThatTheHostGives) {
+    const TempDir directory;
+    vex_key* const root = vex_key_directory(directory.path().c_str());
+    ASSERT_NE(root, nullptr);
+    ASSERT_EQ(marker_init(root, u"Company", u"Product"), 0);
+    MarkerTxt txt = {};
+    marker_get_markertxt(&txt);
+    EXPECT_EQ(txt.MarkerPos, VEX_CORNER_BOTTOM_RIGHT);
+    txt.Date = VEX_DATE_NUMERIC;
+    txt.DateColor = 0xFFFFFFFF;
+    marker_set_markertxt(&txt);
+    marker_set_captureafter(0);
+    EXPECT_LT(marker_init(nullptr, u"Company", u"Product"), 0);
+    EXPECT_EQ(marker_get_markertxt(&txt)->Date, VEX_DATE_NONE);
+    EXPECT_EQ(marker_get_captureafter(), 1u);
+    ASSERT_EQ(marker_init(root, u"company", u"PRODUCT"), 0) << "names compare without case";
+    EXPECT_EQ(marker_get_markertxt(&txt)->Date, VEX_DATE_NUMERIC);
+    EXPECT_EQ(txt.DateColor, 0xFFFFFFFF);
+    EXPECT_EQ(marker_get_captureafter(), 0u);
+    marker_init(nullptr, nullptr, nullptr);
+    vex_key_free(root);
+}
+
 }  // namespace
 }  // namespace vexcap::test
