@@ -32,8 +32,4 @@ inline int32_t dotsPerInch(uint32_t told) {
     return told > INT32_MAX ? INT32_MAX : int32_t(told);
 }
 
-inline bool hasPixels(const vex_surface& surface) {
-    return surface.pixels && surface.width >= 1 && surface.height >= 1;
-}
-
 }  // namespace vexcap

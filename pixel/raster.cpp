@@ -143,11 +143,6 @@ private:
 
 }  // namespace
 
-void setPixel(const Canvas& canvas, int32_t x, int32_t y, uint32_t colour) {
-    if (!isDrawable(canvas) || x < 0 || x >= canvas.width || y < 0 || y >= canvas.height) return;
-    putPixel(pixelAt(canvas, x, y), Bytes(colour));
-}
-
 void drawLine(const Canvas& canvas, int32_t fromX, int32_t fromY, int32_t toX, int32_t toY, uint32_t colour) {
     if (!isDrawable(canvas)) return;
     const int64_t dx = int64_t(toX) - fromX, dy = int64_t(toY) - fromY;

@@ -56,8 +56,6 @@ struct Box {
     int32_t left = 0, top = 0, right = 0, bottom = 0;
 };
 
-void setPixel(const Canvas& canvas, int32_t x, int32_t y, uint32_t colour);
-
 /// n = max(|dx|, |dy|) pixels: number i of 0 to n - 1 lies i / n along the way, its smaller coordinate rounded to the
 /// nearest, a half away from the start. The end is left out.
 void drawLine(const Canvas& canvas, int32_t fromX, int32_t fromY, int32_t toX, int32_t toY, uint32_t colour);

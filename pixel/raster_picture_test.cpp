@@ -43,7 +43,7 @@ TEST(BlendPicture, MixesCanvasAndPictureByHundredths) {
     for (const uint32_t bytesPerPixel : pixelSizes) {
         const Paper paper(1, 1, bytesPerPixel);
         const auto blended = [&](uint32_t alpha) {
-            setPixel(paper.canvas(), 0, 0, 0x00C86432);  // 200, 100, 50
+            fillBox(paper.canvas(), {0, 0, 1, 1}, 0x00C86432);  // 200, 100, 50
             blendPicture(paper.canvas(), {pixel, 3, 1, 1, 3}, 0, 0, alpha);
             return paper.colour(0, 0);
         };

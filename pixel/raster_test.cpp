@@ -20,24 +20,16 @@ void plot(const Paper& paper, int64_t x, int64_t y) {
     pixel[2] = 0xD0;
 }
 
-TEST(SetPixel, WritesBlueFirstAndThreeBytes) {
+TEST(FillBox, WritesBlueFirstAndThreeBytesOfAPixel) {
     for (const uint32_t bytesPerPixel : pixelSizes) {
         const Paper paper(3, 2, bytesPerPixel, RowOrder::BottomUp);
-        setPixel(paper.canvas(), 1, 1, 0xFF112233);
+        fillBox(paper.canvas(), {1, 1, 2, 2}, 0xFF112233);
         EXPECT_EQ(paper.at(1, 1)[0], 0x11);
         EXPECT_EQ(paper.at(1, 1)[1], 0x22);
         EXPECT_EQ(paper.at(1, 1)[2], 0x33);
         EXPECT_TRUE(paper.onlyColoursDiffer());
         EXPECT_EQ(paper.at(1, 1)[ptrdiff_t(bytesPerPixel)], Paper::ground(2, 1, 0));
     }
-}
-
-TEST(SetPixel, IgnoresWhatLiesOutside) {
-    const Paper paper(3, 2, 4);
-    for (const int32_t x : hostileCoordinates)
-        for (const int32_t y : hostileCoordinates)
-            if (x != 0 || y != 0) setPixel(paper.canvas(), x, y, ink);
-    EXPECT_TRUE(paper.isFresh());
 }
 
 /// The definition, pixel by pixel.
@@ -377,7 +369,6 @@ TEST(Shapes, DrawNothingOnACanvasWithoutPixelsOrWithAMaskWithoutAny) {
     const uint8_t mask = 255;
     for (Canvas canvas : {Canvas{}, Canvas{paper.at(0, 0), 17, 0, 4, 3}, Canvas{paper.at(0, 0), 17, 4, 0, 3},
                           Canvas{paper.at(0, 0), 17, -4, -4, 4}, Canvas{nullptr, 17, 4, 4, 4}}) {
-        setPixel(canvas, 0, 0, ink);
         drawLine(canvas, 0, 0, 4, 4, ink);
         drawLine(canvas, 0, 0, 4, 0, ink);
         fillBox(canvas, {0, 0, 4, 4}, ink);
