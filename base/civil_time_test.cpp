@@ -7,7 +7,7 @@
 #include "base/text.h"
 
 namespace vexcap {
-namespace {
+namespace civil_time_test {
 
 std::string textOfTime(uint64_t fileTime) {
     const CivilTime t = civilTime(fileTime);
@@ -25,5 +25,5 @@ TEST(CivilTime, KnowsLeapDaysAndTheEndsOfDays) {
     EXPECT_EQ(textOfTime(133'485'408'000'000'000), "2024-01-01 00:00:00");
 }
 
-}  // namespace
+}  // namespace civil_time_test
 }  // namespace vexcap

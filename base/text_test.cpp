@@ -8,7 +8,7 @@
 #include <limits>
 
 namespace vexcap {
-namespace {
+namespace text_test {
 
 using namespace std::string_literals;
 using Arguments = std::vector<FormatArgument>;
@@ -228,5 +228,5 @@ TEST(Format, TheDecimalPointIsTheLocales) {
     EXPECT_EQ(text, "1,5");
 }
 
-}  // namespace
+}  // namespace text_test
 }  // namespace vexcap

@@ -8,7 +8,7 @@
 #include <vector>
 
 namespace vexcap {
-namespace {
+namespace callback_gate_test {
 
 TEST(CallbackGate, LetsCallbacksThroughWhileItIsOpen) {
     int target = 0;
@@ -102,5 +102,5 @@ TEST(CallbackGate, OutOfGatesOpenGivesNullAndLaterOnesWorkAgain) {
     EXPECT_NE(gate.Open(&target), nullptr);
 }
 
-}  // namespace
+}  // namespace callback_gate_test
 }  // namespace vexcap

@@ -3,7 +3,7 @@
 #include "engine/context_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace camera_road_test {
 
 TEST(BaseFrameRate, FollowsTheTableOfTelescopeCameras) {
     const struct {
@@ -338,5 +338,5 @@ TEST_F(CameraRoadTest, StillCapabilitiesComeFromTheStillInterface) {
     EXPECT_EQ(found[1].header.biWidth, 64);
 }
 
-}  // namespace
+}  // namespace camera_road_test
 }  // namespace vexcap

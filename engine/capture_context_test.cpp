@@ -3,7 +3,7 @@
 #include "engine/context_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace capture_context_test {
 
 class CaptureContextTest : public ContextFixture {
 protected:
@@ -419,5 +419,5 @@ TEST_F(CaptureContextTest, TheTimerIgnoresACallThatComesWhileItIsOpen) {
     EXPECT_EQ(countOf(preview, limitMessage), 1u);
 }
 
-}  // namespace
+}  // namespace capture_context_test
 }  // namespace vexcap

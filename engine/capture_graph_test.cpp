@@ -4,7 +4,7 @@
 #include "recording/compressor_filter.h"
 
 namespace vexcap {
-namespace {
+namespace capture_graph_test {
 
 constexpr const vex_char* codecName = u"@device:sw:fake";
 
@@ -297,5 +297,5 @@ TEST_F(CameraRecording, ALostCameraKeepsTheFileOpenUntilTheHostStops) {
     EXPECT_EQ(context->recording().captureMode(), captureIdle);
 }
 
-}  // namespace
+}  // namespace capture_graph_test
 }  // namespace vexcap

@@ -6,7 +6,7 @@
 #include "engine/context_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace capture_start_test {
 
 constexpr size_t pictureBytes = 64 * 48 * 3;
 
@@ -286,5 +286,5 @@ TEST_F(MicroStart, ARecordingBeforeTheStartOfTheSourceFails) {
     EXPECT_EQ(boxes().size(), 1u);
 }
 
-}  // namespace
+}  // namespace capture_start_test
 }  // namespace vexcap

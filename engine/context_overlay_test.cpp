@@ -5,7 +5,7 @@
 #include "engine/graph_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace context_overlay_test {
 
 /// A DIB of 24 bits, all of whose bytes are `fill`.
 std::vector<uint8_t> dibOf(int32_t width, int32_t height, uint8_t fill, uint16_t bits = 24) {
@@ -230,5 +230,5 @@ TEST_F(OverlayOfGraph, TheEndOfARecordingStoresTheSettingsOfTheProcess) {
     EXPECT_EQ(key->ReadNumber(u"MarkerPos"), 4u);
 }
 
-}  // namespace
+}  // namespace context_overlay_test
 }  // namespace vexcap

@@ -6,7 +6,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {
-namespace {
+namespace context_paint_test {
 
 /// A surface of white pixels.
 struct Paper {
@@ -166,5 +166,5 @@ TEST_F(PaintOfDevice, AGraphicsDeviceStopsNothing) {
     EXPECT_EQ(context->PlayState(), playRunning);
 }
 
-}  // namespace
+}  // namespace context_paint_test
 }  // namespace vexcap

@@ -6,7 +6,7 @@
 #include "overlay/marker_settings.h"
 
 namespace vexcap {
-namespace {
+namespace context_picture_test {
 
 struct Grabbed {
     bool done = false;
@@ -278,5 +278,5 @@ TEST_F(DeviceStill, RawSamplesCannotBeHad) {
     EXPECT_EQ(grab(*context).pixels, evenly(10, 8 * 4 * 3));
 }
 
-}  // namespace
+}  // namespace context_picture_test
 }  // namespace vexcap

@@ -4,7 +4,7 @@
 #include "engine/state/engine_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace device_catalogue_test {
 
 class EnumDevices : public EngineFixture {
 protected:
@@ -172,5 +172,5 @@ TEST_F(EnumVideoInputs, CompressorsAreListedInTheSameForm) {
     freeDevices(codecs);
 }
 
-}  // namespace
+}  // namespace device_catalogue_test
 }  // namespace vexcap

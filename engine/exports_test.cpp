@@ -3,7 +3,7 @@
 #include "engine/state/engine_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace exports_test {
 
 class Exports : public EngineFixture {
 protected:
@@ -113,5 +113,5 @@ TEST_F(Exports, AFailedRecordingIsShownWithTheOwnersBox) {
     EXPECT_EQ(fakes.messageBox.shown[0].owner, owner.native());
 }
 
-}  // namespace
+}  // namespace exports_test
 }  // namespace vexcap

@@ -6,7 +6,7 @@
 #include "recording/file_writer.h"
 
 namespace vexcap {
-namespace {
+namespace graph_road_test {
 
 using Pixel = std::vector<uint16_t>;
 
@@ -428,5 +428,5 @@ TEST_F(MediaFile, ABrokenFileStopsShowingAndNothingElse) {
     EXPECT_TRUE(shows(4));
 }
 
-}  // namespace
+}  // namespace graph_road_test
 }  // namespace vexcap

@@ -18,7 +18,7 @@
 #include "platform/linux/file.h"
 
 namespace vexcap::test {
-namespace {
+namespace dark_field_test {
 
 using Kind = DiskOperation::Kind;
 
@@ -1052,5 +1052,5 @@ TEST(SinkDarkField, AnUncorrectedFrameIsShownAsItCame) {
     EXPECT_EQ(imageOf(rig.sink), shown);
 }
 
-}  // namespace
+}  // namespace dark_field_test
 }  // namespace vexcap::test

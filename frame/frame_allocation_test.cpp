@@ -9,7 +9,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_allocation_test {
 
 constexpr uint32_t width = 64, height = 48;
 
@@ -101,5 +101,5 @@ TEST(FrameAllocations, AStackFeedTakesNothingFromTheHeap) {
     }
 }
 
-}  // namespace
+}  // namespace frame_allocation_test
 }  // namespace vexcap::test

@@ -6,7 +6,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_brightness_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -116,5 +116,5 @@ TEST(FrameBrightness, OfFourBytesAPixelLeavesTheFourthOut) {
     EXPECT_EQ(rig.messages()[0], (Posted{brightnessMessage, 1000, 0}));
 }
 
-}  // namespace
+}  // namespace frame_brightness_test
 }  // namespace vexcap::test

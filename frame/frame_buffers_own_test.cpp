@@ -4,7 +4,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_buffers_own_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -160,5 +160,5 @@ TEST(CopyingSink, AnAbsurdSizeThatWasToldKeepsNoFrameAway) {
     EXPECT_EQ(imageOf(rig.sink), pixels);
 }
 
-}  // namespace
+}  // namespace frame_buffers_own_test
 }  // namespace vexcap::test

@@ -6,7 +6,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_buffers_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -376,5 +376,5 @@ TEST(FrameBuffers, EitherSideOfTheVideoSizeMayBeLeftOut) {
     EXPECT_EQ(rig.sink.GetVideoSize(nullptr, nullptr), S_OK);
 }
 
-}  // namespace
+}  // namespace frame_buffers_test
 }  // namespace vexcap::test

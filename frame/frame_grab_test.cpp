@@ -4,7 +4,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_grab_test {
 
 constexpr uint32_t width = 5, height = 3;  // rows of 15 bytes in 16, of 30 in 32
 
@@ -345,5 +345,5 @@ TEST(ReadBack, PixelsComeFromTheTextureAndTheMaximumIsLeftAlone) {
     }
 }
 
-}  // namespace
+}  // namespace frame_grab_test
 }  // namespace vexcap::test

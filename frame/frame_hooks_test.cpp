@@ -6,7 +6,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_hooks_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -204,5 +204,5 @@ TEST(StackFeed, GoesNowhereWhileThePictureIsATexture) {
     EXPECT_TRUE(rig.messages().empty());
 }
 
-}  // namespace
+}  // namespace frame_hooks_test
 }  // namespace vexcap::test

@@ -3,7 +3,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_paint_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -207,5 +207,5 @@ TEST(PaintTexture, ASurfaceHasNoPictureOfATexture) {
     EXPECT_TRUE(paper.untouched());
 }
 
-}  // namespace
+}  // namespace frame_paint_test
 }  // namespace vexcap::test

@@ -5,7 +5,7 @@
 #include <vector>
 
 namespace vexcap {
-namespace {
+namespace frame_rate_test {
 
 constexpr uint32_t start = 1'000'000;  // milliseconds; any tick but 0
 
@@ -212,5 +212,5 @@ TEST(FrameRate, AResetKeepsTheMemoryOfRepaints) {
     EXPECT_FALSE(throttle.CountFrame(start + 10));
 }
 
-}  // namespace
+}  // namespace frame_rate_test
 }  // namespace vexcap

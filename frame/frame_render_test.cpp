@@ -5,7 +5,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_render_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -337,5 +337,5 @@ TEST(FrameRender, AWindowMayAskTheSinkFromInsideOfAPost) {
     EXPECT_EQ(asking.seen, pixels);
 }
 
-}  // namespace
+}  // namespace frame_render_test
 }  // namespace vexcap::test

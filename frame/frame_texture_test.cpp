@@ -4,7 +4,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_texture_test {
 
 constexpr uint32_t width = readyWidth, height = readyHeight;
 
@@ -106,5 +106,5 @@ TEST(SharedTexture, IsReleasedWithTheSink) {
     EXPECT_EQ(textures.alive, 0u);
 }
 
-}  // namespace
+}  // namespace frame_texture_test
 }  // namespace vexcap::test

@@ -9,7 +9,7 @@
 #include "frame/sink_rig.h"
 
 namespace vexcap::test {
-namespace {
+namespace frame_threads_test {
 
 constexpr uint32_t width = 61, height = 40;
 constexpr uint32_t bytes = 184 * height;
@@ -125,5 +125,5 @@ TEST(FrameThreads, CallbacksAndHooksRunWithoutTheFrameLock) {
     EXPECT_EQ(called, 2);
 }
 
-}  // namespace
+}  // namespace frame_threads_test
 }  // namespace vexcap::test

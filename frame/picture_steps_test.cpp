@@ -7,7 +7,7 @@
 #include "base/dib.h"
 
 namespace vexcap {
-namespace {
+namespace picture_steps_test {
 
 using Pixels = std::vector<uint8_t>;
 
@@ -60,5 +60,5 @@ TEST(ApplyPictureSteps, AnyValueButZeroIsOnAndOnlyTwoBitsOfTheFlipCount) {
     EXPECT_EQ(frame, expected(before, 3, 0, true, true));
 }
 
-}  // namespace
+}  // namespace picture_steps_test
 }  // namespace vexcap

@@ -5,7 +5,7 @@
 #include <utility>
 
 namespace vexcap {
-namespace {
+namespace pixel_buffer_test {
 
 using Fill = PixelBuffer::Fill;
 
@@ -121,5 +121,5 @@ TEST(BufferPair, HasBothBuffersOrNone) {
     EXPECT_FALSE(pair.holds(1));
 }
 
-}  // namespace
+}  // namespace pixel_buffer_test
 }  // namespace vexcap

@@ -7,7 +7,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap::test {
-namespace {
+namespace vexcap_render_test {
 
 constexpr uint32_t width = 7, height = 4;
 constexpr uint32_t stride = 24;
@@ -322,5 +322,5 @@ TEST(VexcapRender, AFrameTakesNothingFromTheHeap) {
     EXPECT_EQ(allocations(), before);
 }
 
-}  // namespace
+}  // namespace vexcap_render_test
 }  // namespace vexcap::test

@@ -8,7 +8,7 @@
 #include "graph/test_filters.h"
 
 namespace vexcap {
-namespace {
+namespace base_filter_test {
 
 using testing::EventLog;
 using testing::HandClock;
@@ -472,5 +472,5 @@ TEST_F(Pins, EventsGoToTheGraphThatTheFilterIsIn) {
     EXPECT_EQ(events.log.all(), (std::vector<EventLog::Event>{{EC_COMPLETE, 1, 2}}));
 }
 
-}  // namespace
+}  // namespace base_filter_test
 }  // namespace vexcap

@@ -7,7 +7,7 @@
 #include "graph/smart_tee.h"
 
 namespace vexcap::graph_rig {
-namespace {
+namespace capture_graph_builder_test {
 
 const SourcePinOptions capturePin = {.category = PIN_CATEGORY_CAPTURE, .streamControl = true};
 const SourcePinOptions previewPin = {.name = u"Preview", .category = PIN_CATEGORY_PREVIEW};
@@ -371,5 +371,5 @@ TEST(CaptureGraphBuilder, AnOutputThatFailsLeavesNothing) {
     EXPECT_EQ(failure(bench, MEDIASUBTYPE_Avi, u"a.avi"), E_UNEXPECTED);
 }
 
-}  // namespace
+}  // namespace capture_graph_builder_test
 }  // namespace vexcap::graph_rig

@@ -8,7 +8,7 @@
 #include "graph/test_filters.h"
 
 namespace vexcap {
-namespace {
+namespace class_factory_test {
 
 constexpr vex_guid classA = {1, 0, 0, {}}, classB = {2, 0, 0, {}}, classNone = {3, 0, 0, {}}, classFull = {4, 0, 0, {}};
 
@@ -43,5 +43,5 @@ TEST(ClassFactory, AFilterThatCannotBeMadeIsWantOfMemory) {
     EXPECT_EQ(createFilter(table, classFull, nullptr).code(), E_OUTOFMEMORY);
 }
 
-}  // namespace
+}  // namespace class_factory_test
 }  // namespace vexcap

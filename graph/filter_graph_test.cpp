@@ -12,7 +12,7 @@
 #include "platform/fake/fake_window.h"
 
 namespace vexcap::graph_rig {
-namespace {
+namespace filter_graph_test {
 
 constexpr auto rgb = rgb24Type;
 
@@ -787,5 +787,5 @@ TEST(FilterGraph, AThousandFramesOf640x480GoThroughWithoutALossOrACopy) {
     EXPECT_TRUE(isWhole(*source->Pool()));
 }
 
-}  // namespace
+}  // namespace filter_graph_test
 }  // namespace vexcap::graph_rig

@@ -13,7 +13,7 @@
 #include "graph/smart_tee.h"
 
 namespace vexcap::graph_rig {
-namespace {
+namespace graph_stress_test {
 
 /// Ends the program with a word about the seed when a step takes longer than a minute.
 class Watchdog final {
@@ -184,5 +184,5 @@ void stress(uint32_t seed, bool live, std::chrono::milliseconds span) {
 TEST(GraphStress, ALiveSourceUnderRandomCalls) { stress(20240229, true, std::chrono::seconds(3)); }
 TEST(GraphStress, AFileUnderRandomCalls) { stress(8128, false, std::chrono::seconds(3)); }
 
-}  // namespace
+}  // namespace graph_stress_test
 }  // namespace vexcap::graph_rig

@@ -8,7 +8,7 @@
 #include <memory>
 
 namespace vexcap {
-namespace {
+namespace media_type_test {
 
 MediaType videoType(const vex_guid& formatType, size_t bytes) {
     MediaType type;
@@ -157,5 +157,5 @@ TEST(MediaType, ASubtypeOfACodeHasTheCodeInFront) {
     EXPECT_TRUE(subtypeOf(0x32595559) == yuy2);
 }
 
-}  // namespace
+}  // namespace media_type_test
 }  // namespace vexcap

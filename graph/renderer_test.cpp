@@ -9,7 +9,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
-namespace {
+namespace renderer_test {
 
 using testing::EventLog;
 using testing::HandClock;
@@ -399,5 +399,5 @@ TEST(RendererSeeking, GoesUpstreamAndThePositionIsThatOfTheSampleShownLast) {
     renderer->Input().Disconnect();
 }
 
-}  // namespace
+}  // namespace renderer_test
 }  // namespace vexcap

@@ -10,7 +10,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
-namespace {
+namespace sample_test {
 
 Ref<CMemAllocator> poolOf(uint32_t buffers, size_t bytes) {
     auto pool = makeRef<CMemAllocator>();
@@ -281,5 +281,5 @@ TEST(Allocator, TakingAndReturningASampleAllocatesNothing) {
     EXPECT_EQ(allocations(), before);
 }
 
-}  // namespace
+}  // namespace sample_test
 }  // namespace vexcap

@@ -7,7 +7,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap::graph_rig {
-namespace {
+namespace smart_tee_test {
 
 /// source -> tee, with nothing behind it yet
 struct Tee : World {
@@ -332,5 +332,5 @@ TEST(SmartTee, NoFrameAsksForMemory) {
     EXPECT_EQ(preview->counted, 0u);
 }
 
-}  // namespace
+}  // namespace smart_tee_test
 }  // namespace vexcap::graph_rig

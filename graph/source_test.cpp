@@ -9,7 +9,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
-namespace {
+namespace source_test {
 
 using testing::NumberedSource;
 using testing::RecordingRenderer;
@@ -256,5 +256,5 @@ TEST(Source, ListsItsPins) {
     EXPECT_EQ(source->GetPin(1), nullptr);
 }
 
-}  // namespace
+}  // namespace source_test
 }  // namespace vexcap

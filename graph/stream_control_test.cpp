@@ -6,7 +6,7 @@
 #include <limits>
 
 namespace vexcap {
-namespace {
+namespace stream_control_test {
 
 constexpr int64_t never = IAMStreamControl::never;
 
@@ -64,5 +64,5 @@ TEST(StreamControl, AStopTimeOutlivesAStart) {
     EXPECT_FALSE(control.Passes(10));
 }
 
-}  // namespace
+}  // namespace stream_control_test
 }  // namespace vexcap

@@ -9,7 +9,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
-namespace {
+namespace transform_test {
 
 using testing::AddInPlace;
 using testing::EventLog;
@@ -488,5 +488,5 @@ TEST(TransformStream, ASourceThroughAFilterStartsAndStopsManyTimes) {
     renderer->Input().Disconnect();
 }
 
-}  // namespace
+}  // namespace transform_test
 }  // namespace vexcap

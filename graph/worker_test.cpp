@@ -8,7 +8,7 @@
 #include "graph/test_filters.h"
 
 namespace vexcap {
-namespace {
+namespace worker_test {
 
 /// Runs what the test says.
 class Worker final : public CAMThread {
@@ -160,5 +160,5 @@ TEST(Worker, CommandsFromSeveralThreadsEachGetTheirOwnReply) {
     EXPECT_EQ(right, callers * turns);
 }
 
-}  // namespace
+}  // namespace worker_test
 }  // namespace vexcap

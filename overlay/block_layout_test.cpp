@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap {
-namespace {
+namespace block_layout_test {
 
 constexpr TextSize sizeOf[] = {{101, 40}, {60, 21}, {33, 30}};  // of scale bar, date, figure
 constexpr OverlayMargins margins = {3, 5, 7, 11};
@@ -87,5 +87,5 @@ TEST(BlockLayout, MarginsOfAnySizeGiveAPlaceFarAway) {
     EXPECT_EQ(laidOut(2, 4, covered).Box(BlockItem::Date).top, 200 - 21 - 16 - int64_t(INT32_MIN));
 }
 
-}  // namespace
+}  // namespace block_layout_test
 }  // namespace vexcap

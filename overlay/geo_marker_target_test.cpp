@@ -9,7 +9,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap::test {
-namespace {
+namespace geo_marker_target_test {
 
 using Kind = TargetCall::Kind;
 
@@ -182,5 +182,5 @@ TEST(GeoMarkerOnTarget, NoRecordGivesNumbersThatAreNotFinite) {
                     }
 }
 
-}  // namespace
+}  // namespace geo_marker_target_test
 }  // namespace vexcap::test

@@ -10,7 +10,7 @@
 #include "overlay/geo_marker_expected.h"
 
 namespace vexcap::test {
-namespace {
+namespace geo_marker_test {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -483,5 +483,5 @@ TEST(GeoMarkerOnSurface, ASurfaceWithoutPixelsIsLeftAlone) {
     EXPECT_EQ(surface.bytes, before);
 }
 
-}  // namespace
+}  // namespace geo_marker_test
 }  // namespace vexcap::test

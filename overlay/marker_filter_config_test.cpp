@@ -10,7 +10,7 @@
 #include "platform/fake/fake_settings.h"
 
 namespace vexcap {
-namespace {
+namespace marker_filter_config_test {
 
 using test::Frame;
 
@@ -172,5 +172,5 @@ TEST(MarkerConfig, TheEndOfAFilterSavesTheSettingsOfTheProcess) {
     settings = {};
 }
 
-}  // namespace
+}  // namespace marker_filter_config_test
 }  // namespace vexcap

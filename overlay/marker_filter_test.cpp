@@ -14,7 +14,7 @@
 #include "platform/fake/fake_text_raster.h"
 
 namespace vexcap {
-namespace {
+namespace marker_filter_test {
 
 using test::Times;
 using Picture = std::vector<std::byte>;
@@ -397,5 +397,5 @@ TEST(MarkerFilter, SettingsMayChangeWhileFramesPass) {
     EXPECT_GE(rig.kept->samples().size(), 166u);
 }
 
-}  // namespace
+}  // namespace marker_filter_test
 }  // namespace vexcap

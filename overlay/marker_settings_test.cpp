@@ -7,7 +7,7 @@
 #include "platform/fake/fake_settings.h"
 
 namespace vexcap {
-namespace {
+namespace marker_settings_test {
 
 const MarkerGeo standardGeo = {0, 255, 1, 100, 100, 100, 100, 0, 0, 0};
 const MarkerTxt standardTxt = {4, 3, 1, 0, 3, 0, 0, 65535, 0, 65535, 0, 0xFF0000};
@@ -228,5 +228,5 @@ TEST(MarkerSettings, OffsetAndAngleOfTheWatermarkAreNeverSaved) {
 
 TEST(MarkerSettings, TheProcessHasOne) { EXPECT_EQ(&markerSettings(), &markerSettings()); }
 
-}  // namespace
+}  // namespace marker_settings_test
 }  // namespace vexcap

@@ -8,7 +8,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
-namespace {
+namespace marker_test {
 
 using test::Bytes;
 using test::Clarity;
@@ -356,5 +356,5 @@ TEST(Marker, PaintsOnARenderTargetTakeNothingFromTheHeap) {
     EXPECT_EQ(target.calls, 11 * calls);
 }
 
-}  // namespace
+}  // namespace marker_test
 }  // namespace vexcap

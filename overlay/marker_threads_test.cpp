@@ -8,7 +8,7 @@
 #include "overlay/marker_rig.h"
 
 namespace vexcap {
-namespace {
+namespace marker_threads_test {
 
 using test::Bytes;
 using test::Frame;
@@ -140,5 +140,5 @@ TEST(MarkerThreads, EverySettingMayChangeAtAnyTime) {
     painter.join();
 }
 
-}  // namespace
+}  // namespace marker_threads_test
 }  // namespace vexcap

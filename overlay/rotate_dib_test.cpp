@@ -13,7 +13,7 @@
 #include "overlay/dib_testing.h"
 
 namespace vexcap::test {
-namespace {
+namespace rotate_dib_test {
 
 struct Free {
     void operator()(uint8_t* memory) const { std::free(memory); }
@@ -244,5 +244,5 @@ TEST(RotateDib, SizesAndAnglesBeyondAllReasonGiveNothing) {
     for (const float angle : {0.0f, 45.0f, 90.0f}) EXPECT_EQ(rotatedBytes(dib.data(), angle, 4), 0u);
 }
 
-}  // namespace
+}  // namespace rotate_dib_test
 }  // namespace vexcap::test

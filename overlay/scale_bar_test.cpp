@@ -9,7 +9,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {
-namespace {
+namespace scale_bar_test {
 
 using Kind = test::TargetCall::Kind;
 
@@ -279,5 +279,5 @@ TEST(ScaleBar, OnARenderTargetAPowerTextThatIsOffIsNotDrawn) {
     EXPECT_EQ(target.Of(Kind::Line)[0].width, 5) << "12 / 3, made odd";
 }
 
-}  // namespace
+}  // namespace scale_bar_test
 }  // namespace vexcap

@@ -13,7 +13,7 @@
 #include "platform/fake/fake_text_raster.h"
 
 namespace vexcap::test {
-namespace {
+namespace software_target_test {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -325,5 +325,5 @@ TEST_F(SoftwareTargets, ShowAMarkerWhereASurfaceShowsIt) {
     }
 }
 
-}  // namespace
+}  // namespace software_target_test
 }  // namespace vexcap::test

@@ -8,7 +8,7 @@
 #include "overlay/text_expected.h"
 
 namespace vexcap {
-namespace {
+namespace text_block_test {
 
 using test::Clarity;
 using test::expectOn;
@@ -372,5 +372,5 @@ TEST(TextBlock, MarginsScaleTheTextsThatAreMadeWithThem) {
     expectBurnt(rig, scene);
 }
 
-}  // namespace
+}  // namespace text_block_test
 }  // namespace vexcap

@@ -10,7 +10,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {
-namespace {
+namespace text_line_test {
 
 constexpr CivilTime moment = {2024, 2, 3, 4, 5, 6};
 
@@ -228,5 +228,5 @@ TEST(DateLine, ADateOfTheLocaleIsCutAt127) {
     EXPECT_EQ(dateLine(dates, moment, VEX_DATE_LONG).size(), 127u + 9) << "even from one that lies";
 }
 
-}  // namespace
+}  // namespace text_line_test
 }  // namespace vexcap

@@ -5,7 +5,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {
-namespace {
+namespace text_paint_test {
 
 using test::Clarity;
 using test::Frame;
@@ -286,5 +286,5 @@ TEST(TextPaint, AnEmptyFigureOrDateOfTheRenderTargetIsNotAskedFor) {
     EXPECT_TRUE(target.calls.empty());
 }
 
-}  // namespace
+}  // namespace text_paint_test
 }  // namespace vexcap

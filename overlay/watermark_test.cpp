@@ -14,7 +14,7 @@
 #include "platform/fake/recording_target.h"
 
 namespace vexcap::test {
-namespace {
+namespace watermark_test {
 
 using Kind = TargetCall::Kind;
 
@@ -501,5 +501,5 @@ TEST(Watermark, AllocatesNothingOnceItWasDrawn) {
     EXPECT_EQ(target.pictures, 101);
 }
 
-}  // namespace
+}  // namespace watermark_test
 }  // namespace vexcap::test

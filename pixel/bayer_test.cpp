@@ -10,7 +10,7 @@
 #include "pixel/kernels_testing.h"
 
 namespace vexcap {
-namespace {
+namespace bayer_test {
 
 constexpr Mosaic mosaics[] = {Mosaic::Rggb, Mosaic::Grbg, Mosaic::Gbrg, Mosaic::Bggr};
 const std::vector<uint32_t> heights = {2, 3, 5, 6};
@@ -193,5 +193,5 @@ TEST(Bayer16ToBgr48, EveryLevelAgreesWithThePlainLoop) {
             });
 }
 
-}  // namespace
+}  // namespace bayer_test
 }  // namespace vexcap

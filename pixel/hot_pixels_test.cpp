@@ -6,7 +6,7 @@
 #include <vector>
 
 namespace vexcap {
-namespace {
+namespace hot_pixels_test {
 
 using Bytes = std::vector<uint8_t>;
 using List = std::vector<HotPixel>;
@@ -178,5 +178,5 @@ TEST(MendHotPixels, WhatIsNotInsideTheFrameIsLeftOut) {
     EXPECT_EQ(frame, before);
 }
 
-}  // namespace
+}  // namespace hot_pixels_test
 }  // namespace vexcap

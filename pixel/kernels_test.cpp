@@ -12,7 +12,7 @@
 #include "pixel/kernels_testing.h"
 
 namespace vexcap {
-namespace {
+namespace kernels_test {
 
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint16_t>;
@@ -303,5 +303,5 @@ TEST(Bgr24ToBgrx32, EveryLevelAgreesWithThePlainLoop) {
         4, 3, 1, heights, [](const PixelKernels& pixels, auto... arguments) { pixels.bgr24ToBgrx32(arguments...); });
 }
 
-}  // namespace
+}  // namespace kernels_test
 }  // namespace vexcap

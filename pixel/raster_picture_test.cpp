@@ -11,7 +11,7 @@
 #include "pixel/raster_testing.h"
 
 namespace vexcap {
-namespace {
+namespace raster_picture_test {
 
 /// A picture of noise in memory that ends with its last pixel.
 class Noise {
@@ -278,5 +278,5 @@ TEST(CanvasOf, HasItsTopAtTheLastRowOfAFrame) {
     EXPECT_EQ(picture.Row(1), frame.data());
 }
 
-}  // namespace
+}  // namespace raster_picture_test
 }  // namespace vexcap

@@ -10,7 +10,7 @@
 #include "pixel/raster_testing.h"
 
 namespace vexcap {
-namespace {
+namespace raster_rows_test {
 
 using Bytes = std::vector<uint8_t>;
 constexpr size_t guard = 40, widest = 100;
@@ -129,5 +129,5 @@ TEST(Stretch, EveryLevelAgreesWithThePlainLoop) {
                     }
 }
 
-}  // namespace
+}  // namespace raster_rows_test
 }  // namespace vexcap

@@ -10,7 +10,7 @@
 #include "pixel/raster_testing.h"
 
 namespace vexcap {
-namespace {
+namespace raster_test {
 
 void plot(const Paper& paper, int64_t x, int64_t y) {
     if (x < 0 || y < 0 || x >= paper.canvas().width || y >= paper.canvas().height) return;
@@ -381,5 +381,5 @@ TEST(Shapes, DrawNothingOnACanvasWithoutPixelsOrWithAMaskWithoutAny) {
     EXPECT_TRUE(paper.isFresh());
 }
 
-}  // namespace
+}  // namespace raster_test
 }  // namespace vexcap

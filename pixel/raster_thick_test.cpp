@@ -9,7 +9,7 @@
 #include "pixel/raster_testing.h"
 
 namespace vexcap {
-namespace {
+namespace raster_thick_test {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
@@ -187,5 +187,5 @@ TEST(ThickShapes, OfTheLargestNumbersStayOnTheCanvas) {
     }
 }
 
-}  // namespace
+}  // namespace raster_thick_test
 }  // namespace vexcap

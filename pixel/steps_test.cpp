@@ -9,7 +9,7 @@
 #include "pixel/kernels_testing.h"
 
 namespace vexcap {
-namespace {
+namespace steps_test {
 
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint16_t>;
@@ -248,5 +248,5 @@ TEST(DivideSums, EveryLevelAgreesWithThePlainLoopAtEveryLength) {
     }
 }
 
-}  // namespace
+}  // namespace steps_test
 }  // namespace vexcap

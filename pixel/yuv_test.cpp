@@ -10,7 +10,7 @@
 #include "pixel/kernels_testing.h"
 
 namespace vexcap {
-namespace {
+namespace yuv_test {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -160,5 +160,5 @@ TEST(Nv12ToBgr24, EveryLevelAgreesWithThePlainLoopInBothOrdersOfRows) {
         });
 }
 
-}  // namespace
+}  // namespace yuv_test
 }  // namespace vexcap

@@ -14,7 +14,7 @@
 #include "recording/null_disk.h"
 
 namespace vexcap {
-namespace {
+namespace avi_file_test {
 
 using Kind = DiskOperation::Kind;
 using Frame = std::vector<uint8_t>;
@@ -948,5 +948,5 @@ TEST_F(RealRateTest, EachFailureIsTold) {
     EXPECT_EQ(storeRealRate(disk, path, 2000), VEX_E_BUSY);
 }
 
-}  // namespace
+}  // namespace avi_file_test
 }  // namespace vexcap

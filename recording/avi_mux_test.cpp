@@ -15,7 +15,7 @@
 #include "recording/null_disk.h"
 
 namespace vexcap {
-namespace {
+namespace avi_mux_test {
 
 using Kind = DiskOperation::Kind;
 using test::Times;
@@ -432,5 +432,5 @@ TEST(AviMux, AStopAmongFramesLeavesAWholeFileWithAllThatWereTaken) {
     }
 }
 
-}  // namespace
+}  // namespace avi_mux_test
 }  // namespace vexcap

@@ -18,7 +18,7 @@
 #include "recording/null_disk.h"
 
 namespace vexcap {
-namespace {
+namespace compressor_filter_test {
 
 using test::Times;
 
@@ -448,5 +448,5 @@ TEST(CompressorFilter, AStopAmongFramesLeavesAWholeFileWithAllThatWereTaken) {
     }
 }
 
-}  // namespace
+}  // namespace compressor_filter_test
 }  // namespace vexcap

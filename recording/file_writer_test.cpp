@@ -7,7 +7,7 @@
 #include "recording/avi_mux.h"
 
 namespace vexcap {
-namespace {
+namespace file_writer_test {
 
 constexpr uint32_t width = 6, height = 4;
 
@@ -156,5 +156,5 @@ TEST(FileWriter, IsReachedThroughAMultiplexerAndByNoSample) {
     EXPECT_EQ(rig.disk.operations().size(), 0u);
 }
 
-}  // namespace
+}  // namespace file_writer_test
 }  // namespace vexcap

@@ -7,7 +7,7 @@
 #include "platform/fake/fake_disk.h"
 
 namespace vexcap {
-namespace {
+namespace growing_file_test {
 
 using Kind = DiskOperation::Kind;
 constexpr uint64_t ahead = GrowingFile::reservedAhead;
@@ -157,5 +157,5 @@ TEST_F(GrowingFileTest, ItsEndClosesIt) {
     EXPECT_EQ(disk.count(Kind::Close), 1u);
 }
 
-}  // namespace
+}  // namespace growing_file_test
 }  // namespace vexcap

@@ -15,7 +15,7 @@
 #include "recording/avi_reader.h"
 
 namespace vexcap {
-namespace {
+namespace recording_test {
 
 class RecordingTest : public testing::Test {
 protected:
@@ -377,5 +377,5 @@ TEST_F(OverlayOfRecording, IsDrawnIntoACopyAndTheFrameOfTheSourceStays) {
     EXPECT_NE(recorded(1), picture);
 }
 
-}  // namespace
+}  // namespace recording_test
 }  // namespace vexcap

@@ -12,7 +12,7 @@
 #include "recording/null_disk.h"
 
 namespace vexcap {
-namespace {
+namespace ser_writer_test {
 
 using Kind = DiskOperation::Kind;
 using Frame = std::vector<uint8_t>;
@@ -419,5 +419,5 @@ TEST_F(SerWriterTest, NoFrameAllocates) {
     }
 }
 
-}  // namespace
+}  // namespace ser_writer_test
 }  // namespace vexcap

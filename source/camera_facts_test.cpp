@@ -5,7 +5,7 @@
 #include "platform/fake/fake_camera.h"
 
 namespace vexcap {
-namespace {
+namespace camera_facts_test {
 
 std::pair<uint32_t, uint32_t> sizeOf(FakeCamera& camera) {
     uint32_t width = 0, height = 0;
@@ -98,5 +98,5 @@ TEST(MaxFrameRate, TakesNoNoticeOfTheExposure) {
     EXPECT_EQ(maxFrameRate(&camera), 30u);
 }
 
-}  // namespace
+}  // namespace camera_facts_test
 }  // namespace vexcap

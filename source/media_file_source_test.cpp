@@ -12,7 +12,7 @@
 #include "source/source_rig.h"
 
 namespace vexcap {
-namespace {
+namespace media_file_source_test {
 
 using test::EventEar;
 using test::SampleSink;
@@ -376,5 +376,5 @@ TEST_F(PlayedFile, AFileThatBreaksTellsSo) {
     EXPECT_EQ(HRESULT(first), E_ACCESSDENIED);
 }
 
-}  // namespace
+}  // namespace media_file_source_test
 }  // namespace vexcap

@@ -13,7 +13,7 @@
 #include "source/source_rig.h"
 
 namespace vexcap {
-namespace {
+namespace src_filter_test {
 
 using test::SampleSink;
 
@@ -530,5 +530,5 @@ TEST_F(SrcFilter, FramesMayComeWhileTheGraphStartsStopsAndIsRebuilt) {
     cameraThread.join();
 }
 
-}  // namespace
+}  // namespace src_filter_test
 }  // namespace vexcap

@@ -11,7 +11,7 @@
 #include "source/source_rig.h"
 
 namespace vexcap {
-namespace {
+namespace video_capture_filter_test {
 
 using test::Arrived;
 using test::EventEar;
@@ -793,5 +793,5 @@ TEST_F(VideoCapture, TheDeviceGetsBuffersForAQuarterOfASecondAsFarAsMemoryGoes) 
     EXPECT_EQ(buffersFor(333'333, 50 << 20), 5u);
 }
 
-}  // namespace
+}  // namespace video_capture_filter_test
 }  // namespace vexcap

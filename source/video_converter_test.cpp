@@ -10,7 +10,7 @@
 #include "source/video_layout.h"
 
 namespace vexcap {
-namespace {
+namespace video_converter_test {
 
 using test::Arrived;
 using test::SampleSink;
@@ -329,5 +329,5 @@ TEST(VideoLayout, BytesOfAPicture) {
     EXPECT_EQ(bytesOf("MJPG"), 0u);
 }
 
-}  // namespace
+}  // namespace video_converter_test
 }  // namespace vexcap

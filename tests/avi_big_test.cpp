@@ -17,7 +17,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace avi_big_test {
 
 constexpr uint32_t width = 1918, height = 1080, frames = 700;
 constexpr uint64_t spareBytes = 1'000'000'000;
@@ -112,5 +112,5 @@ TEST_F(AviBig, ThreeSegmentsOfTheRealSizeAreReadByEveryProgram) {
     }
 }
 
-}  // namespace
+}  // namespace avi_big_test
 }  // namespace vexcap::test

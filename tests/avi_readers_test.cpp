@@ -14,7 +14,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace avi_readers_test {
 
 struct Movie {
     const char* name;
@@ -158,5 +158,5 @@ TEST_P(AviReaders, GstreamerFindsFramesSizeRateAndEveryPixel) {
 
 INSTANTIATE_TEST_SUITE_P(Of, AviReaders, testing::ValuesIn(movies), [](const auto& test) { return test.param.name; });
 
-}  // namespace
+}  // namespace avi_readers_test
 }  // namespace vexcap::test

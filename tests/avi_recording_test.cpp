@@ -12,7 +12,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace avi_recording_test {
 
 constexpr uint32_t width = 64, height = 48;
 constexpr size_t stride = width * 3, pictureBytes = stride * height;
@@ -303,5 +303,5 @@ TEST(AutoPath, RefusesWhatNoFileCanBeCalled) {
     EXPECT_LT(vexcap_auto_path(&rules, u".ser", path), 0);
 }
 
-}  // namespace
+}  // namespace avi_recording_test
 }  // namespace vexcap::test

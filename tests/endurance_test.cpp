@@ -20,7 +20,7 @@
 #include "tests/support/temp_dir.h"
 
 namespace vexcap::test {
-namespace {
+namespace endurance_test {
 
 // A sanitizer build takes a tenth of the rounds, since each one takes ten times as long.
 constexpr int lives = underSanitizer ? 1000 : 10000;
@@ -199,5 +199,5 @@ TEST(Endurance, DevicesLostAtAnyMomentLeaveNothingBehind) {
     expectNothingLeft(before);
 }
 
-}  // namespace
+}  // namespace endurance_test
 }  // namespace vexcap::test

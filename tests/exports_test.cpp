@@ -15,7 +15,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace exports_test {
 
 #ifdef EXPORTS_AFTER_INIT
 constexpr bool initialised = true;
@@ -418,5 +418,5 @@ TEST(Exports, StartTheEngineWithNothingAtAll) {
 }
 #endif
 
-}  // namespace
+}  // namespace exports_test
 }  // namespace vexcap::test

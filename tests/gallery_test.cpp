@@ -18,7 +18,7 @@
 #include "tests/support/png.h"
 
 namespace vexcap::test {
-namespace {
+namespace gallery_test {
 
 const std::string folder = VEXCAP_GALLERY_FOLDER;
 const std::string pictures = VEXCAP_PICTURES_FOLDER;
@@ -456,5 +456,5 @@ TEST_F(Gallery, AFrameOf4BytesShowsWhatOneOf3Does) {
     }
 }
 
-}  // namespace
+}  // namespace gallery_test
 }  // namespace vexcap::test

@@ -17,7 +17,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace hostile_test {
 
 /// The scripted library, as the engine loads it: the same path gives the same instance.
 class Scripted final {
@@ -386,5 +386,5 @@ TEST(HostileCameras, FilesThatAreNoLibrariesAreNoCameras) {
     }
 }
 
-}  // namespace
+}  // namespace hostile_test
 }  // namespace vexcap::test

@@ -7,7 +7,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace media_test {
 
 class Media : public testing::Test {
 protected:
@@ -94,5 +94,5 @@ TEST_F(Media, WhatIsNoFilmIsRefused) {
     }
 }
 
-}  // namespace
+}  // namespace media_test
 }  // namespace vexcap::test

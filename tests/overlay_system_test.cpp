@@ -12,7 +12,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::test {
-namespace {
+namespace overlay_system_test {
 
 constexpr int32_t width = 640, height = 480;
 constexpr size_t rowBytes = width * 3;
@@ -223,5 +223,5 @@ TEST(OverlaySettings, AreRememberedBelowTheRootThatTheHostGives) {
     vex_key_free(root);
 }
 
-}  // namespace
+}  // namespace overlay_system_test
 }  // namespace vexcap::test

@@ -14,7 +14,7 @@
 #include "tests/support/temp_dir.h"
 
 namespace vexcap::test {
-namespace {
+namespace readers_test {
 
 /// Mean, smallest and largest sample of one frame.
 struct Statistics {
@@ -121,5 +121,5 @@ TEST_F(Readers, FfprobeFindsTheFormatOfABayerFile) {
     EXPECT_EQ(output.text, "stream|width=2592|height=1944|pix_fmt=bayer_grbg8|nb_read_frames=3\n");
 }
 
-}  // namespace
+}  // namespace readers_test
 }  // namespace vexcap::test

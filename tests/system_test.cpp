@@ -15,7 +15,7 @@
 #include "tests/support/temp_dir.h"
 
 namespace vexcap::test {
-namespace {
+namespace system_test {
 
 constexpr Region planetRegion{800, 400, 320, 240};
 constexpr Region deepSkyRegion{2000, 1200, 320, 240};
@@ -252,5 +252,5 @@ TEST(RecordingOfAScriptedCamera, NamesEachMosaicByItsReversedRows) {
     script("");
 }
 
-}  // namespace
+}  // namespace system_test
 }  // namespace vexcap::test

@@ -5,7 +5,7 @@
 #include "wizard/wizard_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace name_dialogs_test {
 
 constexpr std::u16string_view forbidden = u"<>:\"/\\|?*";
 constexpr const char16_t* blanks = u" \t\u3000\u00A0";
@@ -256,5 +256,5 @@ TEST_F(QuickRename, ANameThatIsTooLongIsNotCutButRefusedAsPartOfAPath) {
     EXPECT_FALSE(combinePath(info));
 }
 
-}  // namespace
+}  // namespace name_dialogs_test
 }  // namespace vexcap

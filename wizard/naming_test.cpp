@@ -7,7 +7,7 @@
 #include "wizard/wizard_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace naming_test {
 
 constexpr std::u16string_view forbidden = u"<>:\"/\\|?*";
 
@@ -419,5 +419,5 @@ TEST_F(Naming, NoNameIsChangedToAvoidAFileThatExists) {
     EXPECT_TRUE(fakes.messageBox.asked.empty());
 }
 
-}  // namespace
+}  // namespace naming_test
 }  // namespace vexcap

@@ -6,7 +6,7 @@
 #include "platform/fake/fake_settings.h"
 
 namespace vexcap {
-namespace {
+namespace setting_test {
 
 struct Row {
     std::u16string_view name;
@@ -223,5 +223,5 @@ TEST_F(Setting, WithoutAKeyNothingCanBeStored) {
     EXPECT_EQ(writeText(nullptr, setting::CaptureTitle, u"moon").code(), E_UNEXPECTED);
 }
 
-}  // namespace
+}  // namespace setting_test
 }  // namespace vexcap

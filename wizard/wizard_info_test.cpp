@@ -7,7 +7,7 @@
 #include "wizard/wizard_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace wizard_info_test {
 
 constexpr const char16_t* mjpeg = u"@device:sw:{33D9A760-90C8-11D0-BD43-00A0C911CE86}\\MJPEG Compressor";
 
@@ -715,5 +715,5 @@ TEST_F(WizardInfo, WithoutCompressorsNoneIsTheFirstIndex) {
     EXPECT_EQ(info.compressorIndex, 0);
 }
 
-}  // namespace
+}  // namespace wizard_info_test
 }  // namespace vexcap

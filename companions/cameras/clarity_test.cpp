@@ -7,7 +7,7 @@
 #include "companions/cameras/frame_delivery.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace clarity_test {
 
 TEST(ClarityFactor, ASharpPictureHasMoreThanAFlatOne) {
     const uint32_t width = 6, height = 4;
@@ -31,5 +31,5 @@ TEST(ClarityFactor, ASharpPictureHasMoreThanAFlatOne) {
     EXPECT_EQ(clarityFactor(some, 16, 4, 4), 0);
 }
 
-}  // namespace
+}  // namespace clarity_test
 }  // namespace vexcap::cameras

@@ -12,7 +12,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace frame_delivery_test {
 
 // One callback as it came.
 struct Call {
@@ -520,5 +520,5 @@ TEST(FrameDelivery, StopAndSetRawCallbackWaitForARunningCallback) {
     }
 }
 
-}  // namespace
+}  // namespace frame_delivery_test
 }  // namespace vexcap::cameras

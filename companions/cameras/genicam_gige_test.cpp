@@ -26,7 +26,7 @@
 #include "tests/support/sanitizer.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace genicam_gige_test {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -402,7 +402,7 @@ bool cameraProgramIsThere() {
     return false;
 }
 
-}  // namespace
+}  // namespace genicam_gige_test
 }  // namespace vexcap::cameras
 
 int main(int argc, char** argv) {

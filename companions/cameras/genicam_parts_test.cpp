@@ -10,7 +10,7 @@
 #include "companions/cameras/genicam_provider.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace genicam_parts_test {
 
 TEST(GenicamNames, AnIdentifierThatFitsIsTheIdItself) {
     EXPECT_EQ(genicamIdentifier("Aravis-Fake-GV01"), u"genicam:Aravis-Fake-GV01");
@@ -243,5 +243,5 @@ TEST(GainMap, OtherGainsCountTheirSteps) {
     EXPECT_DOUBLE_EQ(real.fromPercent(105), 1.5);
 }
 
-}  // namespace
+}  // namespace genicam_parts_test
 }  // namespace vexcap::cameras

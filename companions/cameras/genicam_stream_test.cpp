@@ -5,7 +5,7 @@
 #include "companions/cameras/genicam_fake_camera.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace genicam_stream_test {
 
 TEST_F(GenicamCameraTest, PauseHoldsTheStreamAndItGoesOnWithoutAGap) {
     open();
@@ -162,5 +162,5 @@ TEST_F(GenicamCameraTest, ItsThreadsTakeNoSignals) {
     EXPECT_TRUE(masks.blocked);
 }
 
-}  // namespace
+}  // namespace genicam_stream_test
 }  // namespace vexcap::cameras

@@ -8,7 +8,7 @@
 #include "companions/cameras/provider.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace genicam_test {
 
 struct FormatRow {
     ArvPixelFormat format;
@@ -373,5 +373,5 @@ TEST_F(GenicamProviderTest, ClosedCamerasAnswerThroughWhatIsStillHeld) {
     EXPECT_EQ(controls->Release(), 0u);
 }
 
-}  // namespace
+}  // namespace genicam_test
 }  // namespace vexcap::cameras

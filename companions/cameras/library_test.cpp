@@ -11,7 +11,7 @@
 
 #include <dlfcn.h>
 
-namespace {
+namespace library_test {
 
 struct Closer {
     void operator()(void* library) const { dlclose(library); }
@@ -99,4 +99,4 @@ TEST_F(CameraLibrary, NothingElseIsExported) {
     }
 }
 
-}  // namespace
+}  // namespace library_test

@@ -9,7 +9,7 @@
 #include "companions/cameras/noise.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace scene_test {
 
 constexpr SceneName allScenes[] = {SceneName::Cell, SceneName::Hubble, SceneName::Ihc, SceneName::Moon};
 constexpr Mosaic allMosaics[] = {Mosaic::Rggb, Mosaic::Grbg, Mosaic::Gbrg, Mosaic::Bggr};
@@ -160,5 +160,5 @@ TEST(Noise, StirredKeysDiffer) {
     }
 }
 
-}  // namespace
+}  // namespace scene_test
 }  // namespace vexcap::cameras

@@ -14,7 +14,7 @@
 #include "companions/cameras/simulated_probe.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace simulated_camera_test {
 
 double meanOf(const SeenFrame& frame) {
     double sum = 0;
@@ -512,5 +512,5 @@ TEST(SimulatedCamera, SignalsAreNotForItsThread) {
     sigaction(SIGUSR1, &before, nullptr);
 }
 
-}  // namespace
+}  // namespace simulated_camera_test
 }  // namespace vexcap::cameras

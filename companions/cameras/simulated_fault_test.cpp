@@ -6,7 +6,7 @@
 #include "companions/cameras/simulated_probe.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace simulated_fault_test {
 
 uint32_t stateOf(Probe& probe) {
     uint32_t state = 99;
@@ -134,5 +134,5 @@ TEST(SimulatedFault, StopEndsALongExposureAtOnce) {
     EXPECT_TRUE(probe.frames.empty());
 }
 
-}  // namespace
+}  // namespace simulated_fault_test
 }  // namespace vexcap::cameras

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cameras {
-namespace {
+namespace simulated_options_test {
 
 TEST(SimulatedOptions, EveryModelIsKnownByItsIdentifier) {
     ASSERT_EQ(simulatedModels().size(), 4u);
@@ -69,5 +69,5 @@ TEST(SimulatedOptions, WhatIsUnknownOrMalformedIsRefused) {
         EXPECT_FALSE(parseSimulatedOptions(text)) << std::string(text, text + std::char_traits<char16_t>::length(text));
 }
 
-}  // namespace
+}  // namespace simulated_options_test
 }  // namespace vexcap::cameras

@@ -8,7 +8,7 @@
 #include "companions/cameras/provider.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace simulated_provider_test {
 
 TEST(SimulatedProvider, ListsItsModelsUnlessItIsSwitchedOff) {
     std::vector<vex_camera_entry> entries;
@@ -37,5 +37,5 @@ TEST(SimulatedProvider, ListsItsModelsUnlessItIsSwitchedOff) {
     ASSERT_EQ(unsetenv("VEXCAP_SIMULATED"), 0);
 }
 
-}  // namespace
+}  // namespace simulated_provider_test
 }  // namespace vexcap::cameras

@@ -11,7 +11,7 @@
 #include "platform/fake/allocations.h"
 
 namespace vexcap::cameras {
-namespace {
+namespace simulated_sensor_test {
 
 constexpr uint32_t depths[] = {8, 12};
 constexpr uint32_t factors[] = {1, 2, 4};
@@ -323,5 +323,5 @@ TEST(SimulatedSettings, AFrameTakesAsLongAsItsExposureReadoutAndLimit) {
     EXPECT_EQ(settings.PeriodNanoseconds(), 80'000'000u);
 }
 
-}  // namespace
+}  // namespace simulated_sensor_test
 }  // namespace vexcap::cameras

@@ -9,7 +9,7 @@
 #include "base/text.h"
 
 namespace vexcap::i18n {
-namespace {
+namespace catalogue_test {
 
 using namespace std::string_literals;
 
@@ -158,5 +158,5 @@ TEST(Catalogue, NumbersThatPointBeyondTheFileAreNotFollowed) {
         }
 }
 
-}  // namespace
+}  // namespace catalogue_test
 }  // namespace vexcap::i18n

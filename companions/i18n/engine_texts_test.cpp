@@ -7,7 +7,7 @@
 #include "companions/i18n/test_locales.h"
 
 namespace vexcap::i18n {
-namespace {
+namespace engine_texts_test {
 
 /// What stands on standard error after a recording was started without a camera.
 std::string boxOfAFailedStart() {
@@ -39,5 +39,5 @@ TEST(EngineTexts, AnErrorBoxIsInTheLanguageOfTheUser) {
               "und beschreibbar ist und genug Platz hat.\nhr = 0x80004005 (Unspecified failure).\n");
 }
 
-}  // namespace
+}  // namespace engine_texts_test
 }  // namespace vexcap::i18n

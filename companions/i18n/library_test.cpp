@@ -10,7 +10,7 @@
 #include "companions/i18n/test_locales.h"
 
 namespace vexcap::i18n {
-namespace {
+namespace library_test {
 
 namespace fs = std::filesystem;
 
@@ -134,5 +134,5 @@ TEST_F(StringLibrary, TheEnvironmentCanNameAnotherFolderOfCatalogues) {
     EXPECT_EQ(std::u16string(functions.translated("ids_yes")), u"Ja");
 }
 
-}  // namespace
+}  // namespace library_test
 }  // namespace vexcap::i18n

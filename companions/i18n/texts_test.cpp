@@ -11,7 +11,7 @@
 #include "base/text.h"
 
 namespace vexcap::i18n {
-namespace {
+namespace texts_test {
 
 TEST(Texts, EachIsOfAKeyOrOfADialog) {
     ASSERT_FALSE(allTexts().empty());
@@ -80,5 +80,5 @@ TEST(Texts, WhatIsNotInTheTableHasNone) {
     EXPECT_EQ(findText("IDD_NOBODY", 0), nullptr);
 }
 
-}  // namespace
+}  // namespace texts_test
 }  // namespace vexcap::i18n

@@ -13,7 +13,7 @@
 #include "companions/i18n/test_locales.h"
 
 namespace vexcap::i18n {
-namespace {
+namespace translator_test {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
@@ -211,5 +211,5 @@ TEST_F(TranslatorTest, AnyThreadMayAskWhileAnotherChangesTheLanguage) {
     for (std::thread& thread : threads) thread.join();
 }
 
-}  // namespace
+}  // namespace translator_test
 }  // namespace vexcap::i18n

@@ -3,7 +3,7 @@
 #include "engine/state/engine_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace engine_state_test {
 
 /// What the scripted libraries were asked.
 struct Asked {
@@ -418,5 +418,5 @@ TEST_F(EngineStateTest, ATextIsItsKeyWithoutAStringLibraryThatKnowsIt) {
     init();
 }
 
-}  // namespace
+}  // namespace engine_state_test
 }  // namespace vexcap

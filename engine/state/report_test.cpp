@@ -3,7 +3,7 @@
 #include "engine/state/engine_fixture.h"
 
 namespace vexcap {
-namespace {
+namespace report_test {
 
 class ReportErrorTest : public EngineFixture {
 protected:
@@ -66,5 +66,5 @@ TEST_F(ReportErrorTest, ALongTextIsCutAt2047) {
     EXPECT_EQ(report(std::u16string(5000, u'x'), S_OK), std::u16string(2047, u'x'));
 }
 
-}  // namespace
+}  // namespace report_test
 }  // namespace vexcap

@@ -5,7 +5,7 @@
 #include <set>
 
 namespace vexcap::cli {
-namespace {
+namespace auto_name_test {
 
 /// Gives one path after the other, the last one again and again.
 struct Paths {
@@ -36,5 +36,5 @@ TEST(FirstFree, APathThatStaysTheSameIsGivenThoughItIsTaken) {
     EXPECT_EQ(paths.asked, 3u);
 }
 
-}  // namespace
+}  // namespace auto_name_test
 }  // namespace vexcap::cli

@@ -10,7 +10,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace dark_folder_test {
 
 namespace fs = std::filesystem;
 
@@ -150,5 +150,5 @@ TEST_F(DarkFolderTest, ACopyThatFailsLeavesTheOldFile) {
     EXPECT_EQ(std::distance(fs::directory_iterator(base), {}), 1);
 }
 
-}  // namespace
+}  // namespace dark_folder_test
 }  // namespace vexcap::cli

@@ -5,7 +5,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace device_match_test {
 
 const Device planet = {"Planet camera", "sim-planet"};
 const Device planetFast = {"Planet camera fast", "sim-fast"};
@@ -119,5 +119,5 @@ TEST(CodecMatch, WhatFitsSeveralIsRefusedWithThose) {
     EXPECT_EQ(codecRefusal("uffyuv"), "\"uffyuv\" fits several compressors:\n  HuffYUV\n  FFmpeg HuffYUV");
 }
 
-}  // namespace
+}  // namespace device_match_test
 }  // namespace vexcap::cli

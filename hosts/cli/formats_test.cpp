@@ -5,7 +5,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace formats_test {
 
 constexpr uint32_t fourcc(const char (&code)[5]) {
     return uint32_t(code[0]) | uint32_t(code[1]) << 8 | uint32_t(code[2]) << 16 | uint32_t(code[3]) << 24;
@@ -112,5 +112,5 @@ TEST(FormatChoice, OneThatIsNotOfferedIsRefusedWithTheList) {
     }
 }
 
-}  // namespace
+}  // namespace formats_test
 }  // namespace vexcap::cli

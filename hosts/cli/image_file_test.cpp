@@ -14,7 +14,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace image_file_test {
 
 namespace fs = std::filesystem;
 
@@ -357,5 +357,5 @@ TEST(ImageNotes, ExposuresAreSecondsWithoutZerosAtTheEnd) {
     EXPECT_EQ(exposureText(0), "0 s");
 }
 
-}  // namespace
+}  // namespace image_file_test
 }  // namespace vexcap::cli

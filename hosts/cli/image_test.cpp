@@ -6,7 +6,7 @@
 #include <cstring>
 
 namespace vexcap::cli {
-namespace {
+namespace image_test {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -110,5 +110,5 @@ TEST(Image, ABitmapIsWhatAGrabIs) {
     EXPECT_EQ(made, bitmap);
 }
 
-}  // namespace
+}  // namespace image_test
 }  // namespace vexcap::cli

@@ -5,7 +5,7 @@
 #include <cmath>
 
 namespace vexcap::cli {
-namespace {
+namespace json_test {
 
 TEST(Json, EscapesQuotesBackslashesAndControlCharacters) {
     EXPECT_EQ(jsonString("a\"b\\c"), "\"a\\\"b\\\\c\"");
@@ -43,5 +43,5 @@ TEST(Json, TheLargestNumberIsWhole) {
     EXPECT_TRUE(line.ends_with(".000}")) << line;
 }
 
-}  // namespace
+}  // namespace json_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include "hosts/cli/options_testing.h"
 
 namespace vexcap::cli {
-namespace {
+namespace options_test {
 
 TEST(Options, RecordTakesAllItsSettings) {
     const Options options =
@@ -355,5 +355,5 @@ TEST(Region, TakesFourEvenNumbersOnly) {
         EXPECT_FALSE(parseRegion(wrong)) << wrong;
 }
 
-}  // namespace
+}  // namespace options_test
 }  // namespace vexcap::cli

@@ -11,7 +11,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace output_file_test {
 
 namespace fs = std::filesystem;
 
@@ -84,5 +84,5 @@ TEST(OutputFileWithoutDirectory, IsInTheWorkingDirectory) {
     EXPECT_NO_THROW(checkOutputFile("a-name-that-is-not-there.ser", false));
 }
 
-}  // namespace
+}  // namespace output_file_test
 }  // namespace vexcap::cli

@@ -1,7 +1,7 @@
 #include "hosts/cli/options_testing.h"
 
 namespace vexcap::cli {
-namespace {
+namespace overlay_options_test {
 
 using Arguments = std::vector<const char*>;
 
@@ -182,5 +182,5 @@ TEST(OverlayOptions, ACompressedRecordingHasNoWatermarkAndAllTheRest) {
     EXPECT_EQ(parsed(with(record, {"--watermark", "a.png"})).overlay.watermark.file, "a.png");
 }
 
-}  // namespace
+}  // namespace overlay_options_test
 }  // namespace vexcap::cli

@@ -5,7 +5,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace overlay_test {
 
 Overlay barOf(double micrometres, double pixelSize) {
     Overlay overlay;
@@ -123,5 +123,5 @@ TEST(BarText, HasTheUnitThatSuitsIt) {
     EXPECT_EQ(barText(0.001), "1 nm");
 }
 
-}  // namespace
+}  // namespace overlay_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace picture_result_test {
 
 Image imageOf(uint32_t channels, uint32_t depth, const char* mosaic) {
     Image image;
@@ -35,5 +35,5 @@ TEST(PictureResult, AnObjectTellsAllThatIsKnown) {
                   time + R"(","device":"c","exposure":5000,"gain":150,"pixelSize":0.345})");
 }
 
-}  // namespace
+}  // namespace picture_result_test
 }  // namespace vexcap::cli

@@ -5,7 +5,7 @@
 #include "hosts/cli/failure.h"
 
 namespace vexcap::cli {
-namespace {
+namespace picture_test {
 
 const Device camera = {"Planet camera", "sim-planet", VEX_KIND_CAMERA};
 const Device webcam = {"Webcam", "@device:v4l2:usb#1", VEX_KIND_VIDEO_INPUT};
@@ -63,5 +63,5 @@ TEST(Abilities, WithoutWishesNothingIsRefused) {
     EXPECT_EQ(refusal(webcam, [](Options&) {}), "");
 }
 
-}  // namespace
+}  // namespace picture_test
 }  // namespace vexcap::cli

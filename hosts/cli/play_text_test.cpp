@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace play_text_test {
 
 const PlayedFile file = {.path = "a.avi", .size = {640, 480}, .duration = 64.5, .seekable = true};
 
@@ -38,5 +38,5 @@ TEST(PlayText, TellsWhetherTheEndWasReached) {
     EXPECT_NE(endJson(file, PlayEnd::Limit, 3).find(R"("end":"limit")"), std::string::npos);
 }
 
-}  // namespace
+}  // namespace play_text_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace progress_test {
 
 Progress halfway() {
     return {.elapsed = 5,
@@ -118,5 +118,5 @@ TEST(RateMeter, MeasuresTheLastTwoSeconds) {
     EXPECT_NEAR(progress.bytesPerSecond, 10'000, 10);
 }
 
-}  // namespace
+}  // namespace progress_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace result_text_test {
 
 TEST(ResultText, AFailureThatAUserCanMendHasWords) {
     EXPECT_EQ(resultText(VEX_E_DISK_FULL), "the disk is full");
@@ -14,5 +14,5 @@ TEST(ResultText, AFailureThatAUserCanMendHasWords) {
 
 TEST(ResultText, AnyOtherHasItsNumber) { EXPECT_EQ(resultText(E_FAIL), "error 0x80004005"); }
 
-}  // namespace
+}  // namespace result_text_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace session_test {
 
 TEST(StallWatch, NoFrameForLongerThanItsTimeIsAStall) {
     StallWatch watch(10);
@@ -21,5 +21,5 @@ TEST(StallWatch, EachFrameStartsTheTimeAnew) {
     EXPECT_FALSE(watch.Stalled(7, 20));
 }
 
-}  // namespace
+}  // namespace session_test
 }  // namespace vexcap::cli

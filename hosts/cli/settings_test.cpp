@@ -6,7 +6,7 @@
 #include "hosts/cli/text.h"
 
 namespace vexcap::cli {
-namespace {
+namespace settings_test {
 
 std::string nameOf(const SettingArgument& argument) { return toUtf8(argument.setting->name); }
 
@@ -71,5 +71,5 @@ TEST(Setting, JsonTellsValueAndLimits) {
               R"({"type":"setting","name":"CaptureTitle","value":"M \"31\"","mostCharacters":128,"stored":false})");
 }
 
-}  // namespace
+}  // namespace settings_test
 }  // namespace vexcap::cli

@@ -8,7 +8,7 @@
 #include "hosts/cli/exit_code.h"
 
 namespace vexcap::cli {
-namespace {
+namespace signals_test {
 
 bool becomesReadable(int descriptor) {
     pollfd one = {descriptor, POLLIN, 0};
@@ -66,5 +66,5 @@ TEST(Signals, AReaderThatWentAwayIsNoSignal) {
     close(ends[1]);
 }
 
-}  // namespace
+}  // namespace signals_test
 }  // namespace vexcap::cli

@@ -1,7 +1,7 @@
 #include "hosts/cli/options_testing.h"
 
 namespace vexcap::cli {
-namespace {
+namespace snap_options_test {
 
 TEST(SnapOptions, APictureOfADeviceGoesToAFile) {
     const Options options = parsed({"snap", "-d", "cam", "-o", "a.PNG"});
@@ -79,5 +79,5 @@ TEST(ViewOptions, APaintOfThePreviewGoesToAFile) {
     refusal({"view", "-d", "0", "--snapshot", "a.png", "--still", "1"});
 }
 
-}  // namespace
+}  // namespace snap_options_test
 }  // namespace vexcap::cli

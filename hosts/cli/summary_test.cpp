@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace summary_test {
 
 RecordingResult good() {
     RecordingResult result;
@@ -112,5 +112,5 @@ TEST(Summary, JsonHasTheSameNumbers) {
         R"("framesPerSecond":60.000,"exit":4})");
 }
 
-}  // namespace
+}  // namespace summary_test
 }  // namespace vexcap::cli

@@ -6,7 +6,7 @@
 #include <fstream>
 
 namespace vexcap::cli {
-namespace {
+namespace temporary_settings_test {
 
 namespace fs = std::filesystem;
 
@@ -30,5 +30,5 @@ TEST(TemporarySettings, OneThatWasNeverMadeLeavesEverythingAlone) {
     EXPECT_TRUE(settings.Directory().empty());
 }
 
-}  // namespace
+}  // namespace temporary_settings_test
 }  // namespace vexcap::cli

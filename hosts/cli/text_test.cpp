@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace text_test {
 
 TEST(Text, GoesToUtf16AndBackUnchanged) {
     const std::string text = "plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x94\xAD";
@@ -40,5 +40,5 @@ TEST(Text, AFileNameCannotHaveNineCharacters) {
 
 TEST(Text, LowerCaseTouchesAsciiLettersOnly) { EXPECT_EQ(lowerCase("AbZ[\xC3\x89]9"), "abz[\xC3\x89]9"); }
 
-}  // namespace
+}  // namespace text_test
 }  // namespace vexcap::cli

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap::cli {
-namespace {
+namespace verify_text_test {
 
 FileReport ser() {
     FileReport report;
@@ -104,5 +104,5 @@ TEST(VerifyText, ATimeBefore1970IsOne) {
     EXPECT_EQ(timeText(-62'135'596'800'000), "0001-01-01 00:00:00.000 UTC");
 }
 
-}  // namespace
+}  // namespace verify_text_test
 }  // namespace vexcap::cli

@@ -5,7 +5,7 @@
 #include "platform/fake/file_contract.h"
 
 namespace vexcap::test {
-namespace {
+namespace fake_disk_test {
 
 using Kind = DiskOperation::Kind;
 
@@ -109,5 +109,5 @@ TEST(FakeDisk, ItsFilesOutliveIt) {
     EXPECT_EQ(file->Size().value(), 3u);
 }
 
-}  // namespace
+}  // namespace fake_disk_test
 }  // namespace vexcap::test

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap {
-namespace {
+namespace fake_loader_test {
 
 int seven() { return 7; }
 
@@ -50,5 +50,5 @@ TEST(FakeLoader, AHiddenLibraryStaysGoodForThoseWhoHaveIt) {
     EXPECT_EQ(loader.Symbol(library, "seven"), symbolOf(&seven));
 }
 
-}  // namespace
+}  // namespace fake_loader_test
 }  // namespace vexcap

@@ -3,7 +3,7 @@
 #include "platform/fake/settings_contract.h"
 
 namespace vexcap::test {
-namespace {
+namespace fake_settings_test {
 
 struct FakeHarness {
     ISettings& settings() { return fake; }
@@ -24,5 +24,5 @@ TEST(FakeSettings, FailsWhenItIsTold) {
     EXPECT_EQ(fake.CreateKey(fake.root(), u"a").code(), E_ACCESSDENIED);
 }
 
-}  // namespace
+}  // namespace fake_settings_test
 }  // namespace vexcap::test

@@ -10,7 +10,7 @@
 #include "recording/avi_file.h"
 
 namespace vexcap::ffmpeg {
-namespace {
+namespace compressor_test {
 
 using test::Picture;
 
@@ -291,5 +291,5 @@ TEST(Compressors, OtherNamesAndSettingsAreRefused) {
         EXPECT_EQ(openCompressor(mjpeg, {.width = 64, .height = 48, .quality = quality}).code(), E_INVALIDARG);
 }
 
-}  // namespace
+}  // namespace compressor_test
 }  // namespace vexcap::ffmpeg

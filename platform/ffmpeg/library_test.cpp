@@ -7,7 +7,7 @@
 #include "platform/linux/media_plugin.h"
 
 namespace vexcap {
-namespace {
+namespace library_test {
 
 struct Library {
     Library() : handle(dlopen(VEXCAP_MEDIA_PATH, RTLD_NOW | RTLD_LOCAL)) {
@@ -60,5 +60,5 @@ TEST(MediaLibrary, NothingElseIsExported) {
     }
 }
 
-}  // namespace
+}  // namespace library_test
 }  // namespace vexcap

@@ -16,7 +16,7 @@
 #include "recording/ser_writer.h"
 
 namespace vexcap::ffmpeg {
-namespace {
+namespace media_file_test {
 
 using test::Picture;
 using vexcap::test::shell;
@@ -456,5 +456,5 @@ TEST_F(MediaFile, AShortBufferLosesNoPicture) {
     EXPECT_EQ(numbersOf(test::readAll(*reader)), upTo(3));
 }
 
-}  // namespace
+}  // namespace media_file_test
 }  // namespace vexcap::ffmpeg

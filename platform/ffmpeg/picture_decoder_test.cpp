@@ -7,7 +7,7 @@
 #include "platform/ffmpeg/media_test_support.h"
 
 namespace vexcap::ffmpeg {
-namespace {
+namespace picture_decoder_test {
 
 using test::Picture;
 using Jpeg = std::vector<std::byte>;
@@ -154,5 +154,5 @@ TEST(PictureDecoder, RefusesOtherCodesAndSizes) {
         EXPECT_EQ(openPictureDecoder(fourcc("MJPG"), width, height).code(), E_INVALIDARG);
 }
 
-}  // namespace
+}  // namespace picture_decoder_test
 }  // namespace vexcap::ffmpeg

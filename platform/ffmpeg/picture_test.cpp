@@ -9,7 +9,7 @@
 #include "platform/ffmpeg/media_test_support.h"
 
 namespace vexcap::ffmpeg {
-namespace {
+namespace picture_test {
 
 using test::Picture;
 
@@ -208,5 +208,5 @@ TEST(PictureMaker, AFormatThatCannotBeConvertedIsAFailureAndTheNextFrameIsMade) 
     EXPECT_TRUE(maker.Make(*greyFrame(32, 8, AV_PIX_FMT_GRAY8), picture.bytes).ok());
 }
 
-}  // namespace
+}  // namespace picture_test
 }  // namespace vexcap::ffmpeg

@@ -6,7 +6,7 @@
 #include <ctime>
 
 namespace vexcap {
-namespace {
+namespace clock_test {
 
 constexpr uint64_t ticksPerSecond = 10'000'000;
 
@@ -46,5 +46,5 @@ TEST(LinuxClock, LocalTimeIsAheadByTheZonesOffset) {
     tzset();
 }
 
-}  // namespace
+}  // namespace clock_test
 }  // namespace vexcap

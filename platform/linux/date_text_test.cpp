@@ -15,7 +15,7 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 extern "C" const char* __lsan_default_suppressions() { return "leak:argz_\n"; }
 
 namespace vexcap {
-namespace {
+namespace date_text_test {
 
 constexpr CivilTime monday = {2006, 11, 27, 12, 45, 56};
 constexpr CivilTime inMarch = {2007, 3, 5, 0, 0, 0};
@@ -178,5 +178,5 @@ TEST_F(DateTextTest, AnyThreadMayAsk) {
     for (std::thread& thread : threads) thread.join();
 }
 
-}  // namespace
+}  // namespace date_text_test
 }  // namespace vexcap

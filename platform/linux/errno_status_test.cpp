@@ -5,7 +5,7 @@
 #include <cerrno>
 
 namespace vexcap {
-namespace {
+namespace errno_status_test {
 
 TEST(ErrnoStatus, EveryNumberHasItsCode) {
     const struct {
@@ -56,5 +56,5 @@ TEST(ErrnoStatus, ACodeStandsForItsMainNumber) {
     EXPECT_EQ(errnoFromStatus(S_OK), 0);
 }
 
-}  // namespace
+}  // namespace errno_status_test
 }  // namespace vexcap

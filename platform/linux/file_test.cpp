@@ -15,7 +15,7 @@
 #include "platform/fake/file_contract.h"
 
 namespace vexcap::test {
-namespace {
+namespace file_test {
 
 namespace fs = std::filesystem;
 
@@ -165,5 +165,5 @@ TEST_F(LinuxFileTest, ADeviceThatIsFullIsAFullDisk) {
     EXPECT_EQ(full.WriteGathered(0, pieces), VEX_E_DISK_FULL);
 }
 
-}  // namespace
+}  // namespace file_test
 }  // namespace vexcap::test

@@ -10,7 +10,7 @@
 #include "platform/linux/system_fixture.h"
 
 namespace vexcap::test {
-namespace {
+namespace folders_test {
 
 class FoldersTest : public testing::Test {
 protected:
@@ -239,5 +239,5 @@ TEST_F(FoldersTest, FoldersOfOthersAreWalkedThrough) {
     EXPECT_TRUE(fs::is_directory(home / "shared/mine/a/b"));
 }
 
-}  // namespace
+}  // namespace folders_test
 }  // namespace vexcap::test

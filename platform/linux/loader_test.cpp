@@ -6,7 +6,7 @@
 #include "platform/system_info.h"
 
 namespace vexcap {
-namespace {
+namespace loader_test {
 
 TEST(LinuxLoader, BindsAFunctionOfALibraryByName) {
     LinuxLoader loader;
@@ -72,5 +72,5 @@ TEST(LinuxLoader, TheLocaleNameNeedsRoomForAllOfIt) {
     EXPECT_EQ(name(nullptr, 0), 0);
 }
 
-}  // namespace
+}  // namespace loader_test
 }  // namespace vexcap

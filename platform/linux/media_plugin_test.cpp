@@ -8,7 +8,7 @@
 #include "platform/fake/fake_loader.h"
 
 namespace vexcap {
-namespace {
+namespace media_plugin_test {
 
 struct OneCompressor final : IMedia {
     std::vector<Compressor> Compressors() override { return {{u"display", u"friendly"}}; }
@@ -86,5 +86,5 @@ TEST(MediaPlugin, ALibraryWithoutTheFunctionIsLetGo) {
     EXPECT_EQ(loader.loaded(u"libvexcap-media.so.1"), 0);
 }
 
-}  // namespace
+}  // namespace media_plugin_test
 }  // namespace vexcap

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap {
-namespace {
+namespace message_box_test {
 
 TEST(ConsoleMessageBox, WritesTitleAndLinesToTheErrorOutput) {
     testing::internal::CaptureStderr();
@@ -27,5 +27,5 @@ TEST(ConsoleMessageBox, DescribesOurCodesAndTheSystems) {
     EXPECT_EQ(box.Describe(VEX_RESULT(0xC0001234u)), u"");
 }
 
-}  // namespace
+}  // namespace message_box_test
 }  // namespace vexcap

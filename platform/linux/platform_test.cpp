@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace vexcap {
-namespace {
+namespace platform_test {
 
 TEST(LinuxPlatform, IsOneSetPerProcess) { EXPECT_EQ(&linuxPlatform(), &linuxPlatform()); }
 
@@ -26,5 +26,5 @@ TEST(LinuxPlatform, TellsDates) {
     EXPECT_GT(linuxPlatform().dates.ShortDate({2006, 11, 27, 0, 0, 0}, text), 0u);
 }
 
-}  // namespace
+}  // namespace platform_test
 }  // namespace vexcap

@@ -9,7 +9,7 @@
 #include "platform/linux/clock.h"
 
 namespace vexcap {
-namespace {
+namespace queue_window_test {
 
 class QueueWindowTest : public testing::Test {
 protected:
@@ -185,5 +185,5 @@ TEST_F(QueueWindowTest, NullIsRefused) {
     vex_window_queue_free(nullptr);
 }
 
-}  // namespace
+}  // namespace queue_window_test
 }  // namespace vexcap

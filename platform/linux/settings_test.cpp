@@ -23,7 +23,7 @@
 #include "platform/linux/unique_fd.h"
 
 namespace vexcap::test {
-namespace {
+namespace settings_test {
 
 constexpr std::u16string_view keyPath = u"SOFTWARE\\Firm\\Product\\vexcap";
 
@@ -532,5 +532,5 @@ TEST(VexKeyUser, FollowsTheBaseDirectoryRules) {
     EXPECT_EQ(keyOf("", "relative"), "none");
 }
 
-}  // namespace
+}  // namespace settings_test
 }  // namespace vexcap::test

@@ -6,7 +6,7 @@
 #include <vector>
 
 namespace vexcap {
-namespace {
+namespace settings_text_test {
 
 std::string repeated(std::string_view text, size_t count) {
     std::string all;
@@ -280,5 +280,5 @@ TEST(SettingsText, ANewFileIsSettings) {
     EXPECT_EQ(withValue(newSettings, "a", 1u), std::string(newSettings) + "a = 1\n");
 }
 
-}  // namespace
+}  // namespace settings_text_test
 }  // namespace vexcap

@@ -9,7 +9,7 @@
 #include "platform/fake/fake_text_raster.h"
 
 namespace vexcap {
-namespace {
+namespace text_plugin_test {
 
 std::atomic<int> asked = 0;
 ITextRaster* plugin(uint32_t version) {
@@ -81,5 +81,5 @@ TEST(TextPlugin, ALibraryWithoutTheFunctionIsLetGo) {
     EXPECT_EQ(loader.loaded(u"libvexcap-text.so.1"), 0);
 }
 
-}  // namespace
+}  // namespace text_plugin_test
 }  // namespace vexcap

@@ -11,7 +11,7 @@
 #include "platform/linux/v4l2_script.h"
 
 namespace vexcap {
-namespace {
+namespace v4l2_device_test {
 
 using test::ScriptedV4l2;
 
@@ -714,5 +714,5 @@ TEST_F(V4l2DeviceTest, ControlsArePutAndRead) {
     EXPECT_EQ(device->PutControl(V4L2_CID_BRIGHTNESS, 1).code(), VEX_E_BUSY);
 }
 
-}  // namespace
+}  // namespace v4l2_device_test
 }  // namespace vexcap

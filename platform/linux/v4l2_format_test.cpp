@@ -7,7 +7,7 @@
 #include "base/dib.h"
 
 namespace vexcap {
-namespace {
+namespace v4l2_format_test {
 
 v4l2_pix_format told(uint32_t pixelFormat, uint32_t width, uint32_t height, uint32_t stride, uint32_t bytes) {
     v4l2_pix_format format = {};
@@ -103,5 +103,5 @@ TEST(V4l2Format, IntervalsAreRoundedAndNonsenseIsNoTime) {
     EXPECT_EQ(v4l2Interval({1, UINT32_MAX}), 0);
 }
 
-}  // namespace
+}  // namespace v4l2_format_test
 }  // namespace vexcap

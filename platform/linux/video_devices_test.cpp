@@ -5,7 +5,7 @@
 #include "platform/linux/v4l2_script.h"
 
 namespace vexcap {
-namespace {
+namespace video_devices_test {
 
 using test::ScriptedV4l2;
 
@@ -146,5 +146,5 @@ TEST(V4l2Calls, TheSystemsOwnAnswerWithItsErrorNumbers) {
     EXPECT_EQ(V4l2Node::open(system, "/dev/no-such-node").code(), VEX_E_FILE_NOT_FOUND);
 }
 
-}  // namespace
+}  // namespace video_devices_test
 }  // namespace vexcap

@@ -10,7 +10,7 @@
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap::pango {
-namespace {
+namespace figures_test {
 
 using test::Drawing;
 using test::drawn;
@@ -126,5 +126,5 @@ TEST_F(FiguresTest, OfManyFontsTakeNoMemoryWhileTheyAreKept) {
     EXPECT_GT(allocations(), later);
 }
 
-}  // namespace
+}  // namespace figures_test
 }  // namespace vexcap::pango

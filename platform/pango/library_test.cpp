@@ -8,7 +8,7 @@
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap {
-namespace {
+namespace library_test {
 
 struct Library {
     Library() : handle(dlopen(VEXCAP_TEXT_PATH, RTLD_NOW | RTLD_LOCAL)) {
@@ -55,5 +55,5 @@ TEST(TextLibrary, NothingElseIsExported) {
     }
 }
 
-}  // namespace
+}  // namespace library_test
 }  // namespace vexcap

@@ -5,7 +5,7 @@
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap::pango {
-namespace {
+namespace no_fonts_test {
 
 TEST(WithoutFonts, NothingIsDrawnAndNothingComplains) {
     testing::internal::CaptureStderr();
@@ -20,5 +20,5 @@ TEST(WithoutFonts, NothingIsDrawnAndNothingComplains) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-}  // namespace
+}  // namespace no_fonts_test
 }  // namespace vexcap::pango

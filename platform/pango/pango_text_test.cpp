@@ -8,7 +8,7 @@
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap::pango {
-namespace {
+namespace pango_text_test {
 
 using test::Drawing;
 using test::drawn;
@@ -203,5 +203,5 @@ TEST_F(PangoTextTest, AnyThreadMayAsk) {
     for (std::thread& thread : threads) thread.join();
 }
 
-}  // namespace
+}  // namespace pango_text_test
 }  // namespace vexcap::pango

@@ -5,7 +5,7 @@
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap::pango {
-namespace {
+namespace scripts_test {
 
 using test::Drawing;
 using test::drawn;
@@ -112,5 +112,5 @@ TEST_F(ShapingTest, ChineseAndJapaneseComeFromAFontThatHasThem) {
     EXPECT_NE(Ink(u"\u6F22"), Ink(u"\u5B57"));
 }
 
-}  // namespace
+}  // namespace scripts_test
 }  // namespace vexcap::pango

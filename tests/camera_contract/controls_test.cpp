@@ -5,7 +5,7 @@
 #include <chrono>
 
 namespace vexcap::contract {
-namespace {
+namespace controls_test {
 
 CAMERA_SUITE(Controls);
 CAMERA_SUITE(Stills);
@@ -275,5 +275,5 @@ TEST_P(State, TakesAnyPipelinePointers) {
     EXPECT_TRUE(stream.waitForFrames(1));
 }
 
-}  // namespace
+}  // namespace controls_test
 }  // namespace vexcap::contract

@@ -11,7 +11,7 @@
 #include "tests/support/text.h"
 
 namespace vexcap::contract {
-namespace {
+namespace library_test {
 
 TEST(Library, ExportsAllFourNames) {
     EXPECT_NE(subject().enumerate, nullptr);
@@ -96,5 +96,5 @@ TEST(Library, AnswersInitOclTheSameEachTime) {
     EXPECT_EQ(subject().initOcl(), subject().initOcl());
 }
 
-}  // namespace
+}  // namespace library_test
 }  // namespace vexcap::contract

@@ -4,7 +4,7 @@
 #include <chrono>
 
 namespace vexcap::contract {
-namespace {
+namespace lost_test {
 
 class LostDevice : public CameraTest {
 public:
@@ -55,5 +55,5 @@ TEST_P(LostDevice, CanBeClosedAtOnce) {
     EXPECT_FALSE(stream.running());
 }
 
-}  // namespace
+}  // namespace lost_test
 }  // namespace vexcap::contract

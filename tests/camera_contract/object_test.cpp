@@ -2,7 +2,7 @@
 #include "tests/camera_contract/fixture.h"
 
 namespace vexcap::contract {
-namespace {
+namespace object_test {
 
 CAMERA_SUITE(Object);
 
@@ -258,5 +258,5 @@ TEST_P(Object, ChangesItsResolutionThroughThePreviewSizes) {
     EXPECT_EQ(index, uint32_t(count - 1));
 }
 
-}  // namespace
+}  // namespace object_test
 }  // namespace vexcap::contract

@@ -4,7 +4,7 @@
 #include <chrono>
 
 namespace vexcap::contract {
-namespace {
+namespace raw_test {
 
 constexpr uint32_t fourcc(const char (&name)[5]) {
     return uint32_t(uint8_t(name[0])) | uint32_t(uint8_t(name[1])) << 8 | uint32_t(uint8_t(name[2])) << 16 |
@@ -153,5 +153,5 @@ TEST_P(RawFrames, TurnTheirMosaicWithTheirPicture) {
     }
 }
 
-}  // namespace
+}  // namespace raw_test
 }  // namespace vexcap::contract

@@ -5,7 +5,7 @@
 #include <cmath>
 
 namespace vexcap::contract {
-namespace {
+namespace stream_test {
 
 CAMERA_SUITE(Streaming);
 
@@ -324,5 +324,5 @@ TEST_P(Streaming, TurnsDisplayAndRawFrames) {
     }
 }
 
-}  // namespace
+}  // namespace stream_test
 }  // namespace vexcap::contract

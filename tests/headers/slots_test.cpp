@@ -6,7 +6,7 @@
 
 #include "tests/headers/slots.h"
 
-namespace {
+namespace slots_test {
 
 const SlotArguments arguments = {
     {0xF58A8E13, 0x175A, 0x40DB, {0xA2, 0xB2, 0x41, 0xCA, 0x34, 0x07, 0xCB, 0x96}},
@@ -183,4 +183,4 @@ TEST(Headers, IdentifiersLieInMemoryAsTheyAreWritten) {
     EXPECT_EQ(std::memcmp(&VEX_IID_CAMERA_STATUS, want, sizeof want), 0);
 }
 
-}  // namespace
+}  // namespace slots_test

@@ -10,7 +10,7 @@
 #include "hosts/cli/verify/verify.h"
 
 namespace vexcap::cli {
-namespace {
+namespace avi_test {
 
 using namespace test;
 using Lines = std::vector<std::string>;
@@ -471,5 +471,5 @@ TEST(Avi, ThousandsOfProblemsTakeFewLines) {
     EXPECT_EQ(report.problems.Lines().size() + report.problems.Untold(), 2000u);
 }
 
-}  // namespace
+}  // namespace avi_test
 }  // namespace vexcap::cli

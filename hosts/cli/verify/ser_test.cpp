@@ -6,7 +6,7 @@
 #include "hosts/cli/verify/verify.h"
 
 namespace vexcap::cli {
-namespace {
+namespace ser_test {
 
 using namespace test;
 using Lines = std::vector<std::string>;
@@ -146,5 +146,5 @@ TEST(Recording, AnotherFileIsNone) {
     }
 }
 
-}  // namespace
+}  // namespace ser_test
 }  // namespace vexcap::cli

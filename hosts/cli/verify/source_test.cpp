@@ -15,7 +15,7 @@
 #include "hosts/cli/verify/verify.h"
 
 namespace vexcap::cli {
-namespace {
+namespace source_test {
 
 namespace fs = std::filesystem;
 
@@ -126,5 +126,5 @@ TEST(ByteReaderTest, NumbersAreLittleEndian) {
     EXPECT_EQ(le64(bytes, 0), 0x8807060504030201u);
 }
 
-}  // namespace
+}  // namespace source_test
 }  // namespace vexcap::cli
