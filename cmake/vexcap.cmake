@@ -1,3 +1,12 @@
+# What was compiled before, in this clone or in another, is not compiled again where ccache is there.
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()
+
 # What every target of the project is built with, and the one function that declares a folder.
 
 add_library(vexcap_options INTERFACE)
@@ -20,9 +29,6 @@ elseif(VEXCAP_SANITIZE STREQUAL "thread")
     add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
     add_link_options(-fsanitize=thread)
 endif()
-if(VEXCAP_FUZZERS)
-    add_compile_options(-fsanitize=fuzzer-no-link)
-endif()
 
 # vexcap_library(NAME SOURCES a.cpp ... [USES base pixel PkgConfig::x ...]
 #                [TESTS a_test.cpp ...] [TEST_USES fake ...] [BENCHES a_bench.cpp ...] [FUZZERS a_fuzz.cpp ...])
@@ -32,6 +38,9 @@ function(vexcap_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;USES;TESTS;TEST_USES;BENCHES;FUZZERS" ${ARGN})
     add_library(vexcap_${name} STATIC ${ARG_SOURCES})
     vexcap_uses(vexcap_${name} PUBLIC vexcap_options ${ARG_USES})
+    if(VEXCAP_FUZZERS)
+        target_compile_options(vexcap_${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fsanitize=fuzzer-no-link>)
+    endif()
     if(VEXCAP_TESTS AND ARG_TESTS)
         vexcap_test(${name}_test SOURCES ${ARG_TESTS} USES ${name} ${ARG_TEST_USES})
     endif()
