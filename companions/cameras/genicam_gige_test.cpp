@@ -406,7 +406,7 @@ bool cameraProgramIsThere() {
 }  // namespace vexcap::cameras
 
 int main(int argc, char** argv) {
-    using namespace vexcap::cameras;
+    using namespace vexcap::cameras::genicam_gige_test;
     testing::InitGoogleTest(&argc, argv);
     if (!cameraProgramIsThere()) {
         std::printf("skipped: the program %s is not installed\n", cameraProgram);
