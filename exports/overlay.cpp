@@ -1,6 +1,6 @@
 // The exported functions of vexcap/overlay.h.
 #include "base/text.h"
-#include "engine/exports.h"
+#include "exports/exports.h"
 #include "overlay/marker_settings.h"
 
 using namespace vexcap;

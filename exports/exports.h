@@ -1,4 +1,4 @@
-// What the exported functions share.
+// What the exported functions share: each tests its arguments, calls, catches and translates. No logic.
 #pragma once
 
 #include <vexcap/vexcap.h>
@@ -6,6 +6,9 @@
 #include "engine/capture_context.h"
 
 namespace vexcap {
+
+/// Characters of the fields that a host has for paths.
+constexpr size_t pathRoom = 260;
 
 inline CaptureContext* contextOf(vexcap_context* context) { return reinterpret_cast<CaptureContext*>(context); }
 

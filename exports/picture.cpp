@@ -1,8 +1,63 @@
-// The exported functions for grabs, stills and painting.
-#include "engine/exports.h"
+// The exported functions for picture steps, dark field, grabs, stills and painting.
+#include "exports/exports.h"
 #include "overlay/software_target.h"
 
 using namespace vexcap;
+
+namespace {
+
+IDfc* dfcOf(vexcap_context* context) { return context ? contextOf(context)->FindDfc() : nullptr; }
+
+}  // namespace
+
+void vexcap_put_flip(vexcap_context* context, uint32_t value, uint32_t mask) {
+    act(context, [&](CaptureContext& c) { c.PutFlip(value, mask); });
+}
+
+uint32_t vexcap_get_flip(vexcap_context* context) { return context ? contextOf(context)->Flip() : 0; }
+
+void vexcap_put_chrome(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.PutChrome(on); });
+}
+
+uint32_t vexcap_get_chrome(vexcap_context* context) { return context ? contextOf(context)->Chrome() : 0; }
+
+void vexcap_put_negative(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.PutNegative(on); });
+}
+
+uint32_t vexcap_get_negative(vexcap_context* context) { return context ? contextOf(context)->Negative() : 0; }
+
+int32_t vexcap_is_dfc(vexcap_context* context) {
+    IDfc* const dfc = dfcOf(context);
+    return dfc ? dfc->IsDfc() : 0;
+}
+
+int32_t vexcap_has_dfc(vexcap_context* context) {
+    IDfc* const dfc = dfcOf(context);
+    return dfc ? dfc->HasDfc() : 0;
+}
+
+void vexcap_dfc_enable(vexcap_context* context, uint32_t on) {
+    act(context, [&](CaptureContext& c) { c.EnableDfc(on); });
+}
+
+HRESULT vexcap_dfc_capture(vexcap_context* context, uint32_t count) {
+    if (!context) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return contextOf(context)->CaptureDfc(count); });
+}
+
+HRESULT vexcap_dfc_import(vexcap_context* context, const vex_char* path) {
+    IDfc* const dfc = dfcOf(context);
+    if (!dfc || !path) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return dfc->Import(path); });
+}
+
+HRESULT vexcap_dfc_export(vexcap_context* context, const vex_char* path) {
+    IDfc* const dfc = dfcOf(context);
+    if (!dfc || !path) return E_INVALIDARG;
+    return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return dfc->Export(path); });
+}
 
 HRESULT vexcap_put_capture(vexcap_context* context, uint32_t kind) {
     return ask<HRESULT>(context, E_UNEXPECTED, [&](CaptureContext& c) { return c.Picture().PutCapture(kind); });
