@@ -1,8 +1,9 @@
-#include <algorithm>
+#include "companions/cameras/clarity.h"
+
+#include <utility>
 #include <vector>
 
 #include "base/dib.h"
-#include "companions/cameras/frame_delivery.h"
 
 namespace vexcap::cameras {
 namespace {

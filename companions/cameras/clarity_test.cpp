@@ -1,10 +1,11 @@
+#include "companions/cameras/clarity.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <vector>
 
 #include "base/dib.h"
-#include "companions/cameras/frame_delivery.h"
 
 namespace vexcap::cameras {
 namespace clarity_test {

@@ -124,8 +124,4 @@ private:
     std::vector<uint8_t> displayBuffer;
 };
 
-/// How sharp a picture is: mean squared difference of neighbouring luminances. 0 for null, sides below 2 and other
-/// depths than 24 and 32 bits.
-double clarityFactor(const void* frame, uint32_t bitsPerPixel, uint32_t width, uint32_t height);
-
 }  // namespace vexcap::cameras

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "companions/cameras/frame_delivery.h"
+#include "companions/cameras/clarity.h"
 #include "companions/cameras/provider.h"
 
 using namespace vexcap;
