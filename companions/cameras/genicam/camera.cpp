@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <new>
 
@@ -11,8 +10,6 @@ namespace {
 
 constexpr int32_t binningBits = 0xF;
 constexpr int32_t mostTriggers = 10'000;
-
-bool same(const vex_guid& a, const vex_guid& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 HRESULT tell(int32_t* width, int32_t* height, const Resolution& size) {
     if (!width || !height) return E_POINTER;
@@ -36,49 +33,15 @@ GenicamCamera::GenicamCamera(std::unique_ptr<GenicamDevice> opened, std::chrono:
 
 GenicamCamera::~GenicamCamera() = default;
 
-HRESULT GenicamCamera::QueryInterface(const vex_guid& iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (same(iid, VEX_IID_UNKNOWN)) *out = static_cast<ICamera*>(this);
-    if (same(iid, VEX_IID_CAMERA_STATUS)) *out = static_cast<ICameraStatus*>(this);
-    if (same(iid, VEX_IID_CAMERA_PREVIEW_SIZE)) *out = static_cast<ICameraPreviewSize*>(this);
-    if (same(iid, VEX_IID_CAMERA_RAW)) *out = static_cast<ICameraRaw*>(this);
-    if (same(iid, VEX_IID_CAMERA_CONTROLS)) *out = static_cast<ICameraControls*>(this);
-    if (!*out) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
+bool GenicamCamera::Gone() const { return device->Removed(); }
 
-uint32_t GenicamCamera::AddRef() { return ++references; }
+int32_t GenicamCamera::Binning() const { return int32_t(device->Present().binning); }
 
-uint32_t GenicamCamera::Release() {
-    const uint32_t left = --references;
-    if (left == 0) delete this;
-    return left;
-}
-
-Status GenicamCamera::Usable() const {
-    if (!device) return E_UNEXPECTED;
-    return device->Removed() ? E_FAIL : S_OK;
-}
-
-HRESULT GenicamCamera::GetSize(int32_t* width, int32_t* height) { return tell(width, height, resolutions[resolution]); }
-
-HRESULT GenicamCamera::GetEsize(uint32_t* index) {
-    if (!index) return E_POINTER;
-    *index = resolution;
-    return S_OK;
-}
-
-HRESULT GenicamCamera::GetWhiteBalanceGains(int32_t*) { return E_NOTIMPL; }
-HRESULT GenicamCamera::GetTempTint(int32_t*, int32_t*) { return E_NOTIMPL; }
-
-HRESULT GenicamCamera::GetExposureTime(uint32_t* microseconds) {
-    if (!microseconds) return E_POINTER;
-    int32_t value = 0;
-    const HRESULT result = Get(VEX_CONTROL_EXPOSURE, &value);
-    if (result == S_OK) *microseconds = uint32_t(std::max(value, 0));
-    return result;
+Status GenicamCamera::PutBinning(int32_t value) {
+    if (!device->CanBin() && (value & binningBits) > 1) return E_NOTIMPL;
+    Readout wanted = device->Present();
+    wanted.binning = uint32_t(value & binningBits);
+    return PutReadout(wanted);
 }
 
 int32_t GenicamCamera::GetResolutionCount() { return int32_t(resolutions.size()); }
@@ -99,55 +62,6 @@ HRESULT GenicamCamera::GetRoi(uint32_t* x, uint32_t* y, uint32_t* width, uint32_
     *width = device->Across().size * factor;
     *height = device->Down().size * factor;
     return S_OK;
-}
-
-HRESULT GenicamCamera::GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) {
-    delivery.GetFrameRate(frames, milliseconds, total);
-    return S_OK;
-}
-
-HRESULT GenicamCamera::PutOption(uint32_t number, int32_t value) {
-    if (const Status s = Usable(); !s.ok()) return s.code();
-    switch (number) {
-        case VEX_OPTION_RECORDING:
-            recordingOption = value;
-            return S_OK;
-        case VEX_OPTION_FRAME_RATE:
-            if (value < 0) return E_INVALIDARG;
-            delivery.SetFrameRate(value);
-            return S_OK;
-        case VEX_OPTION_BINNING: {
-            if (!device->CanBin() && (value & binningBits) > 1) return E_NOTIMPL;
-            Readout wanted = device->Present();
-            wanted.binning = uint32_t(value & binningBits);
-            return PutReadout(wanted).code();
-        }
-        case VEX_OPTION_ROTATION:
-            return value == 0 ? S_OK : E_NOTIMPL;
-        default:
-            return E_NOTIMPL;
-    }
-}
-
-HRESULT GenicamCamera::GetOption(uint32_t number, int32_t* value) {
-    if (!value) return E_POINTER;
-    if (!device) return E_UNEXPECTED;
-    switch (number) {
-        case VEX_OPTION_RECORDING:
-            *value = recordingOption;
-            return S_OK;
-        case VEX_OPTION_FRAME_RATE:
-            *value = delivery.FrameRate();
-            return S_OK;
-        case VEX_OPTION_BINNING:
-            *value = int32_t(device->Present().binning);
-            return S_OK;
-        case VEX_OPTION_ROTATION:
-            *value = 0;
-            return S_OK;
-        default:
-            return E_NOTIMPL;
-    }
 }
 
 HRESULT GenicamCamera::StartPull(uint32_t, uint32_t, vex_camera_frame_callback frame, vex_camera_buffer_callback buffer,
@@ -178,20 +92,10 @@ void GenicamCamera::Close() {
     Release();
 }
 
-HRESULT GenicamCamera::Snap(uint32_t, uint32_t, void*) { return E_NOTIMPL; }
-
 HRESULT GenicamCamera::Pause(uint32_t pause) {
     if (const Status s = Usable(); !s.ok()) return s.code();
     return streaming ? stream->Pause(pause != 0).code() : E_UNEXPECTED;
 }
-
-HRESULT GenicamCamera::Trigger(uint32_t on) {
-    delivery.SetDeliverAll(on != 0);
-    return S_OK;
-}
-
-uint32_t GenicamCamera::TextureAccepted() { return 0; }
-HRESULT GenicamCamera::PipelineOcl(void*, void*, void*) { return E_NOTIMPL; }
 
 HRESULT GenicamCamera::GetState(uint32_t* state) {
     if (!state) return E_POINTER;
@@ -219,9 +123,6 @@ HRESULT GenicamCamera::GetMaxFrameRate(uint32_t index, uint32_t* rate) {
     return S_OK;
 }
 
-HRESULT GenicamCamera::GetPreviewIndex(uint32_t* index) { return GetEsize(index); }
-HRESULT GenicamCamera::GetPreviewSize(int32_t* width, int32_t* height) { return GetSize(width, height); }
-
 HRESULT GenicamCamera::SetPreviewIndex(uint32_t index) {
     if (const Status s = Usable(); !s.ok()) return s.code();
     if (streaming) return E_UNEXPECTED;
@@ -239,11 +140,6 @@ HRESULT GenicamCamera::GetRawFormat(uint32_t* fourcc, uint32_t* depth) {
     const SensorFormat& format = device->Format();
     *fourcc = format.colour ? bottomUpFourcc(format.mosaic, device->Down().size) : 0;
     *depth = format.depth;
-    return S_OK;
-}
-
-HRESULT GenicamCamera::SetRawCallback(vex_camera_raw_callback callback, void* context) {
-    delivery.SetRawCallback(callback, context);
     return S_OK;
 }
 

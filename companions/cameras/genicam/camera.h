@@ -8,18 +8,14 @@
 #include <memory>
 
 #include "base/mutex.h"
-#include "companions/cameras/frame_delivery.h"
+#include "companions/cameras/camera_object.h"
 #include "companions/cameras/genicam/device.h"
 #include "companions/cameras/genicam/stream.h"
 
 namespace vexcap::cameras {
 
 /// Life and threads as the contract tells. A camera that is gone answers E_FAIL, a closed one E_UNEXPECTED.
-class GenicamCamera final : public ICamera,
-                            public ICameraStatus,
-                            public ICameraPreviewSize,
-                            public ICameraRaw,
-                            public ICameraControls {
+class GenicamCamera final : public CameraObject {
 public:
     /// Takes over a camera that was just opened. Null when another program controls it or it is of no use here; it is
     /// closed then. The caller owns the first reference.
@@ -28,44 +24,25 @@ public:
     static ICamera* create(GObjectPtr<ArvCamera> opened,
                            std::chrono::milliseconds patience = std::chrono::milliseconds(3000));
 
-    HRESULT QueryInterface(const vex_guid& iid, void** out) override;
-    uint32_t AddRef() override;
-    uint32_t Release() override;
-
-    HRESULT GetSize(int32_t* width, int32_t* height) override;
-    HRESULT GetEsize(uint32_t* index) override;
-    HRESULT GetWhiteBalanceGains(int32_t gains[3]) override;
-    HRESULT GetExposureTime(uint32_t* microseconds) override;
     int32_t GetResolutionCount() override;
     HRESULT GetResolution(uint32_t index, int32_t* width, int32_t* height) override;
-    HRESULT GetTempTint(int32_t* temperature, int32_t* tint) override;
     uint32_t GetBitDepth() override;
     HRESULT GetRoi(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) override;
-    HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) override;
-    HRESULT PutOption(uint32_t number, int32_t value) override;
-    HRESULT GetOption(uint32_t number, int32_t* value) override;
     HRESULT StartPull(uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame,
                       vex_camera_buffer_callback buffer, void* context, vex_camera_event_callback event,
                       void* eventContext, uint32_t zero2, uint32_t zero3, const vex_texture_target* texture,
                       uint32_t one) override;
     HRESULT Stop() override;
     void Close() override;
-    HRESULT Snap(uint32_t index, uint32_t count, void* value) override;
     HRESULT Pause(uint32_t pause) override;
-    HRESULT Trigger(uint32_t on) override;
-    uint32_t TextureAccepted() override;
-    HRESULT PipelineOcl(void* a, void* b, void* c) override;
 
     HRESULT GetState(uint32_t* state) override;
     HRESULT GetLostFrames(uint32_t* lost) override;
     HRESULT GetMaxFrameRate(uint32_t index, uint32_t* rate) override;
 
-    HRESULT GetPreviewIndex(uint32_t* index) override;
-    HRESULT GetPreviewSize(int32_t* width, int32_t* height) override;
     HRESULT SetPreviewIndex(uint32_t index) override;
 
     HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) override;
-    HRESULT SetRawCallback(vex_camera_raw_callback callback, void* context) override;
 
     HRESULT GetRange(uint32_t control, int32_t* minimum, int32_t* maximum, int32_t* defaultValue) override;
     HRESULT Get(uint32_t control, int32_t* value) override;
@@ -74,9 +51,14 @@ public:
 
 private:
     GenicamCamera(std::unique_ptr<GenicamDevice> opened, std::chrono::milliseconds patience);
-    virtual ~GenicamCamera();
+    ~GenicamCamera() override;
 
-    Status Usable() const;
+    uint32_t ResolutionIndex() const override { return resolution; }
+    int32_t Binning() const override;
+    Status PutBinning(int32_t value) override;
+    bool Closed() const override { return !device; }
+    bool Gone() const override;
+
     Status PutReadout(const Readout& wanted) VEX_EXCLUDES(deviceLock);
     Status PutDepth(int32_t depth) VEX_EXCLUDES(deviceLock);
     Status PutTriggerMode(int32_t mode) VEX_EXCLUDES(deviceLock);
@@ -84,16 +66,13 @@ private:
     template <typename Change>
     Status BetweenFrames(Change change);
 
-    std::atomic<uint32_t> references{1};
     std::atomic<uint32_t> resolution{0};  // index; the event callback asks for its size
     const std::vector<Resolution> resolutions;
     const uint32_t largestDepth;
-    int32_t recordingOption = 1;
     bool streaming = false;  // host's thread
 
     Mutex deviceLock;                       // the stream's thread fires triggers
     std::unique_ptr<GenicamDevice> device;  // null once closed
-    FrameDelivery delivery;
     std::unique_ptr<GenicamStream> stream;  // null once closed
 };
 

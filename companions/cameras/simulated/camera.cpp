@@ -1,14 +1,11 @@
 #include "companions/cameras/simulated/camera.h"
 
-#include <cstring>
 #include <new>
 
 namespace vexcap::cameras {
 namespace {
 
 constexpr uint32_t stillIndexAsSet = 0xFFFFFFFF;
-
-bool same(const vex_guid& a, const vex_guid& b) { return std::memcmp(&a, &b, sizeof(a)) == 0; }
 
 }  // namespace
 
@@ -19,34 +16,6 @@ ICamera* SimulatedCamera::Open(const SimulatedOptions& options) {
 SimulatedCamera::SimulatedCamera(const SimulatedOptions& asked)
     : options(asked), stream(options, delivery), settings(*asked.model) {
     settings.frameRate = asked.frameRate;
-}
-
-HRESULT SimulatedCamera::QueryInterface(const vex_guid& iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (same(iid, VEX_IID_UNKNOWN))
-        *out = static_cast<ICamera*>(this);
-    else if (same(iid, VEX_IID_CAMERA_STATUS))
-        *out = static_cast<ICameraStatus*>(this);
-    else if (same(iid, VEX_IID_CAMERA_STILL) && options.model->stillCount > 0)
-        *out = static_cast<ICameraStill*>(this);
-    else if (same(iid, VEX_IID_CAMERA_PREVIEW_SIZE))
-        *out = static_cast<ICameraPreviewSize*>(this);
-    else if (same(iid, VEX_IID_CAMERA_RAW))
-        *out = static_cast<ICameraRaw*>(this);
-    else if (same(iid, VEX_IID_CAMERA_CONTROLS))
-        *out = static_cast<ICameraControls*>(this);
-    if (!*out) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
-uint32_t SimulatedCamera::AddRef() { return ++references; }
-
-uint32_t SimulatedCamera::Release() {
-    const uint32_t left = --references;
-    if (left == 0) delete this;
-    return left;
 }
 
 SimulatedSettings SimulatedCamera::Settings() const {
@@ -63,26 +32,10 @@ HRESULT SimulatedCamera::Change(Setter setter) {
     return result;
 }
 
-HRESULT SimulatedCamera::GetSize(int32_t* width, int32_t* height) {
-    return GetResolution(Settings().resolution, width, height);
-}
-
-HRESULT SimulatedCamera::GetEsize(uint32_t* index) {
-    if (!index) return E_POINTER;
-    *index = Settings().resolution;
-    return S_OK;
-}
-
 HRESULT SimulatedCamera::GetWhiteBalanceGains(int32_t gains[3]) {
     if (!gains) return E_POINTER;
     if (!options.model->mosaic) return E_NOTIMPL;
     gains[0] = gains[1] = gains[2] = 100;  // percent: the sensor's colours as they are
-    return S_OK;
-}
-
-HRESULT SimulatedCamera::GetExposureTime(uint32_t* microseconds) {
-    if (!microseconds) return E_POINTER;
-    *microseconds = Settings().exposure;
     return S_OK;
 }
 
@@ -117,47 +70,12 @@ HRESULT SimulatedCamera::GetRoi(uint32_t* x, uint32_t* y, uint32_t* width, uint3
     return S_OK;
 }
 
-HRESULT SimulatedCamera::GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) {
-    delivery.GetFrameRate(frames, milliseconds, total);
-    return S_OK;
+Status SimulatedCamera::PutBinning(int32_t value) {
+    return Change([&](SimulatedSettings& now) { return now.PutBinning(value); });
 }
 
-HRESULT SimulatedCamera::PutOption(uint32_t number, int32_t value) {
-    switch (number) {
-        case VEX_OPTION_RECORDING:
-            recording = value;
-            return S_OK;
-        case VEX_OPTION_FRAME_RATE:
-            if (value < 0) return E_INVALIDARG;
-            delivery.SetFrameRate(value);
-            return S_OK;
-        case VEX_OPTION_BINNING:
-            return Change([&](SimulatedSettings& now) { return now.PutBinning(value); });
-        case VEX_OPTION_ROTATION:
-            return Change([&](SimulatedSettings& now) { return now.PutRotation(value); });
-        default:
-            return E_NOTIMPL;
-    }
-}
-
-HRESULT SimulatedCamera::GetOption(uint32_t number, int32_t* value) {
-    if (!value) return E_POINTER;
-    switch (number) {
-        case VEX_OPTION_RECORDING:
-            *value = recording;
-            return S_OK;
-        case VEX_OPTION_FRAME_RATE:
-            *value = delivery.FrameRate();
-            return S_OK;
-        case VEX_OPTION_BINNING:
-            *value = Settings().binning;
-            return S_OK;
-        case VEX_OPTION_ROTATION:
-            *value = Settings().rotation;
-            return S_OK;
-        default:
-            return E_NOTIMPL;
-    }
+Status SimulatedCamera::PutRotation(int32_t degrees) {
+    return Change([&](SimulatedSettings& now) { return now.PutRotation(degrees); });
 }
 
 HRESULT SimulatedCamera::StartPull(uint32_t, uint32_t, vex_camera_frame_callback frame,
@@ -188,15 +106,6 @@ HRESULT SimulatedCamera::Snap(uint32_t index, uint32_t count, void*) {
 }
 
 HRESULT SimulatedCamera::Pause(uint32_t pause) { return stream.Pause(pause != 0); }
-
-HRESULT SimulatedCamera::Trigger(uint32_t on) {
-    delivery.SetDeliverAll(on != 0);
-    return S_OK;
-}
-
-uint32_t SimulatedCamera::TextureAccepted() { return 0; }
-
-HRESULT SimulatedCamera::PipelineOcl(void*, void*, void*) { return E_NOTIMPL; }
 
 HRESULT SimulatedCamera::GetState(uint32_t* state) {
     if (!state) return E_POINTER;
@@ -238,10 +147,6 @@ HRESULT SimulatedCamera::GetStillResolution(uint32_t index, int32_t* width, int3
     return index < options.model->stillCount ? GetResolution(index, width, height) : E_INVALIDARG;
 }
 
-HRESULT SimulatedCamera::GetPreviewIndex(uint32_t* index) { return GetEsize(index); }
-
-HRESULT SimulatedCamera::GetPreviewSize(int32_t* width, int32_t* height) { return GetSize(width, height); }
-
 HRESULT SimulatedCamera::SetPreviewIndex(uint32_t index) {
     if (stream.Running()) return E_UNEXPECTED;
     return Change([&](SimulatedSettings& now) { return now.PutResolution(index); });
@@ -254,11 +159,6 @@ HRESULT SimulatedCamera::GetRawFormat(uint32_t* fourcc, uint32_t* depth) {
     const auto& mosaic = options.model->mosaic;
     *fourcc = mosaic ? bottomUpFourcc(view.Turned(*mosaic), view.OutHeight()) : 0;
     *depth = now.depth;
-    return S_OK;
-}
-
-HRESULT SimulatedCamera::SetRawCallback(vex_camera_raw_callback callback, void* context) {
-    delivery.SetRawCallback(callback, context);
     return S_OK;
 }
 

@@ -3,42 +3,25 @@
 
 #include <vexcap/camera_library.h>
 
-#include <atomic>
-
 #include "base/mutex.h"
-#include "companions/cameras/frame_delivery.h"
+#include "companions/cameras/camera_object.h"
 #include "companions/cameras/simulated/options.h"
 #include "companions/cameras/simulated/settings.h"
 #include "companions/cameras/simulated/stream.h"
 
 namespace vexcap::cameras {
 
-class SimulatedCamera final : public ICamera,
-                              public ICameraStatus,
-                              public ICameraStill,
-                              public ICameraPreviewSize,
-                              public ICameraRaw,
-                              public ICameraControls {
+class SimulatedCamera final : public CameraObject {
 public:
     /// A camera with one reference; null when the options refuse it.
     static ICamera* Open(const SimulatedOptions& options);
 
-    HRESULT QueryInterface(const vex_guid& iid, void** out) override;
-    uint32_t AddRef() override;
-    uint32_t Release() override;
-
-    HRESULT GetSize(int32_t* width, int32_t* height) override;
-    HRESULT GetEsize(uint32_t* index) override;
     HRESULT GetWhiteBalanceGains(int32_t gains[3]) override;
-    HRESULT GetExposureTime(uint32_t* microseconds) override;
     int32_t GetResolutionCount() override;
     HRESULT GetResolution(uint32_t index, int32_t* width, int32_t* height) override;
     HRESULT GetTempTint(int32_t* temperature, int32_t* tint) override;
     uint32_t GetBitDepth() override;
     HRESULT GetRoi(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) override;
-    HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) override;
-    HRESULT PutOption(uint32_t number, int32_t value) override;
-    HRESULT GetOption(uint32_t number, int32_t* value) override;
     HRESULT StartPull(uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame,
                       vex_camera_buffer_callback buffer, void* context, vex_camera_event_callback event,
                       void* eventContext, uint32_t zero2, uint32_t zero3, const vex_texture_target* texture,
@@ -47,9 +30,6 @@ public:
     void Close() override;
     HRESULT Snap(uint32_t index, uint32_t count, void* value) override;
     HRESULT Pause(uint32_t pause) override;
-    HRESULT Trigger(uint32_t on) override;
-    uint32_t TextureAccepted() override;
-    HRESULT PipelineOcl(void* a, void* b, void* c) override;
 
     HRESULT GetState(uint32_t* state) override;
     HRESULT GetLostFrames(uint32_t* lost) override;
@@ -60,12 +40,9 @@ public:
     int32_t GetStillCount() override;
     HRESULT GetStillResolution(uint32_t index, int32_t* width, int32_t* height) override;
 
-    HRESULT GetPreviewIndex(uint32_t* index) override;
-    HRESULT GetPreviewSize(int32_t* width, int32_t* height) override;
     HRESULT SetPreviewIndex(uint32_t index) override;
 
     HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) override;
-    HRESULT SetRawCallback(vex_camera_raw_callback callback, void* context) override;
 
     HRESULT GetRange(uint32_t control, int32_t* minimum, int32_t* maximum, int32_t* defaultValue) override;
     HRESULT Get(uint32_t control, int32_t* value) override;
@@ -74,15 +51,19 @@ public:
 
 private:
     explicit SimulatedCamera(const SimulatedOptions& asked);
-    ~SimulatedCamera() = default;
+
+    bool HasStills() const override { return options.model->stillCount > 0; }
+    uint32_t ResolutionIndex() const override { return Settings().resolution; }
+    int32_t Binning() const override { return Settings().binning; }
+    Status PutBinning(int32_t value) override;
+    int32_t Rotation() const override { return Settings().rotation; }
+    Status PutRotation(int32_t degrees) override;
+
     SimulatedSettings Settings() const VEX_EXCLUDES(lock);
     template <typename Setter>
     HRESULT Change(Setter setter) VEX_EXCLUDES(lock);
 
     const SimulatedOptions options;
-    std::atomic<uint32_t> references{1};
-    std::atomic<int32_t> recording{1};
-    FrameDelivery delivery;
     SimulatedStream stream;
 
     // Getters may also be called by a host that reacts to an event at once, on the stream's own thread.
