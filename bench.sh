@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 tools/packages.sh build test bench
-cmake --preset release --log-level=WARNING
+cmake --preset release -DVEXCAP_BENCHES=ON --log-level=WARNING
 cmake --build build/release --parallel "$(nproc)"
 for program in build/release/bin/*_bench; do
     printf '\n== %s\n' "$(basename "$program")"

@@ -31,18 +31,19 @@ elseif(VEXCAP_SANITIZE STREQUAL "thread")
 endif()
 
 # vexcap_library(NAME SOURCES a.cpp ... [USES base pixel PkgConfig::x ...]
-#                [TESTS a_test.cpp ...] [TEST_USES fake ...] [BENCHES a_bench.cpp ...] [FUZZERS a_fuzz.cpp ...])
-# Makes the static library vexcap_NAME; one test program NAME_test, one benchmark program NAME_bench, one fuzz
-# program per fuzz source. A plain word in USES names another folder's library.
+#                [TESTS a_test.cpp ...] [TEST_USES fake ...] [TEST_OPTIONS COMPUTES COST 50 ...]
+#                [BENCHES a_bench.cpp ...] [FUZZERS a_fuzz.cpp ...])
+# Makes the static library vexcap_NAME; one test program NAME_test with the options of vexcap_test, one benchmark
+# program NAME_bench, one fuzz program per fuzz source. A plain word in USES names another folder's library.
 function(vexcap_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;USES;TESTS;TEST_USES;BENCHES;FUZZERS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;TESTS;TEST_USES;TEST_OPTIONS;BENCHES;FUZZERS" ${ARGN})
     add_library(vexcap_${name} STATIC ${ARG_SOURCES})
     vexcap_uses(vexcap_${name} PUBLIC vexcap_options ${ARG_USES})
     if(VEXCAP_FUZZERS)
         target_compile_options(vexcap_${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fsanitize=fuzzer-no-link>)
     endif()
     if(VEXCAP_TESTS AND ARG_TESTS)
-        vexcap_test(${name}_test SOURCES ${ARG_TESTS} USES ${name} ${ARG_TEST_USES})
+        vexcap_test(${name}_test ${ARG_TEST_OPTIONS} SOURCES ${ARG_TESTS} USES ${name} ${ARG_TEST_USES})
     endif()
     if(VEXCAP_BENCHES AND ARG_BENCHES)
         add_executable(${name}_bench ${ARG_BENCHES})
@@ -57,24 +58,6 @@ function(vexcap_library name)
             set_property(GLOBAL APPEND PROPERTY VEXCAP_FUZZ_PROGRAMS ${program})
         endforeach()
     endif()
-endfunction()
-
-# One GoogleTest program, run by ctest under its own name.
-function(vexcap_test name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
-    if(NOT ARG_TIMEOUT)
-        set(ARG_TIMEOUT 300)
-    endif()
-    add_executable(${name} ${ARG_SOURCES})
-    vexcap_uses(${name} PRIVATE vexcap_options ${ARG_USES} GTest::gtest GTest::gtest_main)
-    # Half the time of a whole build went into optimising assertions, and a fifth into reading the same headers for each
-    # test; what they test is optimised as ever.
-    target_compile_options(${name} PRIVATE -O0)
-    target_precompile_headers(${name} REUSE_FROM test_headers)
-    add_test(NAME ${name} COMMAND ${name})
-    # The user's own settings and documents are none of a test's business.
-    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
-        ENVIRONMENT "HOME=${CMAKE_BINARY_DIR}/home;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/home/config")
 endfunction()
 
 # Links targets; a name without a target of its own means the library of the folder with this name.

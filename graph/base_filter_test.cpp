@@ -10,9 +10,9 @@
 namespace vexcap {
 namespace base_filter_test {
 
-using testing::EventLog;
-using testing::HandClock;
-using testing::PushFilter;
+using test::EventLog;
+using test::HandClock;
+using test::PushFilter;
 using Calls = std::vector<std::string>;
 
 /// A receiver that writes down what is asked of it, and refuses what it is told to.
@@ -49,7 +49,7 @@ public:
         HRESULT Receive(CMediaSample& sample) override {
             const HRESULT result = CheckStreaming();
             if (result != S_OK) return result;
-            calls.push_back("sample " + std::to_string(testing::numberOf(sample)));
+            calls.push_back("sample " + std::to_string(test::numberOf(sample)));
             return S_OK;
         }
         HRESULT EndOfStream() override {
@@ -429,7 +429,7 @@ TEST_F(Pins, ADisconnectedPoolOutlivesItsPinsWhileASampleIsOut) {
     source->Stop();
     EXPECT_EQ(source->pin.Disconnect(), S_OK);
     EXPECT_EQ(sink->pin.Disconnect(), S_OK);
-    EXPECT_EQ(testing::numberOf(*kept), 9u);
+    EXPECT_EQ(test::numberOf(*kept), 9u);
 }
 
 TEST_F(Pins, AStateIsAskedForWithAPlace) {

@@ -16,7 +16,7 @@ const FilterTemplate table[] = {
     {u"A", classA,
      [](void* context) -> Ref<CBaseFilter> {
          ++*static_cast<int*>(context);
-         return makeRef<testing::AddInPlace>(1u);
+         return makeRef<test::AddInPlace>(1u);
      }},
     {u"None", classNone, [](void*) -> Ref<CBaseFilter> { return nullptr; }},
     {u"Full", classFull, [](void*) -> Ref<CBaseFilter> { throw std::bad_alloc(); }},

@@ -9,7 +9,7 @@
 namespace vexcap {
 namespace {
 
-using testing::PushFilter;
+using test::PushFilter;
 
 const MediaType picture = rgb24Type(640, 480, 333'333);
 

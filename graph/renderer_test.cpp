@@ -11,11 +11,11 @@
 namespace vexcap {
 namespace renderer_test {
 
-using testing::EventLog;
-using testing::HandClock;
-using testing::NumberedSource;
-using testing::PushFilter;
-using testing::RecordingRenderer;
+using test::EventLog;
+using test::HandClock;
+using test::NumberedSource;
+using test::PushFilter;
+using test::RecordingRenderer;
 using Numbers = std::vector<uint32_t>;
 using Events = std::vector<EventLog::Event>;
 
@@ -49,7 +49,7 @@ struct Renderer : ::testing::Test {
 
     EventLog events;
     HandClock clock;
-    testing::Log<HRESULT> received;
+    test::Log<HRESULT> received;
     std::vector<std::thread> threads;
     const Ref<PushFilter> source = makeRef<PushFilter>();
     const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
@@ -296,7 +296,7 @@ TEST_F(Renderer, AStopEndsAFlushThatNobodyEnded) {
 
 TEST_F(Renderer, BothLocksAreHeldWhileASampleIsShown) {
     renderer->Run(0);
-    testing::Log<int> order;
+    test::Log<int> order;
     std::thread stopping;
     renderer->onRender = [&](CMediaSample&) {
         std::thread other([&] {

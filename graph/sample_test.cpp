@@ -208,7 +208,7 @@ TEST(Allocator, AWaitEndsWhenASampleComesBack) {
     auto pool = poolOf(1, 100);
     Ref<CMediaSample> out = pool->GetBuffer(0).value();
     uint8_t* const memory = out->GetPointer();
-    testing::Log<const uint8_t*> got;
+    test::Log<const uint8_t*> got;
     std::thread waiting([&] { got.add(pool->GetBuffer(0).value()->GetPointer()); });
     out = nullptr;
     ASSERT_TRUE(got.waitFor(1));
@@ -219,7 +219,7 @@ TEST(Allocator, AWaitEndsWhenASampleComesBack) {
 TEST(Allocator, ADecommitEndsEveryWait) {
     auto pool = poolOf(1, 100);
     const Ref<CMediaSample> out = pool->GetBuffer(0).value();
-    testing::Log<HRESULT> codes;
+    test::Log<HRESULT> codes;
     std::vector<std::thread> waiting;
     for (int i = 0; i < 3; ++i) waiting.emplace_back([&] { codes.add(pool->GetBuffer(0).code()); });
     pool->Decommit();

@@ -11,8 +11,8 @@
 namespace vexcap {
 namespace source_test {
 
-using testing::NumberedSource;
-using testing::RecordingRenderer;
+using test::NumberedSource;
+using test::RecordingRenderer;
 
 /// A source whose worker the test commands itself.
 class CommandedSource final : public CSource {
@@ -47,7 +47,7 @@ public:
         }
         CBaseAllocator* Pool() const { return allocator.get(); }
 
-        testing::Log<std::string> calls;
+        test::Log<std::string> calls;
         HRESULT createAnswer = S_OK;
         bool endless = false;
     };
@@ -193,7 +193,7 @@ TEST_F(NumberedStream, AStopComesThroughWhileTheWorkerWaitsForABuffer) {
     make(NumberedSource::endless, 1);
     ASSERT_EQ(renderer->Run(0), S_OK);
     // The only buffer is kept, so that the worker waits for it.
-    testing::Log<Ref<CMediaSample>> kept;
+    test::Log<Ref<CMediaSample>> kept;
     renderer->onRender = [&](CMediaSample& sample) { kept.add(Ref<CMediaSample>(&sample)); };
     ASSERT_EQ(source->Run(0), S_OK);
     ASSERT_TRUE(kept.waitFor(1));
@@ -202,7 +202,7 @@ TEST_F(NumberedStream, AStopComesThroughWhileTheWorkerWaitsForABuffer) {
     // The stop may have come before the wait, too.
     ASSERT_EQ(source->Ends().count(), 1u);
     EXPECT_TRUE(source->Ends().all().front() == VFW_E_NOT_COMMITTED || source->Ends().all().front() == S_FALSE);
-    EXPECT_EQ(testing::numberOf(*kept.all().front()), 0u) << "a sample outlives the stop";
+    EXPECT_EQ(test::numberOf(*kept.all().front()), 0u) << "a sample outlives the stop";
 }
 
 TEST_F(NumberedStream, AStopOfTheReceiverFirstEndsTheLoopAndTheSourceStops) {
@@ -237,7 +237,7 @@ TEST_F(NumberedStream, TheWayOfASampleAllocatesNothing) {
     size_t before = 0;
     std::atomic<size_t> most{0};
     renderer->onRender = [&](CMediaSample& sample) {
-        const uint32_t number = testing::numberOf(sample);
+        const uint32_t number = test::numberOf(sample);
         if (number == 1) before = allocations();
         if (number > 1 && number < 200) most = std::max<size_t>(most, allocations() - before);
     };

@@ -14,7 +14,7 @@
 #include "graph/source.h"
 #include "graph/transform.h"
 
-namespace vexcap::testing {
+namespace vexcap::test {
 
 /// Far beyond what a loaded machine needs: only a test that has failed waits so long.
 inline constexpr std::chrono::seconds patience{60};
@@ -294,4 +294,4 @@ private:
     }
 };
 
-}  // namespace vexcap::testing
+}  // namespace vexcap::test

@@ -11,18 +11,18 @@
 namespace vexcap {
 namespace transform_test {
 
-using testing::AddInPlace;
-using testing::EventLog;
-using testing::NumberedSource;
-using testing::PushFilter;
-using testing::RecordingRenderer;
+using test::AddInPlace;
+using test::EventLog;
+using test::NumberedSource;
+using test::PushFilter;
+using test::RecordingRenderer;
 using Numbers = std::vector<uint32_t>;
 using Events = std::vector<EventLog::Event>;
 
 /// Makes a picture of twice the width; the number in it is negated.
 class Widen final : public CTransformFilter {
 public:
-    testing::Log<int> calls;  // 1: start, 2: a sample, 3: stop
+    test::Log<int> calls;  // 1: start, 2: a sample, 3: stop
     HRESULT startAnswer = S_OK;
     std::atomic<HRESULT> answer{S_OK};
     std::function<void()> onTransform = [] {};
@@ -59,7 +59,7 @@ private:
     HRESULT Transform(CMediaSample& in, CMediaSample& out) override {
         calls.add(2);
         onTransform();
-        testing::setNumber(out, ~testing::numberOf(in));
+        test::setNumber(out, ~test::numberOf(in));
         return answer;
     }
 };
@@ -107,7 +107,7 @@ struct Chain {
         threads.emplace_back([this, number] { received.add(source->pin.Push(number)); });
     }
     EventLog events, renderEvents;
-    testing::Log<HRESULT> received;
+    test::Log<HRESULT> received;
     std::vector<std::thread> threads;
     const Ref<PushFilter> source = makeRef<PushFilter>();
     const Ref<Filter> filter;
@@ -285,7 +285,7 @@ TEST_F(Transform, AStopComesThroughWhileASampleWaitsDownstream) {
 TEST_F(Transform, AStopComesThroughWhileTheFilterWaitsForABuffer) {
     connect();
     run();
-    testing::Log<Ref<CMediaSample>> kept;  // the only one
+    test::Log<Ref<CMediaSample>> kept;  // the only one
     renderer->onRender = [&](CMediaSample& sample) { kept.add(Ref<CMediaSample>(&sample)); };
     EXPECT_EQ(source->pin.Push(1), S_OK);
     push(2);
@@ -298,7 +298,7 @@ TEST_F(Transform, AStopComesThroughWhileTheFilterWaitsForABuffer) {
 TEST_F(Transform, AStopWaitsForTheSampleThatIsBeingMade) {
     connect();
     run();
-    testing::Log<int> order;
+    test::Log<int> order;
     std::thread stopping;
     filter->onTransform = [&] {
         std::thread other([&] {
@@ -349,7 +349,7 @@ TEST_F(InPlace, SamplesOfOthersAreCopiedIntoAPoolOfItsOwn) {
         syncPoint = shown.IsSyncPoint();
     };
     EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
-    EXPECT_EQ(testing::numberOf(*sample), 5u) << "upstream's sample is untouched";
+    EXPECT_EQ(test::numberOf(*sample), 5u) << "upstream's sample is untouched";
     EXPECT_EQ(renderer->shown.all(), Numbers{105});
     EXPECT_NE(renderer->pointers.all().front(), sample->GetPointer());
     EXPECT_EQ(length, 50u);

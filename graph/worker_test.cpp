@@ -74,7 +74,7 @@ TEST(Worker, IsMadeOnceAndAgainAfterClose) {
 }
 
 TEST(Worker, ACommandStaysUntilItsReply) {
-    testing::Log<uint32_t> seen;
+    test::Log<uint32_t> seen;
     Worker worker([&](Worker& self) {
         seen.add(self.GetRequest());
         seen.add(self.CheckRequest().value_or(0));
@@ -89,7 +89,7 @@ TEST(Worker, ACommandStaysUntilItsReply) {
 }
 
 TEST(Worker, AWakeEndsTheWaitWithoutACommand) {
-    testing::Log<int> woken;
+    test::Log<int> woken;
     Worker worker([&](Worker& self) {
         self.WaitForRequestOrWake();
         woken.add(self.CheckRequest() ? 1 : 0);
@@ -101,13 +101,13 @@ TEST(Worker, AWakeEndsTheWaitWithoutACommand) {
 }
 
 TEST(Worker, AWakeBeforeTheWaitCountsOnce) {
-    testing::Log<bool> results;
+    test::Log<bool> results;
     Worker worker([&](Worker& self) {
         self.GetRequest();
         self.Reply(S_OK);
         self.GetRequest();
         self.Reply(S_OK);
-        results.add(self.WaitForRequestOrWake(testing::patience));
+        results.add(self.WaitForRequestOrWake(test::patience));
         results.add(self.WaitForRequestOrWake(std::chrono::milliseconds(1)));
     });
     ASSERT_TRUE(worker.Create());
@@ -120,13 +120,13 @@ TEST(Worker, AWakeBeforeTheWaitCountsOnce) {
 }
 
 TEST(Worker, AWakeIsNotLostToACommandThatCameWithIt) {
-    testing::Log<bool> results;
+    test::Log<bool> results;
     Worker worker([&](Worker& self) {
         self.GetRequest();  // leaves the command where it is
         self.Wake();
         self.WaitForRequestOrWake();  // ends for the command
         self.Reply(S_OK);
-        results.add(self.WaitForRequestOrWake(testing::patience));
+        results.add(self.WaitForRequestOrWake(test::patience));
     });
     ASSERT_TRUE(worker.Create());
     EXPECT_EQ(worker.CallWorker(1), S_OK);
