@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <mutex>
+#include <shared_mutex>
 
 #include "base/dib.h"
 #include "platform/ffmpeg/av.h"
@@ -28,7 +30,13 @@ struct Codec {
     const char* options = nullptr;  // the encoder's own
     uint32_t sideStep = 1;          // divides both sides
     uint32_t longestSide = 65535;
+    bool opensAlone = false;
 };
+
+/// Each time a libxvid encoder is opened, it computes again the code tables that all of its encoders in the process
+/// read: pictures compressed at that moment would be spoilt. So encoders that open alone hold this lock, exclusively
+/// while they open and shared while they compress.
+std::shared_mutex sharedTables;
 
 /// Lossless ones take a format with red, green and blue, so that nothing is lost on the way to them either. JPEG keeps
 /// to the Huffman tables of the standard: the tables that fit best cost a second pass, and not every reader wants them.
@@ -42,7 +50,8 @@ constexpr Codec codecs[] = {
     {u"MagicYUV Lossless", "magicyuv", fourcc("M8RG"), AV_PIX_FMT_GBRP},
     {u"PNG Lossless", "png", fourcc("MPNG"), AV_PIX_FMT_RGB24},
     {u"MPEG-4 Video", "mpeg4", fourcc("FMP4"), AV_PIX_FMT_YUV420P, Scale::Quantiser, 2, 31, nullptr, 1, 8191},
-    {u"Xvid MPEG-4 Video", "libxvid", fourcc("XVID"), AV_PIX_FMT_YUV420P, Scale::Quantiser, 2, 31, nullptr, 2, 8190},
+    {u"Xvid MPEG-4 Video", "libxvid", fourcc("XVID"), AV_PIX_FMT_YUV420P, Scale::Quantiser, 2, 31, nullptr, 2, 8190,
+     true},
     {u"MS MPEG-4 Video v3", "msmpeg4", fourcc("MP43"), AV_PIX_FMT_YUV420P, Scale::Quantiser, 2, 31, nullptr, 1, 8191},
     {u"H.264 Video", "libx264", fourcc("H264"), AV_PIX_FMT_YUV420P, Scale::RateFactor, 12, 40, "preset=veryfast", 2,
      16384},
@@ -64,7 +73,7 @@ class AvCompressor final : public ICompressor {
 public:
     static Result<std::unique_ptr<ICompressor>> create(const Codec& codec, const CompressorSettings& settings,
                                                        int threads);
-    uint32_t FourCC() const override { return fourcc; }
+    uint32_t FourCC() const override { return codec.fourcc; }
     std::span<const std::byte> ExtraData() const override {
         return std::as_bytes(std::span(encoder->extradata, size_t(encoder->extradata_size)));
     }
@@ -73,15 +82,18 @@ public:
     Status Finish() override;
 
 private:
-    AvCompressor(uint32_t code, size_t bytes, CodecPtr opened, std::unique_ptr<FrameFiller> filler, PacketPtr empty)
-        : fourcc(code),
+    AvCompressor(const Codec& used, size_t bytes, CodecPtr opened, std::unique_ptr<FrameFiller> filler, PacketPtr empty)
+        : codec(used),
           pictureSize(bytes),
           encoder(std::move(opened)),
           fill(std::move(filler)),
           packet(std::move(empty)) {}
     Result<AVFrame*> FreeFrame();
+    std::shared_lock<std::shared_mutex> SteadyTables() const {
+        return codec.opensAlone ? std::shared_lock(sharedTables) : std::shared_lock<std::shared_mutex>();
+    }
 
-    const uint32_t fourcc;
+    const Codec& codec;
     const size_t pictureSize;
     const CodecPtr encoder;
     const std::unique_ptr<FrameFiller> fill;
@@ -138,6 +150,8 @@ Result<CodecPtr> openEncoder(const Codec& codec, const CompressorSettings& setti
     AVDictionary* options = nullptr;
     if (codec.options) av_dict_parse_string(&options, codec.options, "=", ":", 0);
     applyQuality(*encoder, codec, settings.quality, options);
+    std::unique_lock<std::shared_mutex> alone(sharedTables, std::defer_lock);
+    if (codec.opensAlone) alone.lock();
     const int failed = avcodec_open2(encoder.get(), implementation, &options);
     av_dict_free(&options);
     if (failed < 0) return failed == AVERROR(ENOMEM) ? E_OUTOFMEMORY : E_INVALIDARG;
@@ -157,7 +171,7 @@ Result<std::unique_ptr<ICompressor>> AvCompressor::create(const Codec& codec, co
     PacketPtr packet(av_packet_alloc());
     if (!packet) return E_OUTOFMEMORY;
     return std::unique_ptr<ICompressor>(
-        new AvCompressor(codec.fourcc, bytes, std::move(encoder).value(), std::move(fill).value(), std::move(packet)));
+        new AvCompressor(codec, bytes, std::move(encoder).value(), std::move(fill).value(), std::move(packet)));
 }
 
 /// A frame that the encoder does not hold any more.
@@ -186,6 +200,7 @@ Status AvCompressor::Put(std::span<const std::byte> picture, int64_t order) {
     if (!frame.ok()) return frame.status();
     if (const Status s = fill->Fill(picture, *frame.value()); !s.ok()) return s;
     frame.value()->pts = taken;
+    const auto steady = SteadyTables();
     const int failed = avcodec_send_frame(encoder.get(), frame.value());
     if (failed == AVERROR(EAGAIN)) return E_UNEXPECTED;  // its packets were not fetched
     if (failed < 0) return statusFromAv(failed);
@@ -196,6 +211,7 @@ Status AvCompressor::Put(std::span<const std::byte> picture, int64_t order) {
 
 Status AvCompressor::Get(CompressedPicture& out) {
     av_packet_unref(packet.get());
+    const auto steady = SteadyTables();
     const int failed = avcodec_receive_packet(encoder.get(), packet.get());
     if (failed == AVERROR(EAGAIN) || failed == AVERROR_EOF) return S_FALSE;
     if (failed < 0) return statusFromAv(failed);
@@ -209,6 +225,7 @@ Status AvCompressor::Finish() {
     av_packet_unref(packet.get());
     if (finished) return S_OK;
     finished = true;
+    const auto steady = SteadyTables();
     const int failed = avcodec_send_frame(encoder.get(), nullptr);
     return failed < 0 ? statusFromAv(failed) : Status(S_OK);
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <ostream>
 #include <thread>
 
 #include "platform/ffmpeg/media_test_support.h"
@@ -44,7 +46,11 @@ struct Packet {
     std::vector<std::byte> bytes;
     int64_t order;
     bool keyFrame;
+    friend bool operator==(const Packet&, const Packet&) = default;
 };
+void PrintTo(const Packet& packet, std::ostream* out) {
+    *out << packet.order << ": " << packet.bytes.size() << " bytes" << (packet.keyFrame ? ", key" : "");
+}
 
 void takeAll(ICompressor& compressor, std::vector<Packet>& packets) {
     CompressedPicture out;
@@ -259,7 +265,25 @@ TEST_P(EveryCompressor, TwoWorkBesideEachOther) {
         });
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(made[0].size(), 10u);
-    EXPECT_EQ(bytesOf(made[0]), bytesOf(made[1]));
+    EXPECT_EQ(made[0], made[1]);
+}
+
+TEST_P(EveryCompressor, WorksOnWhileOthersAreOpened) {
+    const auto pictures = movingPictures(64, 48, 10);
+    const CompressorSettings settings = {.width = 64, .height = 48, .interval = 400'000};
+    const auto compressed = [&] {
+        const auto compressor = open(displayNameOf(GetParam()), settings);
+        return compressor ? compress(*compressor, pictures) : std::vector<Packet>();
+    };
+    const auto alone = compressed();
+    ASSERT_EQ(alone.size(), 10u);
+    std::atomic<bool> enough = false;
+    std::thread opening([&] {
+        while (!enough) open(displayNameOf(GetParam()), settings);
+    });
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(compressed(), alone);
+    enough = true;
+    opening.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(OfThisSystem, EveryCompressor, testing::ValuesIn(known), [](const auto& tested) {
