@@ -2,7 +2,7 @@
 #include <new>
 
 #include "platform/ffmpeg/ffmpeg_media.h"
-#include "platform/linux/media_plugin.h"
+#include "platform/linux/plugins/media_plugin.h"
 
 extern "C" VEXCAP_API vexcap::IMedia* vexcap_media(uint32_t version);
 

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "platform/linux/media_plugin.h"
+#include "platform/linux/plugins/media_plugin.h"
 
 namespace vexcap {
 namespace library_test {

@@ -5,12 +5,12 @@
 #include "platform/linux/file.h"
 #include "platform/linux/folders.h"
 #include "platform/linux/loader.h"
-#include "platform/linux/media_plugin.h"
 #include "platform/linux/message_box.h"
-#include "platform/linux/settings.h"
+#include "platform/linux/plugins/media_plugin.h"
+#include "platform/linux/plugins/text_plugin.h"
+#include "platform/linux/settings/settings.h"
 #include "platform/linux/system_info.h"
-#include "platform/linux/text_plugin.h"
-#include "platform/linux/video_devices.h"
+#include "platform/linux/video/video_devices.h"
 
 namespace vexcap {
 namespace {

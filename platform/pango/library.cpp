@@ -1,7 +1,7 @@
 // The one function of the plug-in.
 #include <new>
 
-#include "platform/linux/text_plugin.h"
+#include "platform/linux/plugins/text_plugin.h"
 #include "platform/pango/pango_text.h"
 
 extern "C" VEXCAP_API vexcap::ITextRaster* vexcap_text(uint32_t version);

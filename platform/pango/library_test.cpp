@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "platform/linux/text_plugin.h"
+#include "platform/linux/plugins/text_plugin.h"
 #include "platform/pango/text_test_support.h"
 
 namespace vexcap {

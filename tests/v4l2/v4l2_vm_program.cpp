@@ -9,7 +9,7 @@
 
 #include "base/dib.h"
 #include "base/text.h"
-#include "platform/linux/video_devices.h"
+#include "platform/linux/video/video_devices.h"
 
 namespace vexcap {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/settings_text.h"
+#include "platform/linux/settings/settings_text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/media_plugin.h"
+#include "platform/linux/plugins/media_plugin.h"
 
 namespace vexcap {
 

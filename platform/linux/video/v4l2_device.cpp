@@ -1,4 +1,4 @@
-#include "platform/linux/v4l2_device.h"
+#include "platform/linux/video/v4l2_device.h"
 
 #include <sys/eventfd.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/settings_text.h"
+#include "platform/linux/settings/settings_text.h"
 
 // The parser asserts what only good files keep to: "[[[" breaks an assertion. Here these are nothing at all: neither a
 // stop nor, which NDEBUG makes of them, a promise to the compiler that lets it drop the checks behind them.

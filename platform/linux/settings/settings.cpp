@@ -1,4 +1,4 @@
-#include "platform/linux/settings.h"
+#include "platform/linux/settings/settings.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,7 +12,7 @@
 #include "base/text.h"
 #include "platform/linux/errno_status.h"
 #include "platform/linux/folders.h"
-#include "platform/linux/settings_store.h"
+#include "platform/linux/settings/settings_store.h"
 
 namespace vexcap {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "platform/linux/unique_fd.h"
-#include "platform/linux/v4l2_calls.h"
-#include "platform/linux/v4l2_format.h"
+#include "platform/linux/video/v4l2_calls.h"
+#include "platform/linux/video/v4l2_format.h"
 
 namespace vexcap {
 

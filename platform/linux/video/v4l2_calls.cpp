@@ -1,4 +1,4 @@
-#include "platform/linux/v4l2_calls.h"
+#include "platform/linux/video/v4l2_calls.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "base/text.h"
-#include "platform/linux/settings_text.h"
+#include "platform/linux/settings/settings_text.h"
 
 using namespace vexcap;
 

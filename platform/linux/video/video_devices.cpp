@@ -1,4 +1,4 @@
-#include "platform/linux/video_devices.h"
+#include "platform/linux/video/video_devices.h"
 
 #include <libudev.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "base/text.h"
-#include "platform/linux/v4l2_device.h"
+#include "platform/linux/video/v4l2_device.h"
 
 namespace vexcap {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "platform/linux/plugin.h"
+#include "platform/linux/plugins/plugin.h"
 #include "platform/text_raster.h"
 
 namespace vexcap {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/v4l2_calls.h"
+#include "platform/linux/video/v4l2_calls.h"
 #include "platform/video_devices.h"
 
 namespace vexcap {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/status.h"
-#include "platform/linux/settings_text.h"
+#include "platform/linux/settings/settings_text.h"
 
 namespace vexcap {
 

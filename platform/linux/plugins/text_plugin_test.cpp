@@ -1,4 +1,4 @@
-#include "platform/linux/text_plugin.h"
+#include "platform/linux/plugins/text_plugin.h"
 
 #include <gtest/gtest.h>
 

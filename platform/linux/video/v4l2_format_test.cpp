@@ -1,4 +1,4 @@
-#include "platform/linux/v4l2_format.h"
+#include "platform/linux/video/v4l2_format.h"
 
 #include <gtest/gtest.h>
 

@@ -11,8 +11,8 @@
 #include <map>
 #include <vector>
 
-#include "platform/linux/v4l2_calls.h"
-#include "platform/linux/v4l2_format.h"
+#include "platform/linux/video/v4l2_calls.h"
+#include "platform/linux/video/v4l2_format.h"
 
 namespace vexcap::test {
 

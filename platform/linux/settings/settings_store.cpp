@@ -1,4 +1,4 @@
-#include "platform/linux/settings_store.h"
+#include "platform/linux/settings/settings_store.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

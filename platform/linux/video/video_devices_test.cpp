@@ -1,8 +1,8 @@
-#include "platform/linux/video_devices.h"
+#include "platform/linux/video/video_devices.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/v4l2_script.h"
+#include "platform/linux/video/v4l2_script.h"
 
 namespace vexcap {
 namespace video_devices_test {

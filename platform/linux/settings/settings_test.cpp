@@ -1,4 +1,4 @@
-#include "platform/linux/settings.h"
+#include "platform/linux/settings/settings.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@
 
 #include "base/text.h"
 #include "platform/fake/settings_contract.h"
-#include "platform/linux/settings_store.h"
+#include "platform/linux/settings/settings_store.h"
 #include "platform/linux/system_fixture.h"
 #include "platform/linux/unique_fd.h"
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "platform/linux/plugin.h"
+#include "platform/linux/plugins/plugin.h"
 #include "platform/media.h"
 
 namespace vexcap {
