@@ -70,3 +70,34 @@ function(vexcap_uses target scope)
         endif()
     endforeach()
 endfunction()
+
+# vexcap_plugin(NAME SOURCES library.cpp ... USES ffmpeg ... EXPORTS vexcap_media ... [PORT IMedia platform/media.h])
+# Makes the shared library vexcap-NAME, which is loaded by its name when the library runs and linked by nothing. It
+# exports EXPORTS alone. With PORT, the class and the header of a port whose plug-in it is, it also gets the test program
+# NAME_plugin_test.
+function(vexcap_plugin name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;EXPORTS;PORT" ${ARGN})
+    set(plugin vexcap-${name})
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/${plugin}.map)
+    list(JOIN ARG_EXPORTS "; " exports)
+    file(CONFIGURE OUTPUT ${script} CONTENT "{ global: ${exports}; local: *; };\n")
+
+    add_library(${plugin} SHARED ${ARG_SOURCES})
+    vexcap_uses(${plugin} PRIVATE ${ARG_USES})
+    target_compile_definitions(${plugin} PRIVATE VEXCAP_BUILDING)
+    # Once loaded it stays: what it made, and the threads and types of the libraries below it, cannot be taken back.
+    target_link_options(${plugin} PRIVATE
+        LINKER:--version-script=${script} LINKER:--no-undefined-version,-z,nodelete)
+    set_target_properties(${plugin} PROPERTIES VERSION 1.0.0 SOVERSION 1 LINK_DEPENDS ${script})
+    install(TARGETS ${plugin} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+    if(VEXCAP_TESTS AND ARG_PORT)
+        list(GET ARG_PORT 0 port)
+        list(GET ARG_PORT 1 header)
+        vexcap_test(${name}_plugin_test SOURCES ${PROJECT_SOURCE_DIR}/platform/plugin_library_test.cpp
+            USES fake ${CMAKE_DL_LIBS})
+        target_compile_definitions(${name}_plugin_test PRIVATE
+            PLUGIN_PORT=${port} PLUGIN_HEADER="${header}" PLUGIN_PATH="$<TARGET_SONAME_FILE:${plugin}>")
+        add_dependencies(${name}_plugin_test ${plugin})
+    endif()
+endfunction()

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/status.h"
+#include "platform/plugin_abi.h"
 
 namespace vexcap {
 
@@ -89,6 +90,7 @@ struct ICompressor {
 
 /// Any thread; what it makes has one owner.
 struct IMedia {
+    static constexpr PluginAbi plugin = {"vexcap-media", "vexcap_media", 1};
     virtual ~IMedia() = default;
     /// The compressors for AVI files, in the order in which a user sees them.
     virtual std::vector<Compressor> Compressors() = 0;

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/plugin_abi.h"
+
 namespace vexcap {
 
 /// How a text looks. The family is the system's own for user interfaces.
@@ -30,6 +32,7 @@ struct TextMask {
 
 /// Any thread.
 struct ITextRaster {
+    static constexpr PluginAbi plugin = {"vexcap-text", "vexcap_text", 1};
     virtual ~ITextRaster() = default;
     /// Size of one line: its width as it is drawn, its height from the font's ascent to its descent; more where a
     /// character stands out. Line breaks and other controls are drawn as blanks. The text ends after 4096 units at

@@ -6,11 +6,10 @@
 #include "platform/ffmpeg/compressor.h"
 #include "platform/ffmpeg/media_file.h"
 #include "platform/ffmpeg/picture_decoder.h"
-#include "platform/linux/file.h"
 
 namespace vexcap::ffmpeg {
 
-FfmpegMedia::FfmpegMedia() {
+FfmpegMedia::FfmpegMedia(IFileSystem& fileSystem) : files(fileSystem) {
     av_log_set_callback([](void*, int, const char*, va_list) {});
 }
 
@@ -30,7 +29,7 @@ Result<std::unique_ptr<IPictureDecoder>> FfmpegMedia::OpenDecoder(uint32_t fourc
 }
 
 Result<std::unique_ptr<IMediaReader>> FfmpegMedia::OpenFile(std::u16string_view path) {
-    auto file = LinuxFileSystem().Open(path);
+    auto file = files.Open(path);
     if (!file.ok()) return file.status();
     return openMediaFile(std::move(file).value());
 }

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/fake/fake_disk.h"
 #include "platform/ffmpeg/ffmpeg_media.h"
 #include "platform/ffmpeg/media_file.h"
 #include "platform/ffmpeg/picture.h"
@@ -42,7 +43,8 @@ void readSome(IMediaReader& reader, std::span<std::byte> picture) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const FfmpegMedia silent;
+    static FakeDisk disk;
+    static const FfmpegMedia silent(disk);
     auto opened = openMediaFile(std::make_unique<MemoryFile>(std::as_bytes(std::span(data, size))));
     if (!opened.ok()) return 0;
     IMediaReader& reader = *opened.value();

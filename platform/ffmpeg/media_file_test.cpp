@@ -43,7 +43,7 @@ int numberAt(IMediaReader& reader, int64_t position) {
     return shot ? test::numberOf(shot->picture) : -1;
 }
 
-HRESULT openCode(const test::fs::path& path) { return FfmpegMedia().OpenFile(toUtf16(path.string())).code(); }
+HRESULT openCode(const test::fs::path& path) { return test::media.OpenFile(toUtf16(path.string())).code(); }
 
 struct MediaFile : testing::Test {
     test::fs::path file(const std::string& name) const { return directory.root / name; }
@@ -138,7 +138,7 @@ TEST_P(EveryKind, TruncatedAndDamagedFilesDoNoHarm) {
     const auto path = files->root / ("damaged-" + GetParam().name);
     const auto visit = [&](const std::string& bytes) {
         test::put(path, bytes);
-        auto opened = FfmpegMedia().OpenFile(toUtf16(path.string()));
+        auto opened = test::media.OpenFile(toUtf16(path.string()));
         if (!opened.ok()) {
             EXPECT_EQ(opened.code(), E_FAIL);
             return;
@@ -312,7 +312,7 @@ TEST_F(MediaFile, WhatCannotBeOpenedTellsWhy) {
     EXPECT_EQ(openCode(directory.root), E_ACCESSDENIED);
     ASSERT_EQ(::mkfifo(file("pipe.avi").c_str(), 0600), 0);
     EXPECT_EQ(openCode(file("pipe.avi")), E_ACCESSDENIED);
-    EXPECT_EQ(FfmpegMedia().OpenFile(std::u16string_view(u"a\0b", 3)).code(), E_INVALIDARG);
+    EXPECT_EQ(test::media.OpenFile(std::u16string_view(u"a\0b", 3)).code(), E_INVALIDARG);
     EXPECT_EQ(openCode(""), VEX_E_FILE_NOT_FOUND);
 }
 
@@ -323,7 +323,7 @@ TEST_F(MediaFile, ANameIsANameAndNothingElse) {
     for (const auto* const name : {"concat:x.avi", "-i.avi", "http:x.avi", "frame%03d.avi", "pipe:", "no extension",
                                    "\xC3\xA4\xE6\x98\x9F\xF0\x9F\x98\x80.avi"}) {
         test::fs::copy_file(made, file(name));
-        auto reader = FfmpegMedia().OpenFile(toUtf16(name));
+        auto reader = test::media.OpenFile(toUtf16(name));
         ASSERT_TRUE(reader.ok()) << name;
         EXPECT_EQ(test::readAll(*reader.value()).size(), 2u) << name;
     }

@@ -14,6 +14,7 @@
 #include "base/dib.h"
 #include "base/text.h"
 #include "platform/ffmpeg/ffmpeg_media.h"
+#include "platform/linux/file.h"
 #include "platform/linux/system_fixture.h"
 #include "tests/support/shell.h"
 
@@ -25,7 +26,9 @@ using vexcap::test::shell;
 using vexcap::test::TestDirectory;
 namespace fs = std::filesystem;
 
-inline const FfmpegMedia silence;
+inline LinuxFileSystem files;
+/// Silences FFmpeg, too.
+inline FfmpegMedia media(files);
 
 /// 3 bytes a pixel, rows bottom-up at the DIB stride; the bytes between the rows are 0.
 struct Picture {
@@ -96,7 +99,7 @@ struct Shot {
 };
 
 inline std::unique_ptr<IMediaReader> openFile(const fs::path& path) {
-    auto reader = FfmpegMedia().OpenFile(toUtf16(path.string()));
+    auto reader = media.OpenFile(toUtf16(path.string()));
     EXPECT_TRUE(reader.ok()) << path << std::hex << " " << uint32_t(reader.code());
     return reader.ok() ? std::move(reader).value() : nullptr;
 }

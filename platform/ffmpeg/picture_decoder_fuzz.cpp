@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "base/dib.h"
+#include "platform/fake/fake_disk.h"
 #include "platform/ffmpeg/ffmpeg_media.h"
 #include "platform/ffmpeg/picture.h"
 
@@ -10,7 +11,8 @@ using namespace vexcap;
 using namespace vexcap::ffmpeg;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static FfmpegMedia media;
+    static FakeDisk disk;
+    static FfmpegMedia media(disk);
     if (size < 2) return 0;
     // The size told is the input's own choice, and twice the same decoder has to stand it.
     const uint32_t width = 1 + data[0], height = 1 + data[1];

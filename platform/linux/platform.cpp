@@ -43,8 +43,9 @@ struct LinuxPlatform {
     NoEncoders encoders;
     NoSharedTextures textures;
     LinuxVideoDevices videoDevices;
-    MediaPlugin media{loader};
-    TextPlugin texts{loader};
+    PluginHost pluginHost{files};
+    MediaPlugin media{loader, pluginHost};
+    TextPlugin texts{loader, pluginHost};
     LinuxDateText dates;
     Platform ports = {loader,  clock,    files,    folders,      settings, system, messageBox,
                       dialogs, encoders, textures, videoDevices, media,    texts,  dates};

@@ -1,27 +1,16 @@
-// Codecs and media files of the plug-in that lies beside the library.
+// Codecs and media files through the plug-in.
 #pragma once
-
-#include <string_view>
 
 #include "platform/linux/plugins/plugin.h"
 #include "platform/media.h"
 
 namespace vexcap {
 
-inline constexpr std::u16string_view mediaPluginName = u"libvexcap-media.so.1";
-
-/// Of what platform/media.h tells: it counts up when that changes.
-inline constexpr uint32_t mediaPluginVersion = 1;
-
-/// The plug-in's one export, `vexcap_media`.
-using MediaPluginFunction = Plugin<IMedia>::Function;
-
-/// Where the plug-in is missing or of another version there is no compressor, and all else is VEX_E_NO_MODULE. Any
-/// thread.
+/// Without the plug-in there is no compressor, and all else is VEX_E_NO_MODULE. Any thread.
 class MediaPlugin final : public IMedia {
 public:
-    /// The loader must outlive this.
-    explicit MediaPlugin(ILoader& loader) : plugin(loader, mediaPluginName, "vexcap_media", mediaPluginVersion) {}
+    /// The loader must outlive this, and the host the process.
+    MediaPlugin(ILoader& loader, const PluginHost& host) : installed(loader, host) {}
     std::vector<Compressor> Compressors() override;
     Result<std::unique_ptr<ICompressor>> OpenCompressor(std::u16string_view displayName,
                                                         const CompressorSettings& settings) override;
@@ -29,7 +18,7 @@ public:
     Result<std::unique_ptr<IMediaReader>> OpenFile(std::u16string_view path) override;
 
 private:
-    Plugin<IMedia> plugin;
+    Plugin<IMedia> installed;
 };
 
 }  // namespace vexcap

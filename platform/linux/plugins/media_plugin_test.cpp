@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-
+#include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_loader.h"
 
 namespace vexcap {
@@ -23,25 +21,13 @@ struct OneCompressor final : IMedia {
     }
 };
 
-std::atomic<int> asked = 0;
-IMedia* plugin(uint32_t version) {
-    static OneCompressor media;
-    ++asked;
-    return version == mediaPluginVersion ? &media : nullptr;
-}
-IMedia* otherPlugin(uint32_t) { return nullptr; }
-
-void expectNoModule(MediaPlugin& media) {
-    EXPECT_TRUE(media.Compressors().empty());
-    EXPECT_EQ(media.OpenCompressor(u"display", {}).code(), VEX_E_NO_MODULE);
-    EXPECT_EQ(media.OpenDecoder(0, 1, 1).code(), VEX_E_NO_MODULE);
-    EXPECT_EQ(media.OpenFile(u"there").code(), VEX_E_NO_MODULE);
-}
+IMedia* mediaPlugin(uint32_t version, const PluginHost&) { return pluginObject<IMedia, OneCompressor>(version); }
 
 TEST(MediaPlugin, HandsEverythingToThePlugin) {
     FakeLoader loader;
-    loader.add(u"libvexcap-media.so.1", {{"vexcap_media", symbolOf(&plugin)}});
-    MediaPlugin media(loader);
+    FakeDisk disk;
+    loader.add(u"libvexcap-media.so.1", {{"vexcap_media", symbolOf(&mediaPlugin)}});
+    MediaPlugin media(loader, {disk});
     ASSERT_EQ(media.Compressors().size(), 1u);
     EXPECT_EQ(media.Compressors()[0].displayName, u"display");
     EXPECT_EQ(media.OpenCompressor(u"display", {}).code(), E_INVALIDARG);
@@ -49,41 +35,14 @@ TEST(MediaPlugin, HandsEverythingToThePlugin) {
     EXPECT_EQ(media.OpenFile(u"there").code(), E_ACCESSDENIED);
 }
 
-TEST(MediaPlugin, LoadsWhenItIsFirstNeededAndOnce) {
+TEST(MediaPlugin, HasNothingWithoutThePlugin) {
     FakeLoader loader;
-    loader.add(u"libvexcap-media.so.1", {{"vexcap_media", symbolOf(&plugin)}});
-    MediaPlugin media(loader);
-    EXPECT_TRUE(loader.calls().empty());
-    asked = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&media] { EXPECT_EQ(media.OpenFile(u"there").code(), E_ACCESSDENIED); });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(loader.loaded(u"libvexcap-media.so.1"), 1);
-    EXPECT_EQ(asked, 1);
-}
-
-TEST(MediaPlugin, WithoutThePluginThereIsNothingAndItIsLookedForOnce) {
-    FakeLoader loader;
-    MediaPlugin media(loader);
-    expectNoModule(media);
-    EXPECT_EQ(loader.calls().size(), 1u);
-}
-
-TEST(MediaPlugin, APluginOfAnotherVersionIsLetGo) {
-    FakeLoader loader;
-    loader.add(u"libvexcap-media.so.1", {{"vexcap_media", symbolOf(&otherPlugin)}});
-    MediaPlugin media(loader);
-    expectNoModule(media);
-    EXPECT_EQ(loader.loaded(u"libvexcap-media.so.1"), 0);
-}
-
-TEST(MediaPlugin, ALibraryWithoutTheFunctionIsLetGo) {
-    FakeLoader loader;
-    loader.add(u"libvexcap-media.so.1", {});
-    MediaPlugin media(loader);
-    expectNoModule(media);
-    EXPECT_EQ(loader.loaded(u"libvexcap-media.so.1"), 0);
+    FakeDisk disk;
+    MediaPlugin media(loader, {disk});
+    EXPECT_TRUE(media.Compressors().empty());
+    EXPECT_EQ(media.OpenCompressor(u"display", {}).code(), VEX_E_NO_MODULE);
+    EXPECT_EQ(media.OpenDecoder(0, 1, 1).code(), VEX_E_NO_MODULE);
+    EXPECT_EQ(media.OpenFile(u"there").code(), VEX_E_NO_MODULE);
 }
 
 }  // namespace media_plugin_test

@@ -1,27 +1,24 @@
-// A plug-in that lies beside the library.
+// A plug-in that is loaded when its port is first used.
 #pragma once
 
-#include <cstdint>
-#include <string_view>
+#include <string>
 
 #include "base/mutex.h"
+#include "base/text.h"
 #include "platform/loader.h"
+#include "platform/plugin_abi.h"
 
 namespace vexcap {
 
-/// The one object of a plug-in, which its one export gives: null for another version than its own; what it gives lives
-/// as long as the process. Loaded when it is first needed, once; it stays loaded. Any thread.
-template <typename Interface>
+/// The plug-in of `Port`. It is loaded once and stays loaded. Any thread.
+template <typename Port>
 class Plugin final {
 public:
-    using Function = Interface*(uint32_t version);
+    /// The loader must outlive this, and the host the process.
+    Plugin(ILoader& systemLoader, const PluginHost& pluginHost) : loader(systemLoader), host(pluginHost) {}
 
-    /// The loader must outlive this.
-    Plugin(ILoader& systemLoader, std::u16string_view libraryName, const char* exportName, uint32_t wantedVersion)
-        : loader(systemLoader), library(libraryName), symbol(exportName), version(wantedVersion) {}
-
-    /// Null where it is missing, or of another version.
-    Interface* Loaded() VEX_EXCLUDES(lock) {
+    /// Null where the plug-in is missing, or of another version.
+    Port* Loaded() VEX_EXCLUDES(lock) {
         MutexGuard guard(lock);
         if (!tried) object = Load();
         tried = true;
@@ -29,22 +26,20 @@ public:
     }
 
 private:
-    Interface* Load() const {
-        void* const loaded = loader.Load(library);
-        if (!loaded) return nullptr;
-        const auto function = reinterpret_cast<Function*>(loader.Symbol(loaded, symbol));
-        Interface* const made = function ? function(version) : nullptr;
-        if (!made) loader.Free(loaded);
+    Port* Load() const {
+        void* const library = loader.Load(u"lib" + toUtf16(Port::plugin.library) + u".so.1");
+        if (!library) return nullptr;
+        const auto function = reinterpret_cast<PluginFunction<Port>*>(loader.Symbol(library, Port::plugin.function));
+        Port* const made = function ? function(Port::plugin.version, host) : nullptr;
+        if (!made) loader.Free(library);
         return made;
     }
 
     ILoader& loader;
-    const std::u16string_view library;
-    const char* const symbol;
-    const uint32_t version;
+    const PluginHost host;
     Mutex lock;
     bool tried VEX_GUARDED_BY(lock) = false;
-    Interface* object VEX_GUARDED_BY(lock) = nullptr;
+    Port* object VEX_GUARDED_BY(lock) = nullptr;
 };
 
 }  // namespace vexcap

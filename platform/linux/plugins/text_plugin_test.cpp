@@ -2,22 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
+#include <vector>
 
+#include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_loader.h"
 #include "platform/fake/fake_text_raster.h"
 
 namespace vexcap {
 namespace text_plugin_test {
 
-std::atomic<int> asked = 0;
-ITextRaster* plugin(uint32_t version) {
-    static FakeTextRaster texts;
-    ++asked;
-    return version == textPluginVersion ? &texts : nullptr;
+ITextRaster* textPlugin(uint32_t version, const PluginHost&) {
+    return pluginObject<ITextRaster, FakeTextRaster>(version);
 }
-ITextRaster* otherPlugin(uint32_t) { return nullptr; }
 
 /// One character of the fake, 6 x 12 pixels, with a column and a row more.
 struct Drawing {
@@ -25,17 +21,11 @@ struct Drawing {
     std::vector<uint8_t> pixels = std::vector<uint8_t>(7 * 13);
 };
 
-void expectNoText(TextPlugin& texts) {
-    EXPECT_EQ(texts.Measure({}, u"a"), TextSize());
-    Drawing drawing;
-    EXPECT_FALSE(texts.Draw({}, u"a", drawing.Mask(), 0, 0));
-    EXPECT_EQ(drawing.pixels, Drawing().pixels);
-}
-
 TEST(TextPlugin, HandsEverythingToThePlugin) {
     FakeLoader loader;
-    loader.add(u"libvexcap-text.so.1", {{"vexcap_text", symbolOf(&plugin)}});
-    TextPlugin texts(loader);
+    FakeDisk disk;
+    loader.add(u"libvexcap-text.so.1", {{"vexcap_text", symbolOf(&textPlugin)}});
+    TextPlugin texts(loader, {disk});
     EXPECT_EQ(texts.Measure({.height = 20, .weight = 700}, u"abc"), (TextSize{33, 20}));
     Drawing got, want;
     EXPECT_TRUE(texts.Draw({}, u"a", got.Mask(), 1, 1));
@@ -44,41 +34,14 @@ TEST(TextPlugin, HandsEverythingToThePlugin) {
     EXPECT_FALSE(texts.Draw({}, u"", got.Mask(), 1, 1));
 }
 
-TEST(TextPlugin, LoadsWhenItIsFirstNeededAndOnce) {
+TEST(TextPlugin, DrawsNothingWithoutThePlugin) {
     FakeLoader loader;
-    loader.add(u"libvexcap-text.so.1", {{"vexcap_text", symbolOf(&plugin)}});
-    TextPlugin texts(loader);
-    EXPECT_TRUE(loader.calls().empty());
-    asked = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&texts] { EXPECT_EQ(texts.Measure({}, u"a"), (TextSize{6, 12})); });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(loader.loaded(u"libvexcap-text.so.1"), 1);
-    EXPECT_EQ(asked, 1);
-}
-
-TEST(TextPlugin, WithoutThePluginNothingIsDrawnAndItIsLookedForOnce) {
-    FakeLoader loader;
-    TextPlugin texts(loader);
-    expectNoText(texts);
-    EXPECT_EQ(loader.calls().size(), 1u);
-}
-
-TEST(TextPlugin, APluginOfAnotherVersionIsLetGo) {
-    FakeLoader loader;
-    loader.add(u"libvexcap-text.so.1", {{"vexcap_text", symbolOf(&otherPlugin)}});
-    TextPlugin texts(loader);
-    expectNoText(texts);
-    EXPECT_EQ(loader.loaded(u"libvexcap-text.so.1"), 0);
-}
-
-TEST(TextPlugin, ALibraryWithoutTheFunctionIsLetGo) {
-    FakeLoader loader;
-    loader.add(u"libvexcap-text.so.1", {});
-    TextPlugin texts(loader);
-    expectNoText(texts);
-    EXPECT_EQ(loader.loaded(u"libvexcap-text.so.1"), 0);
+    FakeDisk disk;
+    TextPlugin texts(loader, {disk});
+    EXPECT_EQ(texts.Measure({}, u"a"), TextSize());
+    Drawing drawing;
+    EXPECT_FALSE(texts.Draw({}, u"a", drawing.Mask(), 0, 0));
+    EXPECT_EQ(drawing.pixels, Drawing().pixels);
 }
 
 }  // namespace text_plugin_test
