@@ -1,9 +1,18 @@
 #include <cstdio>
 #include <exception>
 
-#include "hosts/cli/commands.h"
-#include "hosts/cli/failure.h"
-#include "hosts/cli/json.h"
+#include "hosts/cli/commands/codecs.h"
+#include "hosts/cli/commands/dark.h"
+#include "hosts/cli/commands/devices.h"
+#include "hosts/cli/commands/play.h"
+#include "hosts/cli/commands/record.h"
+#include "hosts/cli/commands/settings.h"
+#include "hosts/cli/commands/snap.h"
+#include "hosts/cli/commands/verify_files.h"
+#include "hosts/cli/commands/view.h"
+#include "hosts/cli/commands/watch.h"
+#include "hosts/cli/report/json.h"
+#include "hosts/common/failure.h"
 
 using namespace vexcap::cli;
 

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "hosts/cli/failure.h"
+#include "hosts/common/failure.h"
 
 namespace vexcap::cli {
 

@@ -3,23 +3,24 @@
 
 #include <thread>
 
+#include "hosts/cli/host.h"
+#include "hosts/common/stop_request.h"
+
 namespace vexcap::cli {
 
 /// Turns SIGINT, SIGTERM and, unless it was ignored, SIGHUP into a wish to end; the second one ends the process at
 /// once with exitAborted, even while the main thread waits for a disk or a camera. SIGPIPE is ignored: a reader of the
 /// output that went away is no reason to lose a recording.
 /// Made before any other thread, which so inherits the blocked signals. One at a time.
-class Signals final {
+class Signals final : public StopRequest {
 public:
     Signals();
-    ~Signals();
+    ~Signals() override;
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
 
-    /// Readable from the first signal on; for poll.
-    int Descriptor() const { return asked; }
-    /// True from the first signal on. Any thread.
-    bool Asked() const;
+    int Descriptor() const override { return asked; }
+    bool Asked() const override;
 
 private:
     void Listen();

@@ -5,7 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include "hosts/cli/exit_code.h"
+#include "hosts/common/exit_code.h"
 
 namespace vexcap::cli {
 namespace signals_test {

@@ -8,18 +8,18 @@
 #include <cerrno>
 #include <cstring>
 
-#include "hosts/cli/failure.h"
+#include "hosts/common/failure.h"
 
 namespace vexcap::cli {
 
 FileSource::FileSource(const std::string& name) : path(name) {
     // A pipe without a writer must not be waited for.
     descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) throw Failure(exitFailure, path + ": " + std::strerror(errno));
+    if (descriptor < 0) throw host::Failure(host::exitFailure, path + ": " + std::strerror(errno));
     struct stat found = {};
     if (fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode)) {
         close(descriptor);
-        throw Failure(exitFailure, path + " is not a file");
+        throw host::Failure(host::exitFailure, path + " is not a file");
     }
     size = static_cast<uint64_t>(found.st_size);
     // Headers far apart: what the system would read ahead between them is thrown away.
@@ -34,7 +34,7 @@ size_t FileSource::ReadAt(uint64_t position, std::span<uint8_t> bytes) {
         const ssize_t count =
             pread(descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(position + done));
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throw Failure(exitFailure, path + ": " + std::strerror(errno));
+        if (count < 0) throw host::Failure(host::exitFailure, path + ": " + std::strerror(errno));
         if (count == 0) break;
         done += static_cast<size_t>(count);
     }

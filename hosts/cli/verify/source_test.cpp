@@ -9,10 +9,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "hosts/cli/failure.h"
 #include "hosts/cli/verify/byte_reader.h"
 #include "hosts/cli/verify/test_files.h"
 #include "hosts/cli/verify/verify.h"
+#include "hosts/common/failure.h"
 
 namespace vexcap::cli {
 namespace source_test {
@@ -30,8 +30,8 @@ protected:
     std::string Refusal(const char* name) const {
         try {
             FileSource source(Path(name));
-        } catch (const Failure& failure) {
-            EXPECT_EQ(failure.code, exitFailure);
+        } catch (const host::Failure& failure) {
+            EXPECT_EQ(failure.code, host::exitFailure);
             return failure.what();
         }
         return {};

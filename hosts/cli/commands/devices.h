@@ -1,0 +1,15 @@
+/// vexcap devices, vexcap formats.
+#pragma once
+
+#include "hosts/cli/host.h"
+#include "hosts/cli/options/options.h"
+#include "hosts/common/exit_code.h"
+
+namespace vexcap::cli {
+
+/// Returns the exit status, or throws Failure.
+ExitCode listDevices(const Options& options);
+/// Returns the exit status, or throws Failure.
+ExitCode listFormats(const Options& options);
+
+}  // namespace vexcap::cli

@@ -1,0 +1,17 @@
+#include "hosts/cli/report/setting_text.h"
+
+#include <gtest/gtest.h>
+
+namespace vexcap::cli {
+namespace setting_text_test {
+
+TEST(Setting, JsonTellsValueAndLimits) {
+    EXPECT_EQ(settingJson(*parseSetting("BitRateScale").setting, {SettingValue(120u), true}),
+              R"({"type":"setting","name":"BitRateScale","value":120,"standard":100,"least":25,"most":400,)"
+              R"("stored":true})");
+    EXPECT_EQ(settingJson(*parseSetting("CaptureTitle").setting, {SettingValue(std::string("M \"31\"")), false}),
+              R"({"type":"setting","name":"CaptureTitle","value":"M \"31\"","mostCharacters":128,"stored":false})");
+}
+
+}  // namespace setting_text_test
+}  // namespace vexcap::cli

@@ -1,0 +1,224 @@
+#include "hosts/common/session.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+#include "hosts/common/failure.h"
+#include "hosts/common/text/result_text.h"
+#include "hosts/common/text/text.h"
+
+namespace vexcap::host {
+
+namespace {
+
+constexpr char16_t openMode = VEX_OPEN_ASTRO;
+constexpr size_t propertyRoom = 32;  // UTF-16 units that the library writes
+
+}  // namespace
+
+Session::Session(Engine& engine, const Device& device, bool stills)
+    : window(engine.Window()), name(device.name), isCamera(device.IsCamera()) {
+    const std::string what = isCamera ? "camera" : "video input device";
+    const std::u16string identifier = toUtf16(device.identifier);
+    const std::u16string opened = isCamera ? openMode + identifier : identifier;
+    const std::u16string display = toUtf16(device.name);
+    const vex_device record = {opened.c_str(), display.c_str(), device.kind, 0};
+    context = vexcap_device(window, window, &record, nullptr, nullptr, nullptr);
+    if (!context) throw Failure(exitNoDevice, "no such " + what + ": " + name);
+    const HRESULT result = vexcap_start(context, window, messageStill, stills, 0, 0);
+    if (result >= 0) return;
+    vexcap_stop(context);
+    const bool telling = result == E_ACCESSDENIED || result == VEX_E_BUSY;
+    throw Failure(exitNoDevice, "cannot open the " + what + " \"" + name + "\"" +
+                                    (telling ? ": " + resultText(result) : std::string()) +
+                                    "; \"vexcap devices\" lists what is there");
+}
+
+Session::Session(Engine& engine, const MediaFile& file) : window(engine.Window()), name(file.path), isCamera(false) {
+    const std::u16string path = toUtf16(file.path);
+    context = vexcap_file(window, window, path.c_str());
+    if (!context) throw Failure(exitUsage, "no file is named");
+    const HRESULT result = vexcap_start(context, nullptr, 0, 0, 0, 0);
+    if (result >= 0) return;
+    vexcap_stop(context);
+    if (result == noModule) throw Failure(exitNoMedia, "cannot play " + name + ": " + resultText(result));
+    if (result == E_FAIL) throw Failure(exitNoVideo, name + " has no video that can be played");
+    throw Failure(exitFailure, "cannot play " + name + ": " + resultText(result));
+}
+
+Session::~Session() { vexcap_stop(context); }
+
+News Session::Wait(int milliseconds, const StopRequest& stop) {
+    pollfd sources[2] = {{vex_window_queue_fd(window), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}};
+    poll(sources, 2, milliseconds);
+    News news;
+    vex_message message;
+    while (vex_window_queue_next(window, &message)) {
+        if (message.message == messageEvent) {
+            if (!isCamera) news.framesAtEvent = Rate().total;
+            vexcap_notify(context);
+        }
+        if (message.message == messageLimit) news.limit = true;
+        if (message.message == messageFrame) news.frame = true;
+        if (message.message == messageStill) news.still = true;
+        if (message.message == messageDarkField) {
+            // Frames and their count; zeros when the dark frame is there.
+            const bool done = !message.wparam && !message.lparam;
+            const uint32_t before = news.dark ? news.dark->taken : 0;
+            news.dark = {done ? before : static_cast<uint32_t>(message.wparam), done};
+        }
+    }
+    news.asked = stop.Asked();
+    news.lost = !vexcap_fpreviewing(context);
+    return news;
+}
+
+void Session::WaitForFreshFrame(const StopRequest& stop) {
+    const uint32_t first = Rate().total;
+    StallWatch stall(StallSeconds());
+    for (;;) {
+        const News news = Wait(10, stop);
+        if (news.asked) throw Failure(exitAborted, "ended before a frame came");
+        const uint32_t total = Rate().total;
+        if (news.lost || stall.Stalled(total, steadySeconds()))
+            throw Failure(exitDeviceLost, "\"" + name + "\" sends no frames");
+        if (total - first >= 2) return;
+    }
+}
+
+void Session::WaitForPicture(const StopRequest& stop) {
+    Wait(0, stop);  // those from before do not count
+    WaitFor(&News::frame, "sends no pictures", stop);
+}
+
+void Session::WaitForStill(const StopRequest& stop) { WaitFor(&News::still, "sends no still", stop); }
+
+void Session::WaitFor(bool News::*what, const char* missing, const StopRequest& stop) {
+    const double longest = StallSeconds();
+    for (const double start = steadySeconds();;) {
+        const News news = Wait(10, stop);
+        if (news.asked) throw Failure(exitAborted, "ended before a picture came");
+        if (news.*what) return;
+        if (news.lost || steadySeconds() - start > longest)
+            throw Failure(exitDeviceLost, "\"" + name + "\" " + missing);
+    }
+}
+
+ICamera& Session::Camera() const {
+    if (void* const camera = vexcap_get_interface(context, nullptr)) return *static_cast<ICamera*>(camera);
+    throw Failure(exitDeviceLost, "the camera \"" + name + "\" is gone");
+}
+
+FrameRate Session::Rate() const {
+    if (!isCamera) {
+        vex_char count[propertyRoom] = {}, rate[propertyRoom] = {};
+        if (!vexcap_get_property(context, count, rate)) return {};
+        // The library writes them as the C library of this process reads them.
+        return {std::strtod(toUtf8(rate).c_str(), nullptr),
+                static_cast<uint32_t>(std::strtoul(toUtf8(count).c_str(), nullptr, 10))};
+    }
+    uint32_t frames = 0, milliseconds = 0, total = 0;
+    if (Camera().GetFrameRate(&frames, &milliseconds, &total) < 0) return {};
+    return {milliseconds ? frames * 1000.0 / milliseconds : 0, total};
+}
+
+Size Session::PictureSize() const {
+    if (isCamera) return CameraPictureSize();
+    int32_t width = 0, height = 0;
+    vexcap_video_size(context, &width, &height);
+    return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
+}
+
+Size Session::CameraPictureSize() const {
+    ICamera& camera = Camera();
+    uint32_t width = 0, height = 0;
+    int32_t fullWidth = 0, fullHeight = 0, binning = 0, rotation = 0;
+    if (camera.GetRoi(nullptr, nullptr, &width, &height) < 0 || !width || !height) {
+        camera.GetSize(&fullWidth, &fullHeight);
+        width = static_cast<uint32_t>(fullWidth);
+        height = static_cast<uint32_t>(fullHeight);
+    }
+    camera.GetOption(VEX_OPTION_BINNING, &binning);
+    const uint32_t factor = std::max(static_cast<uint32_t>(binning) & 15u, 1u);
+    width = width / factor & ~1u;
+    height = height / factor & ~1u;
+    const bool turned = camera.GetOption(VEX_OPTION_ROTATION, &rotation) >= 0 && (rotation == 90 || rotation == 270);
+    return turned ? Size{height, width} : Size{width, height};
+}
+
+uint32_t Session::RawDepth() const {
+    uint32_t fourcc = 0, depth = 0;
+    const auto raw = Query<ICameraRaw>(VEX_IID_CAMERA_RAW);
+    return raw && raw->GetRawFormat(&fourcc, &depth) >= 0 ? depth : 0;
+}
+
+uint32_t Session::LostFrames() const {
+    uint32_t lost = 0;
+    const auto status = Query<ICameraStatus>(VEX_IID_CAMERA_STATUS);
+    return status && status->GetLostFrames(&lost) >= 0 ? lost : 0;
+}
+
+bool Session::CameraFailed() const {
+    uint32_t state = VEX_CAMERA_STATE_OK;
+    const auto status = Query<ICameraStatus>(VEX_IID_CAMERA_STATUS);
+    return status && status->GetState(&state) >= 0 &&
+           (state == VEX_CAMERA_STATE_FAILED || state == VEX_CAMERA_STATE_REMOVED);
+}
+
+double Session::StallSeconds() const {
+    constexpr double patience = 10;
+    if (!isCamera) return patience;
+    uint32_t microseconds = 0;
+    return Camera().GetExposureTime(&microseconds) >= 0 ? patience + microseconds / 1e6 : patience;
+}
+
+std::vector<Format> Session::Formats() const { return FormatsOf(vexcap_get_capability); }
+
+std::vector<Format> Session::StillFormats() const {
+    return vexcap_has_stillimage(context) ? FormatsOf(vexcap_get_stillimage_capability) : std::vector<Format>();
+}
+
+std::vector<Format> Session::FormatsOf(Capability capability) const {
+    vex_capability* list = nullptr;
+    const int32_t count = capability(context, &list);
+    std::vector<Format> formats;
+    for (int32_t i = 0; list && i < count; ++i) formats.push_back(formatOf(list[i], isCamera));
+    vexcap_free_capability(list);
+    if (count < 0) throw Failure(exitFailure, "\"" + name + "\" does not tell its formats: " + resultText(count));
+    return formats;
+}
+
+void Session::SetFormat(const FormatChoice& choice, const StopRequest& stop) {
+    const std::vector<Format> formats = Formats();
+    const uint32_t index = matchFormat(formats, choice);
+    const std::string refused = "\"" + name + "\" does not take " + sizeText(formats[index].size);
+    if (isCamera) {
+        vexcap_set_esize(context, index, 0);
+        if (!vexcap_fpreviewing(context)) throw Failure(exitFailure, refused);
+    } else if (const HRESULT result = vexcap_put_format(context, index); result < 0) {
+        throw Failure(exitFailure, refused + ": " + resultText(result));
+    }
+    WaitForFreshFrame(stop);
+    int32_t width = 0, height = 0;
+    vexcap_video_size(context, &width, &height);
+    if (Size{static_cast<uint32_t>(width), static_cast<uint32_t>(height)} != formats[index].size)
+        throw Failure(exitFailure, refused);
+}
+
+bool StallWatch::Stalled(uint32_t total, double now) {
+    if (!started || total != seen) {
+        started = true;
+        seen = total;
+        since = now;
+    }
+    return now - since > longest;
+}
+
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace vexcap::host
