@@ -17,7 +17,7 @@ export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config"
 
 cmake --install "$build" --prefix "$prefix" > "$work/install.log" 2>&1 || { cat "$work/install.log"; exit 1; }
 cameras=$prefix/$libdir/libvexcap-cameras.so.1
-for file in include/vexcap/vexcap.h "$libdir/libvexcap.so" "$libdir/libvexcap.so.1" "$libdir/libvexcap-cameras.so.1" \
+for file in include/vexcap/vexcap.h bin/vexcap-camera-contract "$libdir/libvexcap.so" "$libdir/libvexcap.so.1" "$libdir/libvexcap-cameras.so.1" \
             "$libdir/libvexcap-i18n.so.1" "$libdir/libvexcap-media.so.1" "$libdir/libvexcap-text.so.1" \
             share/locale/de/LC_MESSAGES/vexcap.mo "$libdir/pkgconfig/vexcap.pc" "$libdir/cmake/vexcap/vexcap-config.cmake"; do
     test -e "$prefix/$file" || { echo "$file was not installed"; exit 1; }

@@ -1,32 +1,40 @@
 /// The contract of a camera library: what a shared library must export, and how its cameras behave, so that
-/// vexcap_init can be given its path and prefix. `tests/camera_contract` checks any library by path against it.
+/// vexcap_init can be given its path and prefix. The program vexcap-camera-contract checks a library against it.
 ///
-/// A library exports four C functions, each name made of the host's prefix and an underscore (`Vexcam_EnumV2`):
-/// EnumV2, Open, calc_ClarityFactor, InitOcl. The engine tests each name before each call; a missing one acts as
-/// null, 0 or E_FAIL.
+/// A library exports C functions whose names are made of the host's prefix and an underscore (`Vexcam_EnumV2`). EnumV2
+/// and Open are needed. calc_ClarityFactor and InitOcl are optional: without them there is no clarity factor, and no
+/// picture in a shared texture. The engine tests each name before each call; a missing one acts as null, 0 or E_FAIL.
 ///
 /// Objects. A camera is an object with a table of operations: QueryInterface, AddRef and Release first, then the
 /// operations in the order below. In C++ it is an abstract class, in C a struct whose first member points to the table;
 /// both are the same in memory (Itanium C++ ABI). The numbers behind the operations count QueryInterface as 0.
 ///
-/// Life. Open gives a camera with one reference, and Close gives that reference back. What QueryInterface gives is the
-/// same camera under another table; it holds a reference until its Release. Close ends the stream, so that no callback
-/// runs or comes any more once it returned, and the camera must not be used after it.
+/// Life. Open returns a camera with one reference, and Close gives that reference back. An interface from QueryInterface
+/// is the same camera under another table; it holds a reference until its Release. VEX_IID_UNKNOWN is answered with the
+/// same pointer under every table. Close ends the stream, so that no callback runs or comes any more once it returned,
+/// and the camera must not be used after it. A camera that was closed can be opened again at once.
+/// A second Open of an open camera returns null, or another object with settings and a stream of its own. Either way
+/// the first one goes on undisturbed.
 ///
 /// Threads. Every operation is called on the engine's host thread, outside of callbacks, but for these reads that the
 /// engine makes from inside the event callback: GetSize, QueryInterface and Release, and the still interface's count
 /// and size. Frames, buffers, raw frames and events come on threads of the library, one frame at a time. Stop and Close
-/// wait for a running callback to return. An event may come at any time between StartPull and Stop. A stream that is
-/// lost is told in this order: the state, a null frame, the state event.
+/// wait for a running callback to return. An event may come at any time between StartPull and Stop. The loss of a stream
+/// is reported in this order: the state, a null frame, the state event. Nothing comes after them.
+///
+/// Results. A failure leaves settings and outs as they were; QueryInterface alone sets its out to null. A null out
+/// fails with E_POINTER, but for those that an operation calls optional. An operation that a camera does not have
+/// returns E_NOTIMPL.
 ///
 /// Frames. Rows run from the bottom to the top. A display frame has 3 bytes a pixel, blue first, and a row stride of
 /// ((width * 24 + 31) / 32) * 4 bytes. A deep frame has three 16-bit samples a pixel, blue first, low-aligned, and a
-/// row stride of ((width * 48 + 31) / 32) * 4 bytes. A raw frame has one sample a pixel as the sensor gives it, 8 bits
-/// at a depth of 8 and else 16 bits, low byte first, low-aligned, with no padding between rows. All three show the same
-/// exposure, after region of interest, binning and rotation, so that all have the size of the frame info record.
+/// row stride of ((width * 48 + 31) / 32) * 4 bytes. A raw frame has one sample a pixel as the sensor delivers it, 8
+/// bits at a depth of 8 and else 16 bits, low byte first, low-aligned, with no padding between rows. All three show the
+/// same exposure, after region of interest, binning and rotation, so that all have the size of the frame info record:
+/// the region's or else the resolution's size, divided by binning, rounded down to even sides, turned.
 ///
-/// The camera must survive any answer of the engine: a buffer callback that gives null means that this picture is not
-/// wanted, or is to be delivered from memory of the camera's own when it is the display picture.
+/// The camera must survive any answer of the engine. A buffer callback that returns null for the display picture gets
+/// it in memory of the camera's own; null for another picture means that this one is not wanted.
 #ifndef VEXCAP_CAMERA_LIBRARY_H
 #define VEXCAP_CAMERA_LIBRARY_H
 
@@ -34,21 +42,22 @@
 
 VEXCAP_EXTERN_C_BEGIN
 
-/// Room that the engine gives to EnumV2, in entries. A larger count is cut to this number.
+/// Room for EnumV2, in entries. A larger count is cut to this number.
 #define VEX_CAMERA_ENTRIES 16
 
-/// One camera of the list, 264 bytes. Strings without a terminator are read to their 64 characters.
+/// One camera of the list, 264 bytes. No string is empty and no identifier stands in the list twice. Strings without a
+/// terminator are read to their 64 characters.
 typedef struct vex_camera_entry {
     vex_char display[64];     ///< What a user sees.
-    vex_char identifier[64];  ///< What Open is given, behind the open-mode character.
+    vex_char identifier[64];  ///< The name for Open, behind the open-mode character.
     const void* model;        ///< The library's own; the engine does not read it.
 } vex_camera_entry;
 
-/// Open-mode characters: first character of the name that Open is given. They tell how the engine wants the camera.
+/// Open-mode characters: first character of the name for Open. They say what the engine wants of the camera.
 enum {
     VEX_OPEN_ASTRO = '$',    ///< Telescope camera: raw recording.
-    VEX_OPEN_GAINS = '&',    ///< Microscope camera; white balance is told as three gains.
-    VEX_OPEN_TEMPTINT = '!'  ///< Microscope camera; white balance is told as temperature and tint.
+    VEX_OPEN_GAINS = '&',    ///< Microscope camera; white balance is read as three gains.
+    VEX_OPEN_TEMPTINT = '!'  ///< Microscope camera; white balance is read as temperature and tint.
 };
 
 /// Events of the event callback. Any other number is passed to the host as it is.
@@ -57,7 +66,7 @@ enum {
     VEX_CAMERA_EVENT_STATE = 0x8002  ///< The state of the status interface changed.
 };
 
-/// States that the status interface tells.
+/// States of the status interface.
 enum {
     VEX_CAMERA_STATE_OK = 0,
     VEX_CAMERA_STATE_NO_FRAMES = 1,  ///< Open, but nothing comes.
@@ -65,25 +74,32 @@ enum {
     VEX_CAMERA_STATE_REMOVED = 3     ///< The device is gone.
 };
 
-/// Option numbers of PutOption and GetOption that the engine uses. An unknown number answers E_NOTIMPL.
+/// Option numbers of PutOption and GetOption that the engine uses. An unknown number fails with E_NOTIMPL. Every camera
+/// has the first two; one without binning or rotation answers E_NOTIMPL, or takes the value that changes nothing.
 enum {
     VEX_OPTION_RECORDING = 1,    ///< 1 while a graph source is set up or no recording runs, 0 when one starts.
-    VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit.
+    VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit. Any
+                                 ///< positive number is accepted, a negative one refused; the engine sets 2 to 100.
     VEX_OPTION_BINNING = 23,     ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
                                  ///< is made even: rounded down.
     VEX_OPTION_ROTATION = 24     ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
 };
 
 /// What comes with a frame.
+/// Numbers rise, and a gap means frames that were lost on the way. Frames that a pause held back are not counted: the
+/// first frame after a pause continues the numbers. A still has no number of its own; it carries that of the sensor
+/// frame that comes next.
 typedef struct vex_frame_info {
-    uint32_t sequence;   ///< Number of the sensor frame since StartPull, from 0. A gap tells of frames lost on the way.
+    uint32_t sequence;   ///< Number of the sensor frame since StartPull, from 0.
     uint32_t width;      ///< Pixels.
     uint32_t height;     ///< Pixels.
     uint32_t reserved;   ///< 0.
-    uint64_t timestamp;  ///< Start of the exposure, 100-nanosecond units of a steady clock; 0 when unknown.
+    uint64_t timestamp;  ///< Start of the exposure in 100-nanosecond units of a steady clock of the library's or the
+                         ///< device's choice; 0 when unknown. It never goes back within a stream. Differences have a
+                         ///< meaning, the value itself has none: it is neither UTC nor a clock of the host.
 } vex_frame_info;
 
-/// The shared texture that the engine offers to StartPull; the camera says with TextureAccepted whether it fills it.
+/// The shared texture that the engine offers to StartPull; TextureAccepted says whether the camera fills it.
 typedef struct vex_texture_target {
     void* device;
     void* context;
@@ -92,22 +108,22 @@ typedef struct vex_texture_target {
 
 /// A display or still frame. `frame` is the display picture, or the value 1 when the shared texture was filled.
 /// Null for `frame` or `info` says that the stream is lost. `still` is 1 for a frame that Snap asked for.
-/// `raw` and `deep` are null unless the buffer callback gave room for them and they were filled.
-/// `depthFlag` is non-zero when samples have the depth of GetBitDepth, 0 when they have 8 bits.
+/// `raw` and `deep` are the room of the buffer callback when they were filled, and else null.
+/// `depthFlag` is non-zero when samples have more than 8 bits, 0 when they have 8.
 /// `tag` is the FourCC of the raw frame, 0 for mono. `frameTag` goes to the host unread.
 typedef void (*vex_camera_frame_callback)(const void* frame, const vex_frame_info* info, uint32_t still,
                                           const void* raw, const void* deep, uint32_t depthFlag, uint32_t tag,
                                           uint64_t frameTag, void* context);
 
-/// Asks the engine where the next frame's pictures are to be written. Null outs are not asked for; the answers may be
-/// null. What it gives stays good until the frame callback of this frame returned.
-/// A display buffer holds the largest frame that the camera told; see GetSize and the size event.
+/// Asks the engine where the next frame's pictures are to be written. The outs are optional; the answers may be null.
+/// The room stays valid until the frame callback of this frame returned.
+/// Room for the display picture holds the largest frame that the camera reported; see GetSize and the size event.
 typedef void (*vex_camera_buffer_callback)(uint32_t still, void** display, void** raw, void** deep, void* context);
 
-/// Tells of something that happened, VEX_CAMERA_EVENT_... or a number of the library's own.
+/// Reports that something happened, VEX_CAMERA_EVENT_... or a number of the library's own.
 typedef void (*vex_camera_event_callback)(uint32_t event, void* context);
 
-/// Every raw frame of the sensor, in order, before its display frame. The memory is the camera's and is good until
+/// Every raw frame of the sensor, in order, before its display frame. The memory is the camera's and is valid until
 /// the callback returns. `fourcc` is 0 for mono, and names the mosaic from the first row in memory; `depth` is the
 /// number of bits of a sample.
 typedef void (*vex_camera_raw_callback)(const void* raw, const vex_frame_info* info, uint32_t fourcc, uint32_t depth,
@@ -129,11 +145,11 @@ enum {
 
 /// First three operations of every object.
 struct IVexUnknown {
-    /// 0. Gives the object under another table, with a reference; else null and E_NOINTERFACE.
+    /// 0. Sets `out` to the object under another table, with a reference; else to null, with E_NOINTERFACE.
     virtual HRESULT QueryInterface(const vex_guid& iid, void** out) = 0;
-    /// 1. One reference more; gives the count.
+    /// 1. One reference more; returns the count.
     virtual uint32_t AddRef() = 0;
-    /// 2. One reference less; gives the count.
+    /// 2. One reference less; returns the count.
     virtual uint32_t Release() = 0;
 
 protected:
@@ -146,27 +162,30 @@ struct ICamera : IVexUnknown {
     virtual HRESULT GetSize(int32_t* width, int32_t* height) = 0;
     /// 4. Index of the present resolution.
     virtual HRESULT GetEsize(uint32_t* index) = 0;
-    /// 5. White balance as red, green, blue gains.
+    /// 5. White balance as red, green, blue gains; E_NOTIMPL without one.
     virtual HRESULT GetWhiteBalanceGains(int32_t gains[3]) = 0;
-    /// 6. Exposure in microseconds.
+    /// 6. Exposure in microseconds, at least 1.
     virtual HRESULT GetExposureTime(uint32_t* microseconds) = 0;
-    /// 7. Count of resolutions; negative when it cannot be told.
+    /// 7. Count of resolutions; negative when it is unknown.
     virtual int32_t GetResolutionCount() = 0;
-    /// 8. A resolution, in pixels.
+    /// 8. A resolution, in pixels; an index that is not there is refused.
     virtual HRESULT GetResolution(uint32_t index, int32_t* width, int32_t* height) = 0;
-    /// 9. White balance as colour temperature in kelvin and tint.
+    /// 9. White balance as colour temperature in kelvin and tint; E_NOTIMPL without one.
     virtual HRESULT GetTempTint(int32_t* temperature, int32_t* tint) = 0;
-    /// 10. Largest number of bits of a sample, 8 to 16. The engine refuses a camera that says less than 8.
+    /// 10. Largest number of bits of a sample, 8 to 16. The engine refuses a camera with less than 8.
     virtual uint32_t GetBitDepth() = 0;
-    /// 11. Region of interest in pixels of the present resolution; x and y may be null.
+    /// 11. Region of interest in pixels of the present resolution; x and y are optional.
     virtual HRESULT GetRoi(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) = 0;
-    /// 12. Frames and milliseconds of the last stretch, frames since StartPull.
+    /// 12. Sensor frames, shown or not, of the last seconds, and how many milliseconds these are; sensor frames since
+    /// StartPull, 0 before it. The library chooses the time, the quotient is the rate: about two seconds are usual.
     virtual HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) = 0;
-    /// 13. Sets an option, VEX_OPTION_... Any time.
+    /// 13. Sets an option, VEX_OPTION_... Any time. A value that the option does not have is refused.
     virtual HRESULT PutOption(uint32_t number, int32_t value) = 0;
-    /// 14. Reads an option.
+    /// 14. Reads an option: the value that was set last.
     virtual HRESULT GetOption(uint32_t number, int32_t* value) = 0;
-    /// 15. Starts the stream. The zeros are reserved, `texture` is null when no shared texture is offered.
+    /// 15. Starts the stream, numbers and counters at 0. E_POINTER without a frame callback; `buffer` and `event` are
+    /// optional. A second call during a stream is refused, and the stream goes on. The zeros are reserved, `texture` is
+    /// null when no shared texture is offered.
     virtual HRESULT StartPull(uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame,
                               vex_camera_buffer_callback buffer, void* context, vex_camera_event_callback event,
                               void* eventContext, uint32_t zero2, uint32_t zero3, const vex_texture_target* texture,
@@ -175,16 +194,17 @@ struct ICamera : IVexUnknown {
     virtual HRESULT Stop() = 0;
     /// 17. Ends the stream and gives the opener's reference back.
     virtual void Close() = 0;
-    /// 18. Asks for `count` still frames at still resolution `index`, 0xFFFFFFFF for the one set. `value` passes
-    /// unread.
+    /// 18. Asks for `count` still frames at still resolution `index`, 0xFFFFFFFF for the one set. They come beside the
+    /// stream, `count` of them in all. A camera without stills refuses. `value` passes unread.
     virtual HRESULT Snap(uint32_t index, uint32_t count, void* value) = 0;
-    /// 19. 1: the stream holds, and no frame comes. 0: it goes on.
+    /// 19. 1: the stream holds, and no frame comes but one that was on its way. 0: it goes on. Stop ends a held stream
+    /// too, and the next one does not hold.
     virtual HRESULT Pause(uint32_t pause) = 0;
     /// 20. 1: every sensor frame is delivered as a display frame; the frame-rate option rests. 0: it holds again.
     virtual HRESULT Trigger(uint32_t on) = 0;
-    /// 21. After StartPull: 1 when the camera fills the shared texture.
+    /// 21. After StartPull: 1 when the camera fills the shared texture, 0 when none was offered.
     virtual uint32_t TextureAccepted() = 0;
-    /// 22. Hands three pointers of the host to the camera's own pipeline.
+    /// 22. Hands three pointers of the host to the camera's own pipeline; any may be null.
     virtual HRESULT PipelineOcl(void* a, void* b, void* c) = 0;
 
 protected:
@@ -195,9 +215,9 @@ protected:
 struct ICameraStatus : IVexUnknown {
     /// 3. State, VEX_CAMERA_STATE_...
     virtual HRESULT GetState(uint32_t* state) = 0;
-    /// 4. Sensor frames lost between the sensor and the callbacks since StartPull.
+    /// 4. Sensor frames lost between the sensor and the callbacks since StartPull: at least the gaps in the numbers.
     virtual HRESULT GetLostFrames(uint32_t* lost) = 0;
-    /// 5. Highest frame rate of a resolution, in frames a second.
+    /// 5. Highest frame rate of a resolution, in frames a second, at least 1.
     virtual HRESULT GetMaxFrameRate(uint32_t index, uint32_t* rate) = 0;
 
 protected:
@@ -225,7 +245,7 @@ struct ICameraPreviewSize : IVexUnknown {
     virtual HRESULT GetPreviewIndex(uint32_t* index) = 0;
     /// 4. Its size.
     virtual HRESULT GetPreviewSize(int32_t* width, int32_t* height) = 0;
-    /// 5. Chooses the resolution; between two streams.
+    /// 5. Chooses the resolution; between two streams. The region of interest becomes the whole frame.
     virtual HRESULT SetPreviewIndex(uint32_t index) = 0;
 
 protected:
@@ -236,8 +256,8 @@ protected:
 struct ICameraRaw : IVexUnknown {
     /// 3. Mosaic from the first row in memory ("RGGB" as 0x42474752), 0 for mono; bits of a sample.
     virtual HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) = 0;
-    /// 4. Registers the callback of raw frames, null ends it. Any time; once a call returned, the callback registered
-    /// before it neither runs nor comes.
+    /// 4. Registers the callback of raw frames, null ends it. Any time; once the call returned, the callback registered
+    /// before neither runs nor comes.
     virtual HRESULT SetRawCallback(vex_camera_raw_callback callback, void* context) = 0;
 
 protected:
@@ -246,14 +266,15 @@ protected:
 
 /// {8E2F6A17-3C44-4E0B-8D0A-52B7F1C6D903}
 struct ICameraControls : IVexUnknown {
-    /// 3. Limits and default of a control; E_NOTIMPL for one that the camera does not have.
+    /// 3. Limits and default of a control; E_NOTIMPL for one that the camera does not have, here and below.
     virtual HRESULT GetRange(uint32_t control, int32_t* minimum, int32_t* maximum, int32_t* defaultValue) = 0;
-    /// 4. Its value.
+    /// 4. Its value: the one set last, within the limits.
     virtual HRESULT Get(uint32_t control, int32_t* value) = 0;
     /// 5. Sets it; E_INVALIDARG outside the limits, nothing changed.
     virtual HRESULT Put(uint32_t control, int32_t value) = 0;
-    /// 6. Region of interest; even numbers; a size of 0, 0 is the whole frame. E_INVALIDARG when it does not fit.
-    /// Between two streams, or during one: then a size event follows.
+    /// 6. Region of interest in pixels of the present resolution; even numbers; a size of 0, 0 is the whole frame.
+    /// E_INVALIDARG when it does not fit. Between two streams, or during one: then a size event follows, and the frames
+    /// after it have the new size.
     virtual HRESULT PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height) = 0;
 
 protected:
@@ -265,13 +286,15 @@ extern "C" {
 typedef struct ICamera ICamera;
 #endif
 
-/// <prefix>_EnumV2: fills the list and gives the count of cameras.
+/// <prefix>_EnumV2: fills the list and returns the count of cameras, VEX_CAMERA_ENTRIES at most.
 typedef uint32_t (*vex_camera_enum)(vex_camera_entry entries[VEX_CAMERA_ENTRIES]);
-/// <prefix>_Open: opens a camera by open-mode character and identifier. Null when it cannot be opened.
+/// <prefix>_Open: opens a camera by open-mode character and identifier. A camera of the list can be opened with one of
+/// the characters at least, while nobody else has it. Null when it cannot be opened, for a null name, and for a name
+/// that is no camera.
 typedef ICamera* (*vex_camera_open)(const vex_char* name);
 /// <prefix>_calc_ClarityFactor: how sharp a picture is; larger is sharper. 24 or 32 bits a pixel, bottom-up rows.
 typedef double (*vex_camera_clarity)(const void* frame, uint32_t bitsPerPixel, uint32_t width, uint32_t height);
-/// <prefix>_InitOcl: 0 when pictures can be delivered into shared textures.
+/// <prefix>_InitOcl: 0 when pictures can be delivered into shared textures. The answer does not change.
 typedef int32_t (*vex_camera_init_ocl)(void);
 
 /// The same interfaces for C: an object is a pointer to a pointer to its table, and every operation takes the object

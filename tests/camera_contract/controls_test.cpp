@@ -13,7 +13,8 @@ CAMERA_SUITE(State);
 
 void pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
-TEST_P(Controls, KeepTheirValuesInsideOfTheirLimits) {
+CAMERA_CHECK(Controls, KeepTheirValuesInsideOfTheirLimits,
+             "Sets it; E_INVALIDARG outside the limits, nothing changed.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     if (!controls) GTEST_SKIP() << "no controls";
     for (const uint32_t control : {VEX_CONTROL_EXPOSURE, VEX_CONTROL_GAIN, VEX_CONTROL_BLACK_LEVEL,
@@ -44,7 +45,8 @@ TEST_P(Controls, KeepTheirValuesInsideOfTheirLimits) {
     }
 }
 
-TEST_P(Controls, AnswerAnUnknownNumberWithNotImplemented) {
+CAMERA_CHECK(Controls, AnswerAnUnknownNumberWithNotImplemented,
+             "Limits and default of a control; E_NOTIMPL for one that the camera does not have, here and below.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     if (!controls) GTEST_SKIP() << "no controls";
     for (const uint32_t control : {0u, 99u, 0xFFFFFFFFu}) {
@@ -55,7 +57,7 @@ TEST_P(Controls, AnswerAnUnknownNumberWithNotImplemented) {
     }
 }
 
-TEST_P(Controls, ExposureIsWhatTheCameraTells) {
+CAMERA_CHECK(Controls, ExposureIsWhatTheCameraTells, "Exposure in microseconds, at least 1.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t minimum = 0, maximum = 0, standard = 0, value = 0;
     if (!controls || controls->GetRange(VEX_CONTROL_EXPOSURE, &minimum, &maximum, &standard) < 0)
@@ -67,7 +69,8 @@ TEST_P(Controls, ExposureIsWhatTheCameraTells) {
     EXPECT_EQ(told, uint32_t(value));
 }
 
-TEST_P(Controls, BitDepthIsThatOfTheRawFrames) {
+CAMERA_CHECK(Controls, BitDepthIsThatOfTheRawFrames,
+             "Bits of a raw sample. During a stream, too: the frames to come have it.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     const Held<ICameraRaw> raw(camera.get(), VEX_IID_CAMERA_RAW);
     int32_t minimum = 0, maximum = 0, standard = 0;
@@ -89,7 +92,8 @@ TEST_P(Controls, BitDepthIsThatOfTheRawFrames) {
     }
 }
 
-TEST_P(Controls, FrameRateBoundsTheSensor) {
+CAMERA_CHECK(Controls, FrameRateBoundsTheSensor,
+             "Sensor frames a second at most; 0: as fast as exposure and size allow.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     if (!controls || controls->Put(VEX_CONTROL_FRAME_RATE, 5) < 0) GTEST_SKIP() << "no frame-rate control";
     Stream stream(camera.get());
@@ -104,7 +108,7 @@ TEST_P(Controls, FrameRateBoundsTheSensor) {
     EXPECT_LE(double(stream.raws().size() - first), 5 * seconds.count() + 2);
 }
 
-TEST_P(Controls, SoftwareTriggersGiveOneFrameEach) {
+CAMERA_CHECK(Controls, SoftwareTriggersGiveOneFrameEach, "Write only: that many software triggers.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     if (!controls || controls->Put(VEX_CONTROL_TRIGGER_MODE, 1) < 0) GTEST_SKIP() << "no software trigger";
     ASSERT_GE(camera->PutOption(VEX_OPTION_FRAME_RATE, 0), 0);
@@ -126,7 +130,9 @@ TEST_P(Controls, SoftwareTriggersGiveOneFrameEach) {
     EXPECT_GE(controls->Put(VEX_CONTROL_TRIGGER_MODE, 0), 0);
 }
 
-TEST_P(Controls, RegionOfInterestIsTheSizeOfTheFrames) {
+CAMERA_CHECK(Controls, RegionOfInterestIsTheSizeOfTheFrames,
+             "All three show the same exposure, after region of interest, binning and rotation, so that all have the "
+             "size of the frame info record") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
@@ -151,7 +157,7 @@ TEST_P(Controls, RegionOfInterestIsTheSizeOfTheFrames) {
     EXPECT_EQ(frameSize(camera.get()), Size({width / 2 * 2, height / 2 * 2}));
 }
 
-TEST_P(Controls, RegionOfInterestThatDoesNotFitChangesNothing) {
+CAMERA_CHECK(Controls, RegionOfInterestThatDoesNotFitChangesNothing, "E_INVALIDARG when it does not fit.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
@@ -169,7 +175,9 @@ TEST_P(Controls, RegionOfInterestThatDoesNotFitChangesNothing) {
     }
 }
 
-TEST_P(Controls, RegionOfInterestDuringAStreamIsToldByASizeEvent) {
+CAMERA_CHECK(Controls, RegionOfInterestDuringAStreamIsToldByASizeEvent,
+             "Between two streams, or during one: then a size event follows, and the frames after it have the new "
+             "size.") {
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
@@ -197,7 +205,7 @@ TEST_P(Controls, RegionOfInterestDuringAStreamIsToldByASizeEvent) {
     }
 }
 
-TEST_P(Stills, HaveSizesOfWhichTheFirstIsTheLargest) {
+CAMERA_CHECK(Stills, HaveSizesOfWhichTheFirstIsTheLargest, "A still resolution; 0 is the largest.") {
     const Held<ICameraStill> still(camera.get(), VEX_IID_CAMERA_STILL);
     if (!still || still->GetStillCount() < 1) GTEST_SKIP() << "no stills";
     const int32_t count = still->GetStillCount();
@@ -219,7 +227,7 @@ TEST_P(Stills, HaveSizesOfWhichTheFirstIsTheLargest) {
     EXPECT_LT(still->SetStillIndex(uint32_t(count)), 0);
 }
 
-TEST_P(Stills, ComeWhenTheyAreAskedForWithTheirSize) {
+CAMERA_CHECK(Stills, ComeWhenTheyAreAskedForWithTheirSize, "They come beside the stream, `count` of them in all.") {
     const Held<ICameraStill> still(camera.get(), VEX_IID_CAMERA_STILL);
     if (!still || still->GetStillCount() < 1) GTEST_SKIP() << "no stills";
     ASSERT_GE(still->SetStillIndex(0), 0);
@@ -244,7 +252,7 @@ TEST_P(Stills, ComeWhenTheyAreAskedForWithTheirSize) {
     EXPECT_EQ(stills().size(), 3u);
 }
 
-TEST_P(Stills, AreRefusedByACameraWithoutThem) {
+CAMERA_CHECK(Stills, AreRefusedByACameraWithoutThem, "A camera without stills refuses.") {
     const Held<ICameraStill> still(camera.get(), VEX_IID_CAMERA_STILL);
     if (still && still->GetStillCount() >= 1) GTEST_SKIP() << "it has stills";
     Stream stream(camera.get());
@@ -254,7 +262,8 @@ TEST_P(Stills, AreRefusedByACameraWithoutThem) {
     for (const Stream::Frame& frame : stream.frames()) EXPECT_EQ(frame.still, 0u);
 }
 
-TEST_P(State, TellsTheHighestRateOfEachResolution) {
+CAMERA_CHECK(State, TellsTheHighestRateOfEachResolution,
+             "Highest frame rate of a resolution, in frames a second, at least 1.") {
     const Held<ICameraStatus> status(camera.get(), VEX_IID_CAMERA_STATUS);
     if (!status) GTEST_SKIP() << "no status";
     const int32_t count = camera->GetResolutionCount();
@@ -268,7 +277,8 @@ TEST_P(State, TellsTheHighestRateOfEachResolution) {
     EXPECT_LT(status->GetLostFrames(nullptr), 0);
 }
 
-TEST_P(State, TakesAnyPipelinePointers) {
+CAMERA_CHECK(State, TakesAnyPipelinePointers,
+             "Hands three pointers of the host to the camera's own pipeline; any may be null.") {
     camera->PipelineOcl(nullptr, nullptr, nullptr);
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <string>
 
+#include "tests/camera_contract/rules.h"
 #include "tests/camera_contract/stream.h"
 #include "tests/camera_contract/subject.h"
 

@@ -14,7 +14,9 @@ public:
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LostDevice);
 INSTANTIATE_TEST_SUITE_P(Each, LostDevice, testing::ValuesIn(subject().lostNames), &LostDevice::nameOf);
 
-TEST_P(LostDevice, IsToldByTheStateThenANullFrameThenTheEvent) {
+CAMERA_CHECK(LostDevice, IsToldByTheStateThenANullFrameThenTheEvent,
+             "The loss of a stream is reported in this order: the state, a null frame, the state event. Nothing comes "
+             "after them.") {
     const Held<ICameraStatus> status(camera.get(), VEX_IID_CAMERA_STATUS);
     ASSERT_TRUE(bool(status));
     Stream stream(camera.get());
@@ -44,7 +46,8 @@ TEST_P(LostDevice, IsToldByTheStateThenANullFrameThenTheEvent) {
     EXPECT_EQ(state, stateAtLoss.load());
 }
 
-TEST_P(LostDevice, CanBeClosedAtOnce) {
+CAMERA_CHECK(LostDevice, CanBeClosedAtOnce,
+             "Close ends the stream, so that no callback runs or comes any more once it returned") {
     Stream stream(camera.get());
     std::atomic<bool> lost{false};
     stream.onLost = [&] { lost = true; };

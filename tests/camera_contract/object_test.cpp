@@ -10,7 +10,7 @@ constexpr vex_guid unknownInterface = {0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 
 const vex_guid allInterfaces[] = {VEX_IID_CAMERA_STATUS, VEX_IID_CAMERA_STILL, VEX_IID_CAMERA_PREVIEW_SIZE,
                                   VEX_IID_CAMERA_RAW, VEX_IID_CAMERA_CONTROLS};
 
-TEST_P(Object, OpensInEachModeOrAnswersNull) {
+CAMERA_CHECK(Object, OpensInEachModeOrAnswersNull, "The engine refuses a camera with less than 8.") {
     camera.close();
     for (const char mode : {char(VEX_OPEN_ASTRO), char(VEX_OPEN_GAINS), char(VEX_OPEN_TEMPTINT)}) {
         const Camera other(GetParam(), mode);
@@ -20,12 +20,13 @@ TEST_P(Object, OpensInEachModeOrAnswersNull) {
     }
 }
 
-TEST_P(Object, BeginsWithOneReference) {
+CAMERA_CHECK(Object, BeginsWithOneReference, "Open returns a camera with one reference") {
     EXPECT_EQ(camera->AddRef(), 2u);
     EXPECT_EQ(camera->Release(), 1u);
 }
 
-TEST_P(Object, IsTheSameObjectUnderEveryTable) {
+CAMERA_CHECK(Object, IsTheSameObjectUnderEveryTable,
+             "VEX_IID_UNKNOWN is answered with the same pointer under every table.") {
     const Held<IVexUnknown> identity(camera.get(), VEX_IID_UNKNOWN);
     ASSERT_TRUE(bool(identity));
     for (const vex_guid& iid : allInterfaces) {
@@ -43,7 +44,9 @@ TEST_P(Object, IsTheSameObjectUnderEveryTable) {
     camera->Release();
 }
 
-TEST_P(Object, CountsTheReferencesOfItsInterfaces) {
+CAMERA_CHECK(Object, CountsTheReferencesOfItsInterfaces,
+             "An interface from QueryInterface is the same camera under another table; it holds a reference until its "
+             "Release.") {
     for (const vex_guid& iid : allInterfaces) {
         Held<IVexUnknown> held(camera.get(), iid);
         if (!held) continue;
@@ -53,7 +56,8 @@ TEST_P(Object, CountsTheReferencesOfItsInterfaces) {
     }
 }
 
-TEST_P(Object, AnswersAnUnknownInterfaceWithNull) {
+CAMERA_CHECK(Object, AnswersAnUnknownInterfaceWithNull,
+             "Sets `out` to the object under another table, with a reference; else to null, with E_NOINTERFACE.") {
     void* out = this;
     EXPECT_EQ(camera->QueryInterface(unknownInterface, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
@@ -62,7 +66,9 @@ TEST_P(Object, AnswersAnUnknownInterfaceWithNull) {
     EXPECT_EQ(camera->Release(), 1u);
 }
 
-TEST_P(Object, OutlivesItsCloseWhileAnInterfaceIsHeld) {
+CAMERA_CHECK(Object, OutlivesItsCloseWhileAnInterfaceIsHeld,
+             "An interface from QueryInterface is the same camera under another table; it holds a reference until its "
+             "Release.") {
     camera.close();  // a camera may have one opener at a time
     for (const vex_guid& iid : allInterfaces) {
         Camera other(GetParam());
@@ -74,7 +80,7 @@ TEST_P(Object, OutlivesItsCloseWhileAnInterfaceIsHeld) {
     }
 }
 
-TEST_P(Object, CanBeOpenedAgainAfterItsClose) {
+CAMERA_CHECK(Object, CanBeOpenedAgainAfterItsClose, "A camera that was closed can be opened again at once.") {
     camera.close();
     for (int i = 0; i < 3; ++i) {
         const Camera again(GetParam());
@@ -82,7 +88,8 @@ TEST_P(Object, CanBeOpenedAgainAfterItsClose) {
     }
 }
 
-TEST_P(Object, HasASizeThatIsTheOneOfItsResolution) {
+CAMERA_CHECK(Object, HasASizeThatIsTheOneOfItsResolution,
+             "Size of a frame of the present resolution before region, binning and rotation, in pixels.") {
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
     EXPECT_GE(width, 1);
@@ -98,7 +105,8 @@ TEST_P(Object, HasASizeThatIsTheOneOfItsResolution) {
     EXPECT_EQ(height, resolutionHeight);
 }
 
-TEST_P(Object, TellsEachResolutionAndRefusesOneThatIsNotThere) {
+CAMERA_CHECK(Object, TellsEachResolutionAndRefusesOneThatIsNotThere,
+             "A resolution, in pixels; an index that is not there is refused.") {
     const int32_t count = camera->GetResolutionCount();
     for (int32_t i = 0; i < count; ++i) {
         int32_t width = 0, height = 0;
@@ -113,12 +121,13 @@ TEST_P(Object, TellsEachResolutionAndRefusesOneThatIsNotThere) {
     EXPECT_EQ(height, -9);
 }
 
-TEST_P(Object, HasEightToSixteenBits) {
+CAMERA_CHECK(Object, HasEightToSixteenBits, "Largest number of bits of a sample, 8 to 16.") {
     EXPECT_GE(camera->GetBitDepth(), 8u);
     EXPECT_LE(camera->GetBitDepth(), 16u);
 }
 
-TEST_P(Object, TellsARegionInsideOfItsSize) {
+CAMERA_CHECK(Object, TellsARegionInsideOfItsSize,
+             "Region of interest in pixels of the present resolution; x and y are optional.") {
     uint32_t x = 0, y = 0, width = 0, height = 0;
     if (camera->GetRoi(&x, &y, &width, &height) < 0) GTEST_SKIP() << "no region of interest";
     int32_t fullWidth = 0, fullHeight = 0;
@@ -131,7 +140,7 @@ TEST_P(Object, TellsARegionInsideOfItsSize) {
     EXPECT_EQ(high, height);
 }
 
-TEST_P(Object, TellsItsExposureAndRate) {
+CAMERA_CHECK(Object, TellsItsExposureAndRate, "sensor frames since StartPull, 0 before it.") {
     uint32_t exposure = 0, frames = 0, milliseconds = 0, total = 7;
     EXPECT_GE(camera->GetExposureTime(&exposure), 0);
     EXPECT_GE(exposure, 1u);
@@ -139,7 +148,8 @@ TEST_P(Object, TellsItsExposureAndRate) {
     EXPECT_EQ(total, 0u) << "frames since StartPull, before any";
 }
 
-TEST_P(Object, TellsAWhiteBalanceOrThatItHasNone) {
+CAMERA_CHECK(Object, TellsAWhiteBalanceOrThatItHasNone,
+             "White balance as red, green, blue gains; E_NOTIMPL without one.") {
     int32_t gains[3] = {0, 0, 0}, temperature = 0, tint = 0;
     const HRESULT asGains = camera->GetWhiteBalanceGains(gains);
     if (asGains >= 0) {
@@ -155,7 +165,7 @@ TEST_P(Object, TellsAWhiteBalanceOrThatItHasNone) {
     }
 }
 
-TEST_P(Object, KeepsTheValueOfEachOptionThatItTakes) {
+CAMERA_CHECK(Object, KeepsTheValueOfEachOptionThatItTakes, "Reads an option: the value that was set last.") {
     const struct {
         uint32_t number;
         int32_t value;
@@ -174,12 +184,12 @@ TEST_P(Object, KeepsTheValueOfEachOptionThatItTakes) {
     }
 }
 
-TEST_P(Object, TakesTheFrameRateOption) {
+CAMERA_CHECK(Object, TakesTheFrameRateOption, "Every camera has the first two") {
     EXPECT_GE(camera->PutOption(VEX_OPTION_FRAME_RATE, 25), 0);
     EXPECT_GE(camera->PutOption(VEX_OPTION_RECORDING, 1), 0);
 }
 
-TEST_P(Object, RefusesValuesThatNoOptionHas) {
+CAMERA_CHECK(Object, RefusesValuesThatNoOptionHas, "A value that the option does not have is refused.") {
     const struct {
         uint32_t number;
         int32_t value;
@@ -203,7 +213,7 @@ TEST_P(Object, RefusesValuesThatNoOptionHas) {
     }
 }
 
-TEST_P(Object, AnswersAnUnknownOptionWithNotImplemented) {
+CAMERA_CHECK(Object, AnswersAnUnknownOptionWithNotImplemented, "An unknown number fails with E_NOTIMPL.") {
     for (const uint32_t number : {0u, 2u, 4711u, 0xFFFFFFFFu}) {
         int32_t value = 0;
         EXPECT_EQ(camera->GetOption(number, &value), E_NOTIMPL) << number;
@@ -211,7 +221,8 @@ TEST_P(Object, AnswersAnUnknownOptionWithNotImplemented) {
     }
 }
 
-TEST_P(Object, RefusesNullOuts) {
+CAMERA_CHECK(Object, RefusesNullOuts,
+             "A null out fails with E_POINTER, but for those that an operation calls optional.") {
     int32_t value = 0;
     EXPECT_LT(camera->GetSize(nullptr, nullptr), 0);
     EXPECT_LT(camera->GetSize(&value, nullptr), 0);
@@ -224,12 +235,13 @@ TEST_P(Object, RefusesNullOuts) {
     EXPECT_LT(camera->GetTempTint(nullptr, nullptr), 0);
 }
 
-TEST_P(Object, StopsWithoutAStream) {
+CAMERA_CHECK(Object, StopsWithoutAStream, "No callback runs or comes once it returned. Without a stream: S_OK.") {
     EXPECT_EQ(camera->Stop(), S_OK);
     EXPECT_EQ(camera->Stop(), S_OK);
 }
 
-TEST_P(Object, ChangesItsResolutionThroughThePreviewSizes) {
+CAMERA_CHECK(Object, ChangesItsResolutionThroughThePreviewSizes,
+             "Chooses the resolution; between two streams. The region of interest becomes the whole frame.") {
     const Held<ICameraPreviewSize> sizes(camera.get(), VEX_IID_CAMERA_PREVIEW_SIZE);
     if (!sizes) GTEST_SKIP() << "no preview size interface";
     const int32_t count = camera->GetResolutionCount();

@@ -30,7 +30,8 @@ protected:
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RawFrames);
 INSTANTIATE_TEST_SUITE_P(Each, RawFrames, testing::ValuesIn(subject().names), &RawFrames::nameOf);
 
-TEST_P(RawFrames, HaveAFormat) {
+CAMERA_CHECK(RawFrames, HaveAFormat,
+             "Mosaic from the first row in memory (\"RGGB\" as 0x42474752), 0 for mono; bits of a sample.") {
     uint32_t pattern = 1, depth = 0;
     ASSERT_GE(format(pattern, depth), 0);
     EXPECT_TRUE(pattern == 0 || pattern == rggb || pattern == grbg || pattern == gbrg || pattern == bggr) << pattern;
@@ -41,7 +42,8 @@ TEST_P(RawFrames, HaveAFormat) {
     EXPECT_LT(raw->GetRawFormat(nullptr, nullptr), 0);
 }
 
-TEST_P(RawFrames, ComeInOrderWithTheFormatAndSizeThatTheCameraTells) {
+CAMERA_CHECK(RawFrames, ComeInOrderWithTheFormatAndSizeThatTheCameraTells,
+             "Every raw frame of the sensor, in order, before its display frame.") {
     uint32_t pattern = 1, depth = 0;
     ASSERT_GE(format(pattern, depth), 0);
     Stream stream(camera.get());
@@ -64,7 +66,9 @@ TEST_P(RawFrames, ComeInOrderWithTheFormatAndSizeThatTheCameraTells) {
     }
 }
 
-TEST_P(RawFrames, AreAllThereAsFarAsTheCameraCountsNoLosses) {
+CAMERA_CHECK(RawFrames, AreAllThereAsFarAsTheCameraCountsNoLosses,
+             "Sensor frames lost between the sensor and the callbacks since StartPull: at least the gaps in the "
+             "numbers.") {
     const Held<ICameraStatus> status(camera.get(), VEX_IID_CAMERA_STATUS);
     uint32_t lost = 0;
     if (!status || status->GetLostFrames(&lost) < 0) GTEST_SKIP() << "losses are not counted";
@@ -79,7 +83,8 @@ TEST_P(RawFrames, AreAllThereAsFarAsTheCameraCountsNoLosses) {
     EXPECT_LE(gaps, lost);
 }
 
-TEST_P(RawFrames, ComeBeforeTheirDisplayFrame) {
+CAMERA_CHECK(RawFrames, ComeBeforeTheirDisplayFrame,
+             "Every raw frame of the sensor, in order, before its display frame.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.watchRaw(), 0);
     ASSERT_GE(stream.start(), 0);
@@ -88,7 +93,8 @@ TEST_P(RawFrames, ComeBeforeTheirDisplayFrame) {
     for (const Stream::Frame& frame : stream.frames()) EXPECT_TRUE(frame.rawSeenBefore) << frame.info.sequence;
 }
 
-TEST_P(RawFrames, ComeNoMoreOnceTheirCallbackWasTakenAway) {
+CAMERA_CHECK(RawFrames, ComeNoMoreOnceTheirCallbackWasTakenAway,
+             "Any time; once the call returned, the callback registered before neither runs nor comes.") {
     const Held<ICameraRaw> raw(camera.get(), VEX_IID_CAMERA_RAW);
     Stream stream(camera.get());
     ASSERT_GE(stream.watchRaw(), 0);
@@ -104,7 +110,8 @@ TEST_P(RawFrames, ComeNoMoreOnceTheirCallbackWasTakenAway) {
     }
 }
 
-TEST_P(RawFrames, GoToTheNewestCallbackOnly) {
+CAMERA_CHECK(RawFrames, GoToTheNewestCallbackOnly,
+             "Any time; once the call returned, the callback registered before neither runs nor comes.") {
     Stream first(camera.get());
     Stream second(camera.get());
     ASSERT_GE(first.watchRaw(), 0);
@@ -117,7 +124,8 @@ TEST_P(RawFrames, GoToTheNewestCallbackOnly) {
     first.stop();
 }
 
-TEST_P(RawFrames, CanBeWatchedBeforeAndAfterTheStart) {
+CAMERA_CHECK(RawFrames, CanBeWatchedBeforeAndAfterTheStart,
+             "Registers the callback of raw frames, null ends it. Any time") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(1));
@@ -126,7 +134,7 @@ TEST_P(RawFrames, CanBeWatchedBeforeAndAfterTheStart) {
     EXPECT_TRUE(stream.waitForRaws(2));
 }
 
-TEST_P(RawFrames, TurnTheirMosaicWithTheirPicture) {
+CAMERA_CHECK(RawFrames, TurnTheirMosaicWithTheirPicture, "Raw frames and their mosaic turn too.") {
     uint32_t pattern = 0, depth = 0;
     ASSERT_GE(format(pattern, depth), 0);
     if (pattern == 0) GTEST_SKIP() << "mono";

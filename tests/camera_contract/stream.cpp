@@ -98,8 +98,8 @@ Stream::~Stream() {
 }
 
 HRESULT Stream::start() {
-    return camera->StartPull(0, 0, onFrame, answers.bufferCallback ? onBuffer : nullptr, this, onEventCall, this, 0, 0,
-                             nullptr, 1);
+    return camera->StartPull(0, 0, onFrame, answers.callbacks ? onBuffer : nullptr, this,
+                             answers.callbacks ? onEventCall : nullptr, this, 0, 0, nullptr, 1);
 }
 
 HRESULT Stream::watchRaw() {

@@ -41,11 +41,11 @@ private:
 
 /// What to answer, and how slowly. Set before start().
 struct Answers {
-    bool display = true;         ///< Gives room for the display picture.
-    bool raw = false;            ///< Gives room for the raw picture when it is asked for.
-    bool deep = false;           ///< Gives room for the deep picture when it is asked for.
-    bool bufferCallback = true;  ///< Registers a buffer callback at all.
-    int milliseconds = 0;        ///< Time that each frame callback takes.
+    bool display = true;    ///< Gives room for the display picture.
+    bool raw = false;       ///< Gives room for the raw picture when it is asked for.
+    bool deep = false;      ///< Gives room for the deep picture when it is asked for.
+    bool callbacks = true;  ///< Registers buffer and event callbacks.
+    int milliseconds = 0;   ///< Time that each frame callback takes.
 };
 
 class Stream final {

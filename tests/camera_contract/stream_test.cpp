@@ -11,6 +11,9 @@ CAMERA_SUITE(Streaming);
 
 void pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
+// A picture whose rows correlate so much with their reverse does not show which way up it is.
+constexpr double mostAlike = 0.99;
+
 // Correlation of two rows of means, -1 to 1.
 double correlation(const std::vector<double>& a, const std::vector<double>& b) {
     double meanA = 0, meanB = 0, ab = 0, aa = 0, bb = 0;
@@ -23,7 +26,8 @@ double correlation(const std::vector<double>& a, const std::vector<double>& b) {
     return aa > 0 && bb > 0 ? ab / std::sqrt(aa * bb) : 0;
 }
 
-TEST_P(Streaming, DeliversFramesOfTheSizeThatItTells) {
+CAMERA_CHECK(Streaming, DeliversFramesOfTheSizeThatItTells,
+             "the region's or else the resolution's size, divided by binning, rounded down to even sides, turned.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     EXPECT_EQ(camera->TextureAccepted(), 0u) << "none was offered";
@@ -39,7 +43,8 @@ TEST_P(Streaming, DeliversFramesOfTheSizeThatItTells) {
     }
 }
 
-TEST_P(Streaming, NumbersItsFramesUpwardsAndItsTimesNeverGoBack) {
+CAMERA_CHECK(Streaming, NumbersItsFramesUpwardsAndItsTimesNeverGoBack,
+             "Numbers rise, and a gap means frames that were lost on the way.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(8));
@@ -53,7 +58,9 @@ TEST_P(Streaming, NumbersItsFramesUpwardsAndItsTimesNeverGoBack) {
     }
 }
 
-TEST_P(Streaming, WritesEachRowIntoTheRoomThatItIsGivenAndNothingOutside) {
+CAMERA_CHECK(
+    Streaming, WritesEachRowIntoTheRoomThatItIsGivenAndNothingOutside,
+    "A display frame has 3 bytes a pixel, blue first, and a row stride of ((width * 24 + 31) / 32) * 4 bytes.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(6));
@@ -66,7 +73,7 @@ TEST_P(Streaming, WritesEachRowIntoTheRoomThatItIsGivenAndNothingOutside) {
     }
 }
 
-TEST_P(Streaming, ShowsTheSameRowsInDisplayAndRawFrames) {
+CAMERA_CHECK(Streaming, ShowsTheSameRowsInDisplayAndRawFrames, "Rows run from the bottom to the top.") {
     Stream stream(camera.get());
     if (stream.watchRaw() < 0) GTEST_SKIP() << "no raw frames";
     ASSERT_GE(stream.start(), 0);
@@ -76,13 +83,16 @@ TEST_P(Streaming, ShowsTheSameRowsInDisplayAndRawFrames) {
     for (const Stream::Frame& frame : stream.frames()) {
         if (frame.displayRows.size() < 4) continue;
         const std::vector<double> upsideDown(frame.displayRows.rbegin(), frame.displayRows.rend());
+        const bool flat = correlation(frame.displayRows, frame.displayRows) == 0;
+        if (flat || correlation(frame.displayRows, upsideDown) > mostAlike) continue;
         EXPECT_GT(correlation(frame.displayRows, frame.rawRows), correlation(upsideDown, frame.rawRows));
         ++compared;
     }
-    EXPECT_GE(compared, 1u);
+    if (compared == 0) GTEST_SKIP() << "the picture is the same upside down, so the order of its rows cannot be seen";
 }
 
-TEST_P(Streaming, DeliversFromMemoryOfItsOwnWhenThereIsNoRoom) {
+CAMERA_CHECK(Streaming, DeliversFromMemoryOfItsOwnWhenThereIsNoRoom,
+             "A buffer callback that returns null for the display picture gets it in memory of the camera's own") {
     Answers answers;
     answers.display = false;
     Stream stream(camera.get(), answers);
@@ -92,7 +102,8 @@ TEST_P(Streaming, DeliversFromMemoryOfItsOwnWhenThereIsNoRoom) {
     for (const Stream::Frame& frame : stream.frames()) EXPECT_FALSE(frame.inOurRoom);
 }
 
-TEST_P(Streaming, FillsRawAndDeepRoomOrGivesNull) {
+CAMERA_CHECK(Streaming, FillsRawAndDeepRoomOrGivesNull,
+             "`raw` and `deep` are the room of the buffer callback when they were filled, and else null.") {
     Answers answers;
     answers.raw = answers.deep = true;
     Stream stream(camera.get(), answers);
@@ -109,7 +120,8 @@ TEST_P(Streaming, FillsRawAndDeepRoomOrGivesNull) {
     for (const Stream::Frame& frame : stream.frames()) EXPECT_EQ(frame.tag, stream.raws().front().fourcc);
 }
 
-TEST_P(Streaming, CallsOneAtATimeAndOnThreadsOfItsOwn) {
+CAMERA_CHECK(Streaming, CallsOneAtATimeAndOnThreadsOfItsOwn,
+             "Frames, buffers, raw frames and events come on threads of the library, one frame at a time.") {
     Stream stream(camera.get());
     stream.watchRaw();
     ASSERT_GE(stream.start(), 0);
@@ -119,7 +131,7 @@ TEST_P(Streaming, CallsOneAtATimeAndOnThreadsOfItsOwn) {
     EXPECT_FALSE(stream.onOurThread());
 }
 
-TEST_P(Streaming, IsSilentOnceStopReturned) {
+CAMERA_CHECK(Streaming, IsSilentOnceStopReturned, "No callback runs or comes once it returned.") {
     Stream stream(camera.get());
     stream.watchRaw();
     ASSERT_GE(stream.start(), 0);
@@ -132,7 +144,7 @@ TEST_P(Streaming, IsSilentOnceStopReturned) {
     EXPECT_EQ(stream.calls(), calls);
 }
 
-TEST_P(Streaming, WaitsInStopForARunningCallback) {
+CAMERA_CHECK(Streaming, WaitsInStopForARunningCallback, "Stop and Close wait for a running callback to return.") {
     Answers answers;
     answers.milliseconds = 80;
     Stream stream(camera.get(), answers);
@@ -143,7 +155,7 @@ TEST_P(Streaming, WaitsInStopForARunningCallback) {
     EXPECT_FALSE(stream.running());
 }
 
-TEST_P(Streaming, StartsAgainAndCountsFromZero) {
+CAMERA_CHECK(Streaming, StartsAgainAndCountsFromZero, "Starts the stream, numbers and counters at 0.") {
     for (int round = 0; round < 3; ++round) {
         Stream stream(camera.get());
         ASSERT_GE(stream.start(), 0) << round;
@@ -159,16 +171,16 @@ TEST_P(Streaming, StartsAgainAndCountsFromZero) {
     }
 }
 
-TEST_P(Streaming, RefusesToStartWithoutAFrameCallback) {
+CAMERA_CHECK(Streaming, RefusesToStartWithoutAFrameCallback, "E_POINTER without a frame callback") {
     EXPECT_LT(camera->StartPull(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0, nullptr, 1), 0);
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     EXPECT_TRUE(stream.waitForFrames(1)) << "it can be started properly afterwards";
 }
 
-TEST_P(Streaming, GoesOnWithoutBufferAndEventCallbacks) {
+CAMERA_CHECK(Streaming, GoesOnWithoutBufferAndEventCallbacks, "`buffer` and `event` are optional.") {
     Answers answers;
-    answers.bufferCallback = false;
+    answers.callbacks = false;
     Stream stream(camera.get(), answers);
     ASSERT_GE(stream.start(), 0);
     EXPECT_TRUE(stream.waitForFrames(2));
@@ -176,7 +188,7 @@ TEST_P(Streaming, GoesOnWithoutBufferAndEventCallbacks) {
     for (const Stream::Frame& frame : stream.frames()) EXPECT_FALSE(frame.inOurRoom);
 }
 
-TEST_P(Streaming, SurvivesASecondStart) {
+CAMERA_CHECK(Streaming, SurvivesASecondStart, "A second call during a stream is refused, and the stream goes on.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(1));
@@ -189,7 +201,8 @@ TEST_P(Streaming, SurvivesASecondStart) {
     EXPECT_EQ(stream.calls(), calls) << "one Stop ends it, however often it was started";
 }
 
-TEST_P(Streaming, EndsWithClose) {
+CAMERA_CHECK(Streaming, EndsWithClose,
+             "Close ends the stream, so that no callback runs or comes any more once it returned") {
     Stream stream(camera.get());
     stream.watchRaw();
     ASSERT_GE(stream.start(), 0);
@@ -202,7 +215,8 @@ TEST_P(Streaming, EndsWithClose) {
     EXPECT_EQ(stream.calls(), calls);
 }
 
-TEST_P(Streaming, HoldsWhilePaused) {
+CAMERA_CHECK(Streaming, HoldsWhilePaused,
+             "1: the stream holds, and no frame comes but one that was on its way. 0: it goes on.") {
     Stream stream(camera.get());
     stream.watchRaw();
     ASSERT_GE(stream.start(), 0);
@@ -222,7 +236,39 @@ TEST_P(Streaming, HoldsWhilePaused) {
     EXPECT_TRUE(stream.waitForFrames(frames + 2));
 }
 
-TEST_P(Streaming, StopsWhilePaused) {
+CAMERA_CHECK(Streaming, GoesOnCountingBehindAPause,
+             "Frames that a pause held back are not counted: the first frame after a pause continues the numbers.") {
+    const Held<ICameraStatus> status(camera.get(), VEX_IID_CAMERA_STATUS);
+    Stream stream(camera.get());
+    if (!status || stream.watchRaw() < 0) GTEST_SKIP() << "no raw frames, or losses are not counted";
+    ASSERT_GE(stream.start(), 0);
+    ASSERT_TRUE(stream.waitForRaws(2));
+    ASSERT_GE(camera->Pause(1), 0);
+    pause(400);
+    ASSERT_GE(camera->Pause(0), 0);
+    ASSERT_TRUE(stream.waitForRaws(stream.raws().size() + 2));
+    stream.stop();
+    uint32_t lost = 0;
+    ASSERT_GE(status->GetLostFrames(&lost), 0);
+    const std::vector<Stream::Raw> raws = stream.raws();
+    EXPECT_LE(raws.back().info.sequence - raws.front().info.sequence + 1 - uint32_t(raws.size()), lost);
+}
+
+CAMERA_CHECK(Streaming, GoesOnWhenItsCameraIsOpenedAgain,
+             "A second Open of an open camera returns null, or another object with settings and a stream of its own. "
+             "Either way the first one goes on undisturbed.") {
+    Stream stream(camera.get());
+    ASSERT_GE(stream.start(), 0);
+    ASSERT_TRUE(stream.waitForFrames(1));
+    {
+        const Camera second(GetParam(), char(VEX_OPEN_ASTRO));
+        EXPECT_NE(second.get(), camera.get());
+    }
+    EXPECT_TRUE(stream.waitForFrames(stream.frames().size() + 3));
+    EXPECT_GE(stream.stop(), 0);
+}
+
+CAMERA_CHECK(Streaming, StopsWhilePaused, "Stop ends a held stream too, and the next one does not hold.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(1));
@@ -234,7 +280,8 @@ TEST_P(Streaming, StopsWhilePaused) {
     EXPECT_TRUE(again.waitForFrames(1));
 }
 
-TEST_P(Streaming, ShowsAtMostAsManyFramesAsTheOptionSaysWhileRawFramesAreNotLimited) {
+CAMERA_CHECK(Streaming, ShowsAtMostAsManyFramesAsTheOptionSaysWhileRawFramesAreNotLimited,
+             "Display frames a second at most; raw frames are not limited by it.") {
     ASSERT_GE(camera->PutOption(VEX_OPTION_FRAME_RATE, 4), 0);
     Stream stream(camera.get());
     const bool hasRaw = stream.watchRaw() >= 0;
@@ -251,7 +298,8 @@ TEST_P(Streaming, ShowsAtMostAsManyFramesAsTheOptionSaysWhileRawFramesAreNotLimi
     }
 }
 
-TEST_P(Streaming, ShowsEverySensorFrameWhileTheTriggerIsOn) {
+CAMERA_CHECK(Streaming, ShowsEverySensorFrameWhileTheTriggerIsOn,
+             "1: every sensor frame is delivered as a display frame; the frame-rate option rests.") {
     ASSERT_GE(camera->PutOption(VEX_OPTION_FRAME_RATE, 2), 0);
     Stream stream(camera.get());
     if (stream.watchRaw() < 0) GTEST_SKIP() << "no raw frames to compare with";
@@ -273,7 +321,7 @@ TEST_P(Streaming, ShowsEverySensorFrameWhileTheTriggerIsOn) {
     }
 }
 
-TEST_P(Streaming, CountsItsFrames) {
+CAMERA_CHECK(Streaming, CountsItsFrames, "sensor frames since StartPull, 0 before it.") {
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
     ASSERT_TRUE(stream.waitForFrames(3));
@@ -283,7 +331,7 @@ TEST_P(Streaming, CountsItsFrames) {
     stream.stop();
 }
 
-TEST_P(Streaming, BinsBothSides) {
+CAMERA_CHECK(Streaming, BinsBothSides, "Low four bits: the factor that both sides are divided by, 1 for none.") {
     if (camera->PutOption(VEX_OPTION_BINNING, 2) < 0) GTEST_SKIP() << "no binning";
     const Size want = frameSize(camera.get());
     Stream stream(camera.get());
@@ -301,11 +349,11 @@ TEST_P(Streaming, BinsBothSides) {
     EXPECT_GE(width, int32_t(want.width) * 2) << "GetSize tells the size before binning";
 }
 
-TEST_P(Streaming, TurnsDisplayAndRawFrames) {
+CAMERA_CHECK(Streaming, TurnsDisplayAndRawFrames,
+             "Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.") {
     const Size upright = frameSize(camera.get());
     for (const int32_t degrees : {90, 180, 270, 0}) {
         if (camera->PutOption(VEX_OPTION_ROTATION, degrees) < 0) {
-            EXPECT_NE(degrees, 0);
             continue;
         }
         const Size want = degrees % 180 == 90 ? Size{upright.height, upright.width} : upright;

@@ -13,17 +13,17 @@ Subject& subject() {
     return only;
 }
 
-bool Subject::load() {
+std::string Subject::load() {
     library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) return false;
+    if (library == nullptr) return ::dlerror();
     enumerate = reinterpret_cast<vex_camera_enum>(symbol("EnumV2"));
     open = reinterpret_cast<vex_camera_open>(symbol("Open"));
     clarity = reinterpret_cast<vex_camera_clarity>(symbol("calc_ClarityFactor"));
     initOcl = reinterpret_cast<vex_camera_init_ocl>(symbol("InitOcl"));
-    return true;
+    return {};
 }
 
-void* Subject::symbol(const char* name) const { return ::dlsym(library, (prefix + "_" + name).c_str()); }
+void* Subject::symbol(const char* name) const { return ::dlsym(library, nameOf(name).c_str()); }
 
 std::vector<std::string> listedNames() {
     std::vector<std::string> names;

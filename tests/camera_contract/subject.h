@@ -20,11 +20,13 @@ struct Subject {
     std::vector<std::string> names;      ///< Identifiers of the cameras to test.
     std::vector<std::string> lostNames;  ///< Identifiers of cameras that lose their device after a while.
 
-    /// False when the library does not load.
-    bool load();
-    void* symbol(const char* name) const;
+    /// Empty, or why the library does not load.
+    std::string load();
+    /// A name that the library exports under its prefix.
+    std::string nameOf(const char* name) const { return prefix + "_" + name; }
 
 private:
+    void* symbol(const char* name) const;
     void* library = nullptr;
 };
 Subject& subject();
