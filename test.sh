@@ -40,8 +40,8 @@ build() {
     cmake --build "build/$1" --parallel "$jobs" -- -k 0
 }
 
-# run_tests TREE [command that runs a command]. Most tests wait most of the time: three of them for each processor. Those
-# that compute count for three.
+# run_tests TREE [command that runs a command]. Most tests wait most of the time: three workers for each processor. Tests
+# that compute take two.
 run_tests() {
     "${@:2}" ctest --test-dir "build/$1" --parallel $((3 * jobs)) --output-on-failure --output-log "$PWD/build/$1/tests.log"
 }

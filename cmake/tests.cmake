@@ -27,7 +27,7 @@ function(vexcap_test name)
     endif()
     set(processors 1)
     if(ARG_COMPUTES)
-        set(processors 3)  # of the three tests a processor that test.sh lets ctest run
+        set(processors 2)  # of the three workers a processor that test.sh lets ctest have
     endif()
     # The user's own settings and documents are none of a test's business.
     set(environment "HOME=${CMAKE_BINARY_DIR}/home" "XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/home/config")
