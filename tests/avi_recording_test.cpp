@@ -58,8 +58,8 @@ protected:
         EXPECT_EQ(context->start(), S_OK);
         return context;
     }
-    bool waitForFrames(Context& context, uint32_t count) {
-        return window.pumpUntil([&] { return vexcap_dwframecount(context.get()) >= count; }, 60000);
+    bool waitForWritten(Context& context, uint32_t count) {
+        return window.pumpUntil([&] { return context.counts().written >= count; }, 60000);
     }
 
     decltype(&hostile_script) script = nullptr;
@@ -168,7 +168,7 @@ TEST_F(QuickRecording, NamesItsFileByWhatIsRemembered) {
     vex_char path[260] = {};
     ASSERT_EQ(vexcap_filepath(context->get(), path), 1);
     EXPECT_EQ(narrow(path).substr(0, directory.file("films/onion-").size()), directory.file("films/onion-"));
-    ASSERT_TRUE(waitForFrames(*context, 3));
+    ASSERT_TRUE(waitForWritten(*context, 3));
     vexcap_stop_capture(context->get());
     const AviFile file(narrow(path));
     EXPECT_GE(file.frames(), 3u);

@@ -105,7 +105,7 @@ TEST(SimulatedFault, RoundsOfOpeningAndClosingLeaveNoThread) {
         EXPECT_TRUE(round % 2 != 0 || probe.camera->Stop() == S_OK);
     }
     // A joined thread may still be listed for a moment.
-    for (int wait = 0; wait < 100 && threadCount() != before; ++wait)
+    for (int wait = 0; wait < 6000 && threadCount() != before; ++wait)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_EQ(threadCount(), before);
 }

@@ -42,13 +42,14 @@ TEST(SimulatedStream, APausedStreamHoldsAndGoesOnWithoutLoss) {
     ASSERT_EQ(probe.Start(), S_OK);
     ASSERT_TRUE(probe.WaitForFrames(2));
     ASSERT_EQ(probe.camera->Pause(1), S_OK);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // one may be under way
-    size_t held = 0;
-    ASSERT_TRUE(probe.Wait([&](const Probe& p) { return (held = p.raws.size()) > 0; }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(120));
-    size_t after = 0;
-    ASSERT_TRUE(probe.Wait([&](const Probe& p) { return (after = p.raws.size()) > 0; }));
-    EXPECT_EQ(held, after);
+    // One may be under way; then there is silence, ten frames long.
+    size_t held = 0, before = 0;
+    do {
+        before = held;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        ASSERT_TRUE(probe.Wait([&](const Probe& p) { return (held = p.raws.size()) > 0; }));
+    } while (held != before && held < 100);
+    ASSERT_EQ(held, before);
     ASSERT_EQ(probe.camera->Pause(0), S_OK);
     ASSERT_TRUE(probe.WaitForFrames(held + 2));
     probe.camera->Stop();
@@ -91,14 +92,12 @@ TEST(SimulatedStream, FramesThatComeTooLateAreCountedAsLost) {
 }
 
 TEST(SimulatedStream, AShorterExposureEndsALongOneAndLosesNothing) {
-    Probe probe(u"sim-fast");
-    ASSERT_EQ(probe.Controls().Put(VEX_CONTROL_EXPOSURE, 1'000'000), S_OK);
+    Probe probe(u"sim-deepsky;scene=cell");
+    ASSERT_EQ(probe.Controls().Put(VEX_CONTROL_EXPOSURE, 600'000'000), S_OK);
     ASSERT_EQ(probe.Start(), S_OK);
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     ASSERT_EQ(probe.Controls().Put(VEX_CONTROL_EXPOSURE, 10'000), S_OK);
-    const auto before = std::chrono::steady_clock::now();
-    ASSERT_TRUE(probe.WaitForFrames(1));
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(700));
+    ASSERT_TRUE(probe.WaitForFrames(1)) << "long before the long one would end";
     probe.camera->Stop();
     EXPECT_EQ(probe.raws[0].info.sequence, 0u);
 }
@@ -127,7 +126,7 @@ TEST(SimulatedStream, SignalsAreNotForItsThread) {
     ASSERT_TRUE(probe.WaitForFrames(1));
     EXPECT_TRUE(blocked);
     ASSERT_EQ(kill(getpid(), SIGUSR1), 0);
-    for (int wait = 0; wait < 1000 && !mainSaw; ++wait) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int wait = 0; wait < 60'000 && !mainSaw; ++wait) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_TRUE(mainSaw) << "and the host's own thread still takes them";
     probe.camera->Stop();
     sigaction(SIGUSR1, &before, nullptr);
