@@ -44,9 +44,6 @@ int32_t readCapabilities(int32_t count, std::vector<vex_capability>& out,
     return count;
 }
 
-/// The frame value that says: the picture is in the shared texture.
-bool isTexture(const void* frame) { return reinterpret_cast<uintptr_t>(frame) == 1; }
-
 }  // namespace
 
 uint32_t baseFrameRate(uint64_t pixels, bool astroMode) {

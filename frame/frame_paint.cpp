@@ -15,39 +15,39 @@ vex_picture inMemory(const Picture& picture) {
 HRESULT CFrameRender::DrawGdi(const vex_surface& surface, const vex_rect& rectangle, uint32_t pictureWidth,
                               uint32_t pictureHeight, IPaintOverlay* overlay) {
     const RecursiveMutexGuard guard(frameLock);
-    if (!display) return S_OK;
-    if (pictureWidth != width || pictureHeight != height) {
-        display = nullptr;
-        width = 0;
-        height = 0;
+    if (!pictures.shows()) return S_OK;
+    if (pictures.size() != PictureSize{pictureWidth, pictureHeight}) {
+        pictures.forgetDisplay();
         return S_OK;
     }
-    const uint8_t* const shown = ReadableDisplay();
+    const uint8_t* const shown = pictures.readableDisplay();
     if (!shown) return S_OK;
-    const auto columns = int32_t(width), rows = int32_t(height);
+    const auto columns = int32_t(pictureWidth), rows = int32_t(pictureHeight);
+    const uint32_t pixelBytes = pictures.bytesPerPixel();
     stretchPicture(canvasOf(surface), {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom},
-                   pictureOf(shown, columns, rows, bytesPerPixel));
-    if (overlay) overlay->DrawOverlayGdi(shown, bytesPerPixel, columns, rows, surface, rectangle);
+                   pictureOf(shown, columns, rows, pixelBytes));
+    if (overlay) overlay->DrawOverlayGdi(shown, pixelBytes, columns, rows, surface, rectangle);
     return S_OK;
 }
 
 HRESULT CFrameRender::DrawD2d(vex_render_target& target, const vex_rect& rectangle, uint32_t pictureWidth,
                               uint32_t pictureHeight, IPaintOverlay* overlay) {
     const RecursiveMutexGuard guard(frameLock);
-    if (pictureWidth != width || pictureHeight != height) {
-        width = 0;
-        height = 0;
+    if (pictures.size() != PictureSize{pictureWidth, pictureHeight}) {
+        pictures.forgetSize();
         return S_OK;
     }
-    const uint8_t* const shown = ReadableDisplay();
+    ISharedTexture* const texture = pictures.texture();
+    const uint8_t* const shown = pictures.readableDisplay();
     if (!texture && !shown) return S_OK;
-    const auto columns = int32_t(width), rows = int32_t(height);
-    const vex_picture picture = texture ? vex_picture{nullptr, texture->Handle(), columns, rows, 0, bytesPerPixel}
-                                        : inMemory(pictureOf(shown, columns, rows, bytesPerPixel));
+    const auto columns = int32_t(pictureWidth), rows = int32_t(pictureHeight);
+    const uint32_t pixelBytes = pictures.bytesPerPixel();
+    const vex_picture picture = texture ? vex_picture{nullptr, texture->Handle(), columns, rows, 0, pixelBytes}
+                                        : inMemory(pictureOf(shown, columns, rows, pixelBytes));
     const vex_rect_f destination = {float(rectangle.left), float(rectangle.top), float(rectangle.right),
                                     float(rectangle.bottom)};
     target.DrawBitmap(&picture, &destination, 1.0F);
-    if (overlay) overlay->DrawOverlayD2d(shown, bytesPerPixel, columns, rows, target, rectangle);
+    if (overlay) overlay->DrawOverlayD2d(shown, pixelBytes, columns, rows, target, rectangle);
     return S_OK;
 }
 

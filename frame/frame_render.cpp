@@ -1,4 +1,4 @@
-// The road of a frame: counted, offered to the hooks, kept, told to the windows, passed on.
+// The road of a frame: counted, offered to the hooks, kept, posted to the windows, passed on.
 #include "frame/frame_render.h"
 
 #include <algorithm>
@@ -9,12 +9,10 @@
 namespace vexcap {
 namespace {
 
-constexpr uint32_t hookConstant = 8;         // last argument of every hook call
-constexpr uint32_t sourceBytesPerPixel = 3;  // of frames that are copied and of stack feeds
+constexpr uint32_t hookConstant = 8;  // last argument of every hook call
+constexpr uint32_t feedBytesPerPixel = 3;
 
 constexpr int32_t margin = 2;  // of the brightness rectangle, in pixels
-
-bool isTexture(const void* frame) { return reinterpret_cast<uintptr_t>(frame) == 1; }
 
 /// The part of `rectangle` that the brightness is taken from: sides put in order, a margin of two pixels kept. Nothing
 /// for a picture without an inside and for a rectangle that is left without a pixel.
@@ -37,12 +35,11 @@ CFrameRender::CFrameRender(SinkMode sinkMode, uint32_t rate, uint32_t pixelBytes
                            ISharedTextures& sharedTextures, IFileSystem& fileSystem, bool texturesAvailable)
     : IDfcImpl(fileSystem),
       CFrameRate(rate),
-      mode(sinkMode),
-      d2dAvailable(texturesAvailable),
+      usesTextures(texturesAvailable && sinkMode == SinkMode::Pooled),
       pixels(kernels()),
       clock(time),
       textures(sharedTextures),
-      bytesPerPixel(pixelBytes == 4 && sinkMode != SinkMode::Copying ? 4 : 3) {}
+      pictures(sinkMode, pixelBytes) {}
 
 HRESULT CFrameRender::QueryInterface(const vex_guid& iid, void** out) {
     if (!out) return E_POINTER;
@@ -135,7 +132,7 @@ void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const v
     if (gate.on != 0 && gate.count == 0) return;
     const bool invalidate = CountFrame(clock.Tick());
 
-    const Incoming incoming{frame, rawFrame, deepFrame, depthFlag, tag, {frameWidth, frameHeight}, opaqueTag};
+    const SourceFrame incoming{frame, rawFrame, deepFrame, depthFlag != 0, tag, {frameWidth, frameHeight}, opaqueTag};
     const Listeners told = CurrentListeners();
     if (told.stitch.call) told.stitch.call(told.stitch.context, frame, frameWidth, frameHeight, hookConstant);
     if (told.stack.call) {
@@ -149,7 +146,7 @@ void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const v
 
 void CFrameRender::AnnounceTexture() {
     const RecursiveMutexGuard guard(frameLock);
-    if (texture && notify.set()) notify.window->post(notify.window, notify.message, 1, 0);
+    if (pictures.texture() && notify.set()) notify.window->post(notify.window, notify.message, 1, 0);
 }
 
 CFrameRender::Listeners CFrameRender::CurrentListeners() {
@@ -158,144 +155,67 @@ CFrameRender::Listeners CFrameRender::CurrentListeners() {
 }
 
 /// The hook has taken the picture; its size and its raw frame are kept for the feed and for grabs.
-void CFrameRender::KeepBehindHook(const Incoming& incoming) {
+void CFrameRender::KeepBehindHook(const SourceFrame& frame) {
     const RecursiveMutexGuard guard(frameLock);
-    const auto [w, h] = incoming.size;
-    const uint64_t bytes = pictureBytes(w, h, bytesPerPixel);
-    const bool fits = mode == SinkMode::Pooled  ? displayPool.holds(bytes)
-                      : mode == SinkMode::Owned ? ownDisplay.holds(bytes)
-                                                : bytes != 0 && bytes != unholdable;
-    if (fits) {
-        width = w;
-        height = h;
-    }
-    if (mode == SinkMode::Pooled) raw = rawPool.member(incoming.raw);
-    rawTag = incoming.tag;
-    rawDepth = DepthOf(incoming);
+    pictures.takeBehindHook(frame);
 }
 
-bool CFrameRender::MayBeRead(const void* frame, uint32_t frameWidth, uint32_t frameHeight) {
+void CFrameRender::Show(const SourceFrame& frame, bool invalidate) {
     const RecursiveMutexGuard guard(frameLock);
-    const Size size = SizeOf({frameWidth, frameHeight});
-    const uint64_t bytes = pictureBytes(size.width, size.height, bytesPerPixel);
-    return bytes == 0 || frame != loan.display.data() || loan.display.holds(bytes);
+    if (pictures.take(frame)) Publish(invalidate);
 }
-
-void CFrameRender::Show(const Incoming& incoming, bool invalidate) {
-    const RecursiveMutexGuard guard(frameLock);
-    const Size size = SizeOf(incoming.size);
-    switch (mode) {
-        case SinkMode::Pooled:
-            return ShowPooled(incoming, size, invalidate);
-        case SinkMode::Owned:
-            return ShowOwned(incoming, size, invalidate);
-        case SinkMode::Copying:
-            return ShowCopied(incoming, size, invalidate);
-    }
-}
-
-/// A frame in one of our buffers is shown by its pointer. One in memory of the source's own, which is gone when
-/// ReceiveFrame returns, is copied into the buffer that is not shown.
-void CFrameRender::ShowPooled(const Incoming& incoming, Size size, bool invalidate) {
-    const uint64_t bytes = pictureBytes(size.width, size.height, bytesPerPixel);
-    if (!displayPool.holds(bytes)) return;
-    uint8_t* shown = displayPool.member(incoming.frame);
-    if (!shown) {
-        shown = displayPool.other(display).data();
-        std::memcpy(shown, incoming.frame, size_t(bytes));
-    }
-    width = size.width;
-    height = size.height;
-    display = shown;
-    raw = rawPool.member(incoming.raw);
-    deep = deepPool.member(incoming.deep);
-    rawTag = incoming.tag;
-    rawDepth = DepthOf(incoming);
-    Publish(invalidate);
-}
-
-void CFrameRender::ShowOwned(const Incoming& incoming, Size size, bool invalidate) {
-    if (!ownDisplay.holds(pictureBytes(size.width, size.height, bytesPerPixel))) return;
-    width = size.width;
-    height = size.height;
-    display = ownDisplay.data();
-    rawTag = incoming.tag;
-    frameTag = incoming.frameTag;
-    rawDepth = DepthOf(incoming);
-    Publish(invalidate);
-}
-
-void CFrameRender::ShowCopied(const Incoming& incoming, Size size, bool invalidate) {
-    const uint64_t bytes = pictureBytes(size.width, size.height, sourceBytesPerPixel);
-    if (bytes == 0 || !MakeOwnDisplay(bytes)) return;
-    width = size.width;
-    height = size.height;
-    std::memcpy(display, incoming.frame, size_t(bytes));
-    Publish(invalidate);
-}
-
-CFrameRender::Size CFrameRender::SizeOf(Size told) const {
-    if (told.width != 0 && told.height != 0) return told;
-    return width != 0 && height != 0 ? Size{width, height} : videoSize;
-}
-
-uint32_t CFrameRender::DepthOf(const Incoming& incoming) const { return incoming.depthFlag != 0 ? sensorDepth : 8; }
 
 void CFrameRender::StackFeed(void* sink, uint32_t frameWidth, uint32_t frameHeight, uint32_t, const uint8_t* fed) {
     if (sink && fed) static_cast<CFrameRender*>(sink)->Feed({frameWidth, frameHeight}, fed);
 }
 
-void CFrameRender::Feed(Size size, const uint8_t* fed) {
+void CFrameRender::Feed(PictureSize size, const uint8_t* fed) {
     PixelBuffer target;  // held through the callback, while the sink may make other buffers
     Listener<FrameCallback> told;
     {
         const RecursiveMutexGuard guard(frameLock);
-        target = FeedTarget();
-        if (!target.holds(pictureBytes(size.width, size.height, bytesPerPixel))) return;
-        const size_t stride = dibStride(size.width, bytesPerPixel);
-        const size_t fedStride = size_t(size.width) * sourceBytesPerPixel;
-        if (bytesPerPixel == 4) {
+        target = pictures.feedTarget();
+        const uint32_t pixelBytes = pictures.bytesPerPixel();
+        if (!target.holds(pictureBytes(size.width, size.height, pixelBytes))) return;
+        const size_t stride = dibStride(size.width, pixelBytes);
+        const size_t fedStride = size_t(size.width) * feedBytesPerPixel;
+        if (pixelBytes == 4) {
             pixels.bgr24ToBgrx32(target.data(), ptrdiff_t(stride), fed, ptrdiff_t(fedStride), size.width, size.height);
         } else {
             for (uint32_t y = 0; y < size.height; ++y)
                 std::memcpy(target.data() + y * stride, fed + y * fedStride, fedStride);
         }
-        Publish(true);
+        if (pictures.shows()) Publish(true);
         told = listeners.frame;
     }
     if (told.call) told.call(told.context, target.data(), size.width, size.height);
 }
 
-/// Where a feed is written. While a pooled sink shows nothing this is the buffer that the source is not writing into:
-/// a frame has to come to show anything.
-PixelBuffer CFrameRender::FeedTarget() {
-    if (mode == SinkMode::Pooled) return display ? displayPool.shown(display) : displayPool.other(loan.display.data());
-    if (mode == SinkMode::Owned && !display && !MakeOwnDisplay(0)) return {};
-    return display ? ownDisplay : PixelBuffer();
-}
-
 void CFrameRender::Publish(bool invalidate) {
-    if (!display) return;
     PostBrightness();
     if (notify.set()) notify.window->post(notify.window, notify.message, 0, 0);
     if (notify.window && invalidate) notify.window->invalidate(notify.window);
-    if (sizeNotify.set())
+    if (sizeNotify.set()) {
+        const auto [width, height] = pictures.size();
         sizeNotify.window->post(sizeNotify.window, sizeNotify.message,
-                                uintptr_t(intptr_t(int32_t(height << 16 | width))), intptr_t(frameTag));
+                                uintptr_t(intptr_t(int32_t(height << 16 | width))), intptr_t(pictures.frameTag()));
+    }
 }
 
 void CFrameRender::PostBrightness() {
     if (!brightnessNotify.set()) return;
-    const uint8_t* const picture = ReadableDisplay();
+    const uint8_t* const picture = pictures.readableDisplay();
+    const auto [width, height] = pictures.size();
     const std::optional<vex_rect> inside = insideMargin(brightnessRect, width, height);
     if (!picture || !inside) return;
+    const uint32_t pixelBytes = pictures.bytesPerPixel();
     const uint32_t columns = uint32_t(inside->right - inside->left);
     const uint32_t rows = uint32_t(inside->bottom - inside->top);
-    const size_t stride = dibStride(width, bytesPerPixel);
+    const size_t stride = dibStride(width, pixelBytes);
     double sum = 0;  // of rows from the top down: the order decides the last bits, and the result is cut off
     for (uint32_t y = uint32_t(inside->top); y < uint32_t(inside->bottom); ++y)
-        sum = pixels.addLuminance(sum, picture + (height - y - 1) * stride + size_t(inside->left) * bytesPerPixel,
-                                  columns, bytesPerPixel);
+        sum = pixels.addLuminance(sum, picture + (height - y - 1) * stride + size_t(inside->left) * pixelBytes, columns,
+                                  pixelBytes);
     const double tenfold = sum / columns / rows * 10.0;
     brightnessNotify.window->post(brightnessNotify.window, brightnessNotify.message, uintptr_t(tenfold), 0);
 }

@@ -24,19 +24,13 @@ PixelBuffer::PixelBuffer(uint64_t bytes, Fill fill) noexcept {
     } catch (const std::bad_alloc&) {
         return;  // no room for the count; reset has freed the memory
     }
-    capacity = bytes;
+    room = bytes;
 }
 
 void BufferPair::allocate(uint64_t bytes, PixelBuffer::Fill fill) noexcept {
     free();
     members = {PixelBuffer(bytes, fill), PixelBuffer(bytes, fill)};
     if (!members[0].data() || !members[1].data()) free();
-}
-
-uint8_t* BufferPair::member(const void* pixels) const {
-    for (const PixelBuffer& each : members)
-        if (each.data() && each.data() == pixels) return each.data();
-    return nullptr;
 }
 
 }  // namespace vexcap

@@ -44,11 +44,13 @@ public:
     /// Null when it holds nothing.
     uint8_t* data() const { return pixels.get(); }
     /// True when a picture of that many bytes fits. A picture of no bytes fits nowhere.
-    bool holds(uint64_t bytes) const { return bytes != 0 && bytes <= capacity; }
+    bool holds(uint64_t bytes) const { return bytes != 0 && bytes <= room; }
+    /// Bytes that it was made for; 0 when it holds nothing.
+    uint64_t capacity() const { return room; }
 
 private:
     std::shared_ptr<uint8_t> pixels;
-    uint64_t capacity = 0;
+    uint64_t room = 0;
 };
 
 /// Two buffers of one size: a source fills one while the other is shown. There are both or none.
@@ -58,8 +60,13 @@ public:
     void allocate(uint64_t bytes, PixelBuffer::Fill fill) noexcept;
     void free() noexcept { members = {}; }
     bool holds(uint64_t bytes) const { return members[0].holds(bytes); }
+    uint64_t capacity() const { return members[0].capacity(); }
     /// The memory that begins at `pixels`, null when it is no member's.
-    uint8_t* member(const void* pixels) const;
+    uint8_t* member(const void* pixels) const {
+        if (!pixels) return nullptr;
+        if (pixels == members[0].data()) return members[0].data();
+        return pixels == members[1].data() ? members[1].data() : nullptr;
+    }
     /// The buffer that is not `shown`; the first one when `shown` is neither.
     const PixelBuffer& other(const uint8_t* shown) const {
         return members[shown && shown == members[0].data() ? 1 : 0];

@@ -1,0 +1,20 @@
+// What hosts read of the present picture: whole images and single pixels.
+#pragma once
+
+#include <vexcap/types.h>
+
+#include <cstdint>
+
+#include "frame/picture_store.h"
+#include "pixel/kernels.h"
+
+namespace vexcap {
+
+/// See IFrameInfo::GetImage. The store's lock is held by the caller.
+HRESULT grabImage(const PictureStore& pictures, const PixelKernels& kernels, void* bitmap, int32_t capacity,
+                  uint32_t kind);
+/// See IFrameInfo::GetPixels; `points` and `values` are there.
+int32_t grabPixels(const PictureStore& pictures, const vex_point* points, uint32_t count, uint16_t* values,
+                   uint32_t* maximum);
+
+}  // namespace vexcap
