@@ -1,6 +1,4 @@
-// Locks that clang's thread-safety analysis follows. Lock order, outermost first: a filter graph's lock, a filter's
-// interfaceLock, rendererLock, captureLock, frameLock, markerLock, darkLock; of two marker locks that of a filter is
-// the outer one. The locks of rates, queues, pools and events nest in nothing.
+// Locks that clang's thread-safety analysis follows. Their order: base/lock_order.h.
 #pragma once
 
 #include <condition_variable>

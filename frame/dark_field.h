@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/lock_order.h"
 #include "base/mutex.h"
 #include "pixel/hot_pixels.h"
 #include "pixel/kernels.h"
@@ -61,8 +62,8 @@ protected:
 
 /// What a dark field does. Idle without a dark frame, idle with one, or capturing.
 ///
-/// Frames come from one thread; all else may come from any. A frame that finds nothing to do takes no lock. The lock is
-/// the last in the order: nothing else is locked under it, but for what the callback locks.
+/// Frames come from one thread; all else may come from any. A frame that finds nothing to do takes no lock. Under
+/// the lock nothing else is locked but what the callback locks.
 class IDfcBaseImpl {
 public:
     /// `files` outlives this object.
@@ -123,7 +124,8 @@ private:
     // Whether the pointers are set: an idle frame asks these and takes no lock.
     std::atomic<bool> hasDark{false};
     std::atomic<bool> capturing{false};
-    RecursiveMutex darkLock;  // recursive: a callback that does call back finds it held, and not stuck
+    // Recursive: a callback that does call back finds it held, and not stuck.
+    RecursiveMutex darkLock VEX_ACQUIRED_AFTER(darkRank) VEX_ACQUIRED_BEFORE(rateRank);
     State darkField VEX_GUARDED_BY(darkLock);
 };
 

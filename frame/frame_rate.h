@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/lock_order.h"
 #include "base/mutex.h"
 
 namespace vexcap {
@@ -41,7 +42,7 @@ private:
 
     const uint32_t targetRate;
     const uint32_t period;  // least spacing of repaints in slots of 10 ms, 0 for none
-    Mutex rateLock;         // nests in nothing
+    Mutex rateLock VEX_ACQUIRED_AFTER(rateRank);  // nothing is locked under it
     bool throttleOff VEX_GUARDED_BY(rateLock) = false;
     uint32_t lastSlot VEX_GUARDED_BY(rateLock) = 0;
     uint64_t history VEX_GUARDED_BY(rateLock) = 0;    // bit n: a repaint n slots before lastSlot

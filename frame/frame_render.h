@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "base/lock_order.h"
 #include "base/mutex.h"
 #include "frame/dark_field.h"
 #include "frame/frame_info.h"
@@ -135,7 +136,8 @@ private:
     std::atomic<uint32_t> flip{0};
     std::atomic<Trigger> trigger{};
 
-    RecursiveMutex frameLock;  // recursive: a window may ask the sink from inside of a post
+    // Recursive: a window may ask the sink from inside of a post.
+    RecursiveMutex frameLock VEX_ACQUIRED_AFTER(frameRank) VEX_ACQUIRED_BEFORE(markerRank);
     PictureStore pictures VEX_GUARDED_BY(frameLock);
     Target notify VEX_GUARDED_BY(frameLock);
     Target sizeNotify VEX_GUARDED_BY(frameLock);

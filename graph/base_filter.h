@@ -1,9 +1,4 @@
-// Filters and pins: states, connection, delivery.
-//
-// Lock order of a graph, outermost first: the filter graph's lock, a filter's interfaceLock, a renderer's rendererLock,
-// then what lies below (captureLock, the frame lock, ...). Two interface locks are never held together but upstream's
-// before downstream's on one thread. A streaming thread takes no interface lock upstream of the pin that it is in, and
-// a source's worker none of its own filter: a stop holds it while it waits for the worker.
+// Filters and pins: states, connection, delivery. The order of their locks: base/lock_order.h.
 #pragma once
 
 #include <atomic>
@@ -12,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/lock_order.h"
 #include "graph/interfaces.h"
 #include "graph/sample.h"
 
@@ -215,7 +211,7 @@ public:
     HRESULT NotifyEvent(uint32_t event, intptr_t first, intptr_t second) VEX_EXCLUDES(graphLock);
 
     /// Guards state and connections of the filter and its pins.
-    RecursiveMutex interfaceLock;
+    RecursiveMutex interfaceLock VEX_ACQUIRED_AFTER(interfaceRank) VEX_ACQUIRED_BEFORE(rendererRank);
 
 protected:
     CBaseFilter() = default;

@@ -134,7 +134,7 @@ private:
 
     IGraphComponents& components;
     IReferenceClock& clock;
-    mutable RecursiveMutex lock;
+    mutable RecursiveMutex lock VEX_ACQUIRED_AFTER(graphRank) VEX_ACQUIRED_BEFORE(interfaceRank);
     std::vector<std::unique_ptr<Member>> members VEX_GUARDED_BY(lock);
     FilterState state VEX_GUARDED_BY(lock) = State_Stopped;
     int64_t pausedAt VEX_GUARDED_BY(lock) = 0;  // stream time at which a pause began

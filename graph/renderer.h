@@ -81,7 +81,7 @@ private:
     void SendEndOfStream() VEX_REQUIRES(rendererLock);
     Ref<IMediaSeeking> Upstream() const;
 
-    RecursiveMutex rendererLock VEX_ACQUIRED_AFTER(interfaceLock);
+    RecursiveMutex rendererLock VEX_ACQUIRED_AFTER(rendererRank) VEX_ACQUIRED_BEFORE(captureRank);
     CRendererInputPin pin;
     Ref<CMediaSample> pending VEX_GUARDED_BY(rendererLock);
     bool endOfStream VEX_GUARDED_BY(rendererLock) = false;

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "base/lock_order.h"
 #include "base/mutex.h"
 #include "frame/dark_field.h"
 #include "frame/paint_overlay.h"
@@ -81,7 +82,7 @@ private:
     bool HasWorkIn(FrameMode mode) const VEX_REQUIRES(markerLock);
 
     const PixelKernels& kernelsOfSteps;
-    RecursiveMutex markerLock;
+    RecursiveMutex markerLock VEX_ACQUIRED_AFTER(markerRank) VEX_ACQUIRED_BEFORE(darkRank);
     vex_camera_clarity clarityOf VEX_GUARDED_BY(markerLock);
     GeoMarker geoMarker VEX_GUARDED_BY(markerLock);
     TextBlock textBlock VEX_GUARDED_BY(markerLock);

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/lock_order.h"
 #include "base/mutex.h"
 #include "frame/pixel_buffer.h"
 #include "platform/platform.h"
@@ -123,7 +124,7 @@ private:
     std::atomic<uint32_t> serHeight = 0;
     std::atomic<uint32_t> serDepth = 0;
 
-    RecursiveMutex captureLock;
+    RecursiveMutex captureLock VEX_ACQUIRED_AFTER(captureRank) VEX_ACQUIRED_BEFORE(frameRank);
     std::unique_ptr<AviFile> aviSink VEX_GUARDED_BY(captureLock);
     std::unique_ptr<SerWriter> serWriter VEX_GUARDED_BY(captureLock);
     PixelBuffer scratch VEX_GUARDED_BY(captureLock);  ///< Of one picture; made for the first one with an overlay.
