@@ -5,9 +5,12 @@
 #include <cstring>
 #include <fstream>
 
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
 #include "recording/avi_reader.h"
 #include "tests/hostile_library/hostile.h"
-#include "tests/support/host.h"
+#include "tests/support/queue_window.h"
+#include "tests/support/recording.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 
@@ -53,13 +56,13 @@ protected:
     ~AviRecording() override {
         if (script) script("");
     }
-    std::unique_ptr<Context> started() {
-        auto context = std::make_unique<Context>(window.get(), "$scripted", "Scripted camera");
-        EXPECT_EQ(context->start(), S_OK);
+    std::unique_ptr<host::Context> started() {
+        auto context = std::make_unique<host::Context>(window.get(), host::Device{"Scripted camera", "scripted"});
+        EXPECT_EQ(context->Start(), S_OK);
         return context;
     }
-    bool waitForWritten(Context& context, uint32_t count) {
-        return window.pumpUntil([&] { return context.counts().written >= count; }, 60000);
+    bool waitForWritten(host::Context& context, uint32_t count) {
+        return window.pumpUntil([&] { return context.Counts().written >= count; }, 60000);
     }
 
     decltype(&hostile_script) script = nullptr;
@@ -68,12 +71,12 @@ protected:
 };
 
 TEST_F(AviRecording, HoldsEachPictureAsItWasShown) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     const auto context = started();
     const std::string path = directory.file("a.avi");
-    ASSERT_EQ(context->record(path, 0, 20), S_OK);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 60000));
-    const vex_recording_counts counts = context->counts();
+    ASSERT_EQ(record(*context, path, 0, 20), S_OK);
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 60000));
+    const vex_recording_counts counts = context->Counts();
     EXPECT_EQ(counts.written, 20u);
     EXPECT_EQ(counts.lost, 0u);
     EXPECT_EQ(counts.bytes, 20 * pictureBytes);
@@ -93,36 +96,36 @@ TEST_F(AviRecording, HoldsEachPictureAsItWasShown) {
 }
 
 TEST_F(AviRecording, TakesEverySensorFrameWhateverTheDisplayRate) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     const auto context = started();
     const std::string path = directory.file("a.avi");
-    ASSERT_EQ(context->record(path, 0, 60), S_OK);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 60000));
+    ASSERT_EQ(record(*context, path, 0, 60), S_OK);
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 60000));
     const AviFile file(path);
     ASSERT_EQ(file.frames(), 60u);
     for (uint32_t i = 1; i < 60; ++i) EXPECT_EQ(uint8_t(file.number(i) - file.number(i - 1)), 1) << i;
 }
 
 TEST_F(AviRecording, KeepsOneFrameInSoManyByTimeLapse) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     const auto context = started();
     vexcap_put_timelapse(context->get(), 5);
     const std::string path = directory.file("a.avi");
-    ASSERT_EQ(context->record(path, 0, 10), S_OK);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 60000));
-    EXPECT_GE(context->counts().offered, 46u);
+    ASSERT_EQ(record(*context, path, 0, 10), S_OK);
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 60000));
+    EXPECT_GE(context->Counts().offered, 46u);
     const AviFile file(path);
     ASSERT_EQ(file.frames(), 10u);
     for (uint32_t i = 1; i < 10; ++i) EXPECT_EQ(uint8_t(file.number(i) - file.number(i - 1)), 5) << i;
 }
 
 TEST_F(AviRecording, TellsTheRateThatTheFramesCameAt) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     const auto context = started();
     const std::string path = directory.file("a.avi");
-    ASSERT_EQ(context->record(path, 2), S_OK);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 60000));
-    const vex_recording_counts counts = context->counts();
+    ASSERT_EQ(record(*context, path, 2), S_OK);
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 60000));
+    const vex_recording_counts counts = context->Counts();
     const AviFile file(path);
     EXPECT_EQ(file.frames(), counts.written);
     EXPECT_NEAR(file.rate(), counts.written * 1000.0 / counts.elapsed, 0.02 * file.rate());
@@ -131,13 +134,13 @@ TEST_F(AviRecording, TellsTheRateThatTheFramesCameAt) {
 TEST_F(AviRecording, DropsFramesOfASizeThatChangesWhileItRuns) {
     ASSERT_NE(script, nullptr);
     script("size_events=1");
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     const auto context = started();
     const std::string path = directory.file("a.avi");
-    if (context->record(path) != S_OK) return;  // between two sizes the camera may tell neither
-    window.pumpUntil([&] { return context->counts().lost >= 5; }, 2000);
+    if (record(*context, path) != S_OK) return;  // between two sizes the camera may tell neither
+    window.pumpUntil([&] { return context->Counts().lost >= 5; }, 2000);
     vexcap_stop_capture(context->get());
-    const vex_recording_counts counts = context->counts();
+    const vex_recording_counts counts = context->Counts();
     EXPECT_EQ(counts.kept, counts.written);
     EXPECT_EQ(AviFile(path).frames(), counts.written);
 }
@@ -145,8 +148,8 @@ TEST_F(AviRecording, DropsFramesOfASizeThatChangesWhileItRuns) {
 /// Outside astro mode, with settings of its own.
 class QuickRecording : public AviRecording {
 protected:
-    EngineOptions options() const {
-        return {.prefix = "Hostile", .astro = false, .settings = directory.file("settings")};
+    host::EngineConfig options() const {
+        return {.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .settings = directory.file("settings")};
     }
     void put(const vex_char* name, uint32_t number, const std::string& text = {}) {
         EXPECT_EQ(vexcap_put_setting(name, number, wide(text).c_str()), S_OK) << narrow(name);
@@ -159,7 +162,7 @@ protected:
 };
 
 TEST_F(QuickRecording, NamesItsFileByWhatIsRemembered) {
-    const Engine engine(SCRIPTED_CAMERAS, options());
+    const host::Engine engine(options(), host::Mode::Pictures);
     put(u"CapturePath", 0, directory.file("films"));
     put(u"FileNamePrefix", 0, "onion-");
     put(u"FileNameFomat", VEX_NAME_SEQUENCE);
@@ -176,7 +179,7 @@ TEST_F(QuickRecording, NamesItsFileByWhatIsRemembered) {
 }
 
 TEST_F(QuickRecording, NeverReplacesAFileThatNobodyWasAskedAbout) {
-    const Engine engine(SCRIPTED_CAMERAS, options());
+    const host::Engine engine(options(), host::Mode::Pictures);
     put(u"CapturePath", 0, directory.file("films"));
     put(u"FileNameFomat", VEX_NAME_SEQUENCE);
     std::filesystem::create_directories(directory.file("films"));
@@ -198,23 +201,23 @@ TEST_F(QuickRecording, NeverReplacesAFileThatNobodyWasAskedAbout) {
 
 TEST_F(QuickRecording, RemembersFromOneProgramToTheNext) {
     {
-        const Engine engine(SCRIPTED_CAMERAS, options());
+        const host::Engine engine(options(), host::Mode::Pictures);
         EXPECT_EQ(number(u"TimeLimit"), 60u);
         put(u"TimeLimit", 1);
         put(u"UseTimeLimit", 1);
         put(u"CapturePath", 0, directory.file("films"));
     }
-    const Engine engine(SCRIPTED_CAMERAS, options());
+    const host::Engine engine(options(), host::Mode::Pictures);
     EXPECT_EQ(number(u"timelimit"), 1u) << "names compare without case";
     const auto context = started();
     ASSERT_EQ(vexcap_start_capture_micro(context->get(), 0, 1, nullptr), S_OK);
     EXPECT_EQ(vexcap_dwtimelimit(context->get()), 1u);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 60000));
-    EXPECT_GE(context->counts().elapsed, 1000u);
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 60000));
+    EXPECT_GE(context->Counts().elapsed, 1000u);
 }
 
 TEST(Settings, WithoutAPlaceToKeepThemAreTheStandardOnes) {
-    const Engine engine(SIMULATED_CAMERAS);
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Raw);
     uint32_t count = 0, value = 0;
     const vex_setting* const all = vexcap_settings(&count);
     ASSERT_GT(count, 0u);
@@ -228,7 +231,7 @@ TEST(Settings, WithoutAPlaceToKeepThemAreTheStandardOnes) {
 
 TEST(Settings, TakeTheirLimitsAndRefuseWhatLiesBeyond) {
     const TempDir directory;
-    const Engine engine(SIMULATED_CAMERAS, {.settings = directory.file("settings")});
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .settings = directory.file("settings")}, host::Mode::Raw);
     uint32_t count = 0;
     const vex_setting* const all = vexcap_settings(&count);
     for (uint32_t i = 0; i < count; ++i) {
@@ -262,7 +265,7 @@ TEST(Settings, TakeTheirLimitsAndRefuseWhatLiesBeyond) {
 
 TEST(AutoPath, FollowsTheRulesOfTheCallAndMakesTheFolder) {
     const TempDir directory;
-    const Engine engine(SIMULATED_CAMERAS);
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Raw);
     const std::u16string base = wide(directory.file("base"));
     const vex_name_rules rules = {u"m31-", base.c_str(), VEX_NAME_LONG_DASHES, VEX_FOLDERS_DATE};
     vex_char path[260];
@@ -276,7 +279,7 @@ TEST(AutoPath, FollowsTheRulesOfTheCallAndMakesTheFolder) {
 
 TEST(AutoPath, RefusesWhatNoFileCanBeCalled) {
     const TempDir directory;
-    const Engine engine(SIMULATED_CAMERAS);
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Raw);
     const std::u16string base = wide(directory.file("base")), tooLong(260, u'x');
     vex_char path[260];
     EXPECT_EQ(vexcap_auto_path(nullptr, nullptr, path), E_INVALIDARG);

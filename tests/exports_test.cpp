@@ -10,7 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "tests/support/host.h"
+#include "hosts/common/engine.h"
+#include "tests/support/queue_window.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 
@@ -20,9 +21,12 @@ namespace exports_test {
 #ifdef EXPORTS_AFTER_INIT
 constexpr bool initialised = true;
 class InitialisedEngine final : public testing::Environment {
-    void SetUp() override { engine = std::make_unique<Engine>(SCRIPTED_CAMERAS, EngineOptions{.prefix = "Hostile"}); }
+    void SetUp() override {
+        const host::EngineConfig config = {.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true};
+        engine = std::make_unique<host::Engine>(config, host::Mode::Raw);
+    }
     void TearDown() override { engine.reset(); }
-    std::unique_ptr<Engine> engine;
+    std::unique_ptr<host::Engine> engine;
 };
 const testing::Environment* const environment = testing::AddGlobalTestEnvironment(new InitialisedEngine);
 #else

@@ -10,8 +10,11 @@
 #include <string>
 #include <thread>
 
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
 #include "tests/hostile_library/hostile.h"
-#include "tests/support/host.h"
+#include "tests/support/queue_window.h"
+#include "tests/support/recording.h"
 #include "tests/support/ser_reader.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
@@ -68,7 +71,7 @@ struct Drive {
 
     void answerEvents(QueueWindow& window, vexcap_context* context) {
         for (const vex_message& message : window.messages())
-            if (message.message == eventMessage) {
+            if (message.message == host::messageEvent) {
                 EXPECT_EQ(vexcap_notify(context), 0);
                 break;
             }
@@ -86,11 +89,11 @@ struct Drive {
             vexcap_free_dsvi(list);
         }
         QueueWindow window;
-        Context context(window.get(), "$scripted", "Scripted camera");
-        started = vexcap_start(context.get(), window.get(), stillMessage, 1, 0, 0);
+        host::Context context(window.get(), host::Device{"Scripted camera", "scripted"});
+        started = vexcap_start(context.get(), window.get(), host::messageStill, 1, 0, 0);
         window.pumpFor(milliseconds / 2);
         lookAround(context.get());
-        recorded = context.record(file, 60, 1000000);
+        recorded = record(context, file, 60, 1000000);
         window.pumpFor(milliseconds);
         lookAround(context.get());
         answerEvents(window, context.get());
@@ -100,9 +103,9 @@ struct Drive {
         vexcap_start(context.get(), nullptr, 0, 0, 0, 1);
         window.pumpFor(milliseconds / 2);
         lookAround(context.get());
-        context.record(file, 0, 3);
+        record(context, file, 0, 3);
         window.pumpFor(milliseconds / 2);
-        context.stop();
+        context.Stop();
     }
 };
 
@@ -110,12 +113,12 @@ struct Drive {
 void expectGoodCamera(const std::string& file) {
     ASSERT_TRUE(library().script("interval_us=300"));
     QueueWindow window;
-    Context context(window.get(), "$scripted", "Scripted camera");
-    ASSERT_EQ(context.start(), S_OK);
-    EXPECT_TRUE(window.pumpUntilMessage(frameMessage, 10000));
-    ASSERT_EQ(context.record(file, 0, 5), S_OK);
-    EXPECT_TRUE(window.pumpUntilMessage(limitMessage, 10000));
-    context.stop();
+    host::Context context(window.get(), host::Device{"Scripted camera", "scripted"});
+    ASSERT_EQ(context.Start(), S_OK);
+    EXPECT_TRUE(window.pumpUntilMessage(host::messageFrame, 10000));
+    ASSERT_EQ(record(context, file, 0, 5), S_OK);
+    EXPECT_TRUE(window.pumpUntilMessage(host::messageLimit, 10000));
+    context.Stop();
     const std::optional<SerFile> ser = SerFile::read(file);
     ASSERT_TRUE(ser.has_value());
     EXPECT_TRUE(ser->whole());
@@ -262,7 +265,8 @@ TEST_P(HostileCamera, DoesNoHarm) {
     const TempDir directory;
     Drive drive;
     {
-        const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile", .direct2d = true});
+        const host::Engine engine(
+            {.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true, .direct2d = true}, host::Mode::Raw);
         ASSERT_TRUE(library().script(one.script));
         drive.run(directory.file("hostile.ser"), 16);
         if (one.start) {
@@ -287,7 +291,7 @@ INSTANTIATE_TEST_SUITE_P(Each, HostileCamera, testing::ValuesIn(cases),
                          [](const testing::TestParamInfo<Case>& one) { return std::string(one.param.name); });
 
 TEST(HostileCameras, WildCountsAreCutToSixteen) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     for (const char* script : {"unterminated=1;count=17", "unterminated=1;count=0xFFFFFFFF"}) {
         ASSERT_TRUE(library().script(script));
         vex_device* const list = vexcap_enum_device(nullptr);
@@ -304,35 +308,35 @@ TEST(HostileCameras, WildCountsAreCutToSixteen) {
 
 TEST(HostileCameras, FramesOfAnotherSizeAreCountedAsLostAndNeverWritten) {
     const TempDir directory;
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     for (const char* script : {"raw_width=16;raw_height=8", "raw_width=0xFFFFFFFF;raw_height=0xFFFFFFFF",
                                "raw_width=0x10040;raw_height=0x10030"}) {
         ASSERT_TRUE(library().script(script));
         QueueWindow window;
-        Context context(window.get(), "$scripted", "Scripted camera");
-        ASSERT_EQ(context.start(), S_OK);
-        ASSERT_EQ(context.record(directory.file("none.ser")), S_OK);
-        EXPECT_TRUE(window.pumpUntil([&] { return context.counts().lost >= 5; }, 10000)) << script;
+        host::Context context(window.get(), host::Device{"Scripted camera", "scripted"});
+        ASSERT_EQ(context.Start(), S_OK);
+        ASSERT_EQ(record(context, directory.file("none.ser")), S_OK);
+        EXPECT_TRUE(window.pumpUntil([&] { return context.Counts().lost >= 5; }, 10000)) << script;
         vexcap_stop_capture(context.get());
-        const vex_recording_counts counts = context.counts();
+        const vex_recording_counts counts = context.Counts();
         EXPECT_EQ(counts.written, 0u);
         EXPECT_EQ(counts.bytes, 0u);
         EXPECT_GE(counts.offered, counts.lost);
-        context.stop();
+        context.Stop();
         EXPECT_TRUE(directory.files().empty()) << "a recording without a frame leaves no file";
     }
 }
 
 TEST(HostileCameras, ARemovedDeviceStopsThePreviewAtTheNextNotify) {
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     ASSERT_TRUE(library().script("lost_after=10"));
     QueueWindow window;
-    Context context(window.get(), "$scripted", "Scripted camera");
-    ASSERT_EQ(context.start(), S_OK);
+    host::Context context(window.get(), host::Device{"Scripted camera", "scripted"});
+    ASSERT_EQ(context.Start(), S_OK);
     ASSERT_TRUE(window.pumpUntil(
         [&] {
             for (const vex_message& message : window.messages())
-                if (message.message == eventMessage && message.wparam == VEX_CAMERA_EVENT_STATE) return true;
+                if (message.message == host::messageEvent && message.wparam == VEX_CAMERA_EVENT_STATE) return true;
             return false;
         },
         10000));
@@ -341,7 +345,7 @@ TEST(HostileCameras, ARemovedDeviceStopsThePreviewAtTheNextNotify) {
     EXPECT_EQ(vexcap_fpreviewing(context.get()), 0u);
     EXPECT_EQ(vexcap_fsource(context.get()), 1u) << "the source itself is kept";
     ASSERT_TRUE(library().script(""));
-    EXPECT_EQ(context.start(), S_OK) << "it may be started again";
+    EXPECT_EQ(context.Start(), S_OK) << "it may be started again";
 }
 
 TEST(HostileCameras, OneExportMissingIsOneThingThatCannotBeDone) {
@@ -354,7 +358,8 @@ TEST(HostileCameras, OneExportMissingIsOneThingThatCannotBeDone) {
                      {SCRIPTED_WITHOUT_CLARITY, true, true},
                      {SCRIPTED_WITHOUT_OCL, true, true}};
     for (const auto& one : libraries) {
-        const Engine engine(one.path, {.prefix = "Hostile", .direct2d = true});
+        const host::Engine engine({.library = one.path, .prefix = "Hostile", .noSettings = true, .direct2d = true},
+                                  host::Mode::Raw);
         EXPECT_EQ(vexcap_mode(nullptr), 0u);
         Drive drive;
         drive.run(directory.file("a.ser"), 20);
@@ -367,7 +372,8 @@ TEST(HostileCameras, OneExportMissingIsOneThingThatCannotBeDone) {
 TEST(HostileCameras, AWrongPrefixIsALibraryWithoutExports) {
     const TempDir directory;
     for (const char* prefix : {"Vexcam", "", "hostile", "%s%s%s%n"}) {
-        const Engine engine(SCRIPTED_CAMERAS, {.prefix = prefix, .direct2d = true});
+        const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = prefix, .noSettings = true, .direct2d = true},
+                                  host::Mode::Raw);
         Drive drive;
         drive.run(directory.file("a.ser"), 4);
         EXPECT_EQ(drive.devices, 0u);
@@ -378,11 +384,11 @@ TEST(HostileCameras, AWrongPrefixIsALibraryWithoutExports) {
 TEST(HostileCameras, FilesThatAreNoLibrariesAreNoCameras) {
     const TempDir directory;
     for (const char* path : {"/etc/passwd", "/", "/dev/null", "/proc/self/mem", "libm.so.6"}) {
-        const Engine engine(path, {.prefix = "Hostile"});
+        const host::Engine engine({.library = path, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
         EXPECT_EQ(vexcap_enum_device(nullptr), nullptr) << path;
         QueueWindow window;
-        Context context(window.get(), "$scripted", "Scripted camera");
-        EXPECT_EQ(context.start(), E_FAIL) << path;
+        host::Context context(window.get(), host::Device{"Scripted camera", "scripted"});
+        EXPECT_EQ(context.Start(), E_FAIL) << path;
     }
 }
 

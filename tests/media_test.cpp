@@ -1,7 +1,9 @@
 // Compressors and media files through the whole library, with the real plug-in, read back by other programs.
 #include <gtest/gtest.h>
 
-#include "tests/support/host.h"
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
+#include "tests/support/queue_window.h"
 #include "tests/support/shell.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
@@ -23,17 +25,17 @@ struct Codecs {
 
 TEST_F(Media, ACameraIsRecordedThroughEveryCompressorAndOtherProgramsReadIt) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
-    const Engine engine(SIMULATED_CAMERAS, {.astro = false});
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Pictures);
     const Codecs codecs;
     ASSERT_NE(codecs.list, nullptr);
     for (const vex_device* codec = codecs.list; codec->name; ++codec) {
         const std::string name = narrow(codec->display), path = directory.file("a.avi");
-        Context context(window.get(), "!sim-fast", "Simulated");
-        ASSERT_EQ(context.start(), S_OK);
+        host::Context context(window.get(), host::Device{"Simulated", "sim-fast"}, VEX_OPEN_TEMPTINT);
+        ASSERT_EQ(context.Start(), S_OK);
         ASSERT_EQ(vexcap_start_capture_avi(context.get(), wide(path).c_str(), codec->name, 0), S_OK) << name;
-        ASSERT_TRUE(window.pumpUntil([&] { return context.counts().written >= 5; }, 120000)) << name;
+        ASSERT_TRUE(window.pumpUntil([&] { return context.Counts().written >= 5; }, 120000)) << name;
         vexcap_stop_capture(context.get());
-        const uint32_t written = context.counts().written;
+        const uint32_t written = context.Counts().written;
         const ShellOutput probe = shell(
             "ffprobe -v error -count_frames -select_streams v -show_entries stream=width,height,nb_read_frames "
             "-of csv=p=0 " +
@@ -44,15 +46,15 @@ TEST_F(Media, ACameraIsRecordedThroughEveryCompressorAndOtherProgramsReadIt) {
 }
 
 TEST_F(Media, WhatWasRecordedIsPlayedAndSoughtIn) {
-    const Engine engine(SIMULATED_CAMERAS, {.astro = false});
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Pictures);
     const std::string path = directory.file("a.avi");
     {
-        Context camera(window.get(), "!sim-fast;fps=50", "Simulated");
-        ASSERT_EQ(camera.start(), S_OK);
+        host::Context camera(window.get(), host::Device{"Simulated", "sim-fast;fps=50"}, VEX_OPEN_TEMPTINT);
+        ASSERT_EQ(camera.Start(), S_OK);
         const Codecs codecs;
         ASSERT_NE(codecs.list, nullptr);
         ASSERT_EQ(vexcap_start_capture_avi(camera.get(), wide(path).c_str(), codecs.list[0].name, 0), S_OK);
-        ASSERT_TRUE(window.pumpUntil([&] { return camera.counts().written >= 20; }, 120000));
+        ASSERT_TRUE(window.pumpUntil([&] { return camera.Counts().written >= 20; }, 120000));
         vexcap_stop_capture(camera.get());
     }
     vexcap_context* const film = vexcap_file(window.get(), window.get(), wide(path).c_str());
@@ -67,22 +69,22 @@ TEST_F(Media, WhatWasRecordedIsPlayedAndSoughtIn) {
     // Its end is an event that the host answers; then it stands at its beginning.
     EXPECT_TRUE(window.pumpUntil(
         [&] {
-            if (window.count(eventMessage)) vexcap_notify(film);
+            if (window.count(host::messageEvent)) vexcap_notify(film);
             return vexcap_get_state(film) == 3;
         },
         120000));
-    EXPECT_GE(window.count(frameMessage), 20u);
+    EXPECT_GE(window.count(host::messageFrame), 20u);
     EXPECT_EQ(vexcap_get_pos(film), 0);
     window.forget();
     vexcap_set_pos(film, duration / 2);
-    EXPECT_TRUE(window.pumpUntil([&] { return window.count(frameMessage) > 0; }, 60000))
+    EXPECT_TRUE(window.pumpUntil([&] { return window.count(host::messageFrame) > 0; }, 60000))
         << "the picture there is shown";
     EXPECT_NEAR(double(vexcap_get_pos(film)), double(duration) / 2, double(duration) / 4);
     vexcap_stop(film);
 }
 
 TEST_F(Media, WhatIsNoFilmIsRefused) {
-    const Engine engine(SIMULATED_CAMERAS, {.astro = false});
+    const host::Engine engine({.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Pictures);
     const std::string text = directory.file("notes.txt");
     ASSERT_EQ(shell("echo no film > " + text).status, 0);
     for (const std::string& path : {text, directory.file("missing.avi"), std::string("http://127.0.0.1:1/film.avi")}) {

@@ -6,8 +6,10 @@
 #include <fstream>
 #include <optional>
 
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
 #include "recording/avi_reader.h"
-#include "tests/support/host.h"
+#include "tests/support/queue_window.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 
@@ -51,12 +53,12 @@ protected:
     static constexpr uint32_t lineColour = 0x102030, barColour = 0x405060, dateColour = 0x708090,
                               waterColour = 0xA0B0C0;
 
-    void start(const std::string& name = "!sim-fast", const std::string& display = "Simulated") {
-        context.emplace(window.get(), name, display);
-        ASSERT_EQ(vexcap_start(context->get(), window.get(), stillMessage, 1, 0, 0), S_OK);
+    void start(const host::Device& camera = {"Simulated", "sim-fast"}) {
+        context.emplace(window.get(), camera, VEX_OPEN_TEMPTINT);
+        ASSERT_EQ(vexcap_start(context->get(), window.get(), host::messageStill, 1, 0, 0), S_OK);
         frame();
     }
-    void frame() { ASSERT_TRUE(window.pumpUntilMessage(frameMessage, 60000)); }
+    void frame() { ASSERT_TRUE(window.pumpUntilMessage(host::messageFrame, 60000)); }
     /// A watermark over the top left, a cross through it, scale bar and date on top.
     void drawEverything() const {
         std::vector<uint8_t> dib(40 + size_t(hiddenWidth) * hiddenHeight * 3);
@@ -114,8 +116,8 @@ protected:
 
     const TempDir directory;
     QueueWindow window;
-    const Engine engine{SIMULATED_CAMERAS, {.astro = false}};
-    std::optional<Context> context;
+    const host::Engine engine{{.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Pictures};
+    std::optional<host::Context> context;
 };
 
 /// The clock may go on between two pictures: the date is compared with one that was taken in the same second.
@@ -148,7 +150,7 @@ TEST_F(Overlay, IsTheSameInARecording) {
     const std::string path = directory.file("a.avi");
     const auto recorded = [&] {
         EXPECT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
-        EXPECT_TRUE(window.pumpUntil([&] { return context->counts().written >= 2; }, 60000));
+        EXPECT_TRUE(window.pumpUntil([&] { return context->Counts().written >= 2; }, 60000));
         vexcap_stop_capture(context->get());
         return hiddenPart(lastFrameOf(path));
     };
@@ -165,12 +167,12 @@ TEST_F(Overlay, ChangesNothingOfThePreviewsOwnPicture) {
 }
 
 TEST_F(Overlay, IsDrawnIntoAStillWithTheScaleOfStills) {
-    start("!sim-microscope", "Simulated microscope camera");
+    start({"Simulated microscope camera", "sim-microscope"});
     ASSERT_GT(vexcap_has_stillimage(context->get()), 0u);
     ASSERT_EQ(vexcap_can_grabber_stillimage(context->get()), 1);
     drawWithoutWater();
     ASSERT_EQ(vexcap_grabber_stillimage(context->get(), nullptr), 1);
-    ASSERT_TRUE(window.pumpUntil([&] { return window.count(stillMessage) > 0; }, 60000));
+    ASSERT_TRUE(window.pumpUntil([&] { return window.count(host::messageStill) > 0; }, 60000));
     int32_t stillWidth = 0, stillHeight = 0;
     ASSERT_EQ(vexcap_stillimage_size(context->get(), &stillWidth, &stillHeight), 1);
     const size_t stride = (size_t(stillWidth) * 24 + 31) / 32 * 4, bytes = stride * size_t(stillHeight);

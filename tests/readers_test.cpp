@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/common/engine.h"
 #include "tests/support/recording.h"
 #include "tests/support/ser_reader.h"
 #include "tests/support/shell.h"
@@ -51,12 +52,12 @@ protected:
                      directory.file("script.ssf"));
     }
     const TempDir directory;
-    const Engine engine{SIMULATED_CAMERAS};
+    const host::Engine engine{{.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Raw};
 };
 
 TEST_F(Readers, SirilFindsTheSameNumbersInAMonoFile) {
     if (!installed("siril-cli")) GTEST_SKIP() << "siril-cli is not installed";
-    const SerFile file = take("$sim-fast;seed=3;deterministic", "mono.ser", 6);
+    const SerFile file = take("sim-fast;seed=3;deterministic", "mono.ser", 6);
     const ShellOutput output = siril("seqstat mono stats.csv main\n");
     ASSERT_EQ(output.status, 0) << output.text;
     EXPECT_NE(output.text.find("640 x 480 (8 bits)"), std::string::npos) << output.text;
@@ -90,7 +91,7 @@ TEST_F(Readers, SirilFindsTheSameNumbersInAMonoFile) {
 
 TEST_F(Readers, SirilFindsTheMosaicOfABayerFile) {
     if (!installed("siril-cli")) GTEST_SKIP() << "siril-cli is not installed";
-    const SerFile file = take("$sim-microscope;seed=3;deterministic", "bayer.ser", 3);
+    const SerFile file = take("sim-microscope;seed=3;deterministic", "bayer.ser", 3);
     ASSERT_EQ(file.header().colorId, 9u) << "GRBG";
     const ShellOutput output = siril("seqstat bayer stats.csv main\n");
     ASSERT_EQ(output.status, 0) << output.text;
@@ -101,7 +102,7 @@ TEST_F(Readers, SirilFindsTheMosaicOfABayerFile) {
 
 TEST_F(Readers, FfprobeFindsTheFormatOfAMonoFile) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
-    take("$sim-fast;seed=3;deterministic", "mono.ser", 6);
+    take("sim-fast;seed=3;deterministic", "mono.ser", 6);
     const ShellOutput output = shell(
         "ffprobe -v error -count_frames -show_entries "
         "stream=codec_name,pix_fmt,width,height,nb_read_frames -of compact " +
@@ -112,7 +113,7 @@ TEST_F(Readers, FfprobeFindsTheFormatOfAMonoFile) {
 
 TEST_F(Readers, FfprobeFindsTheFormatOfABayerFile) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
-    take("$sim-microscope;seed=3;deterministic", "bayer.ser", 3);
+    take("sim-microscope;seed=3;deterministic", "bayer.ser", 3);
     const ShellOutput output = shell(
         "ffprobe -v error -count_frames -show_entries "
         "stream=pix_fmt,width,height,nb_read_frames -of compact " +

@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
 #include "tests/hostile_library/hostile.h"
+#include "tests/support/queue_window.h"
 #include "tests/support/recording.h"
 #include "tests/support/ser_reader.h"
 #include "tests/support/temp_dir.h"
@@ -19,8 +22,8 @@ namespace system_test {
 
 constexpr Region planetRegion{800, 400, 320, 240};
 constexpr Region deepSkyRegion{2000, 1200, 320, 240};
-const Take planet{"$sim-planet;seed=5;deterministic", "Simulated planetary camera", planetRegion, 0, 20};
-const Take deepSky{"$sim-deepsky;seed=9;deterministic", "Simulated deep-sky camera", deepSkyRegion, 0, 8};
+const Take planet{"sim-planet;seed=5;deterministic", "Simulated planetary camera", planetRegion, 0, 20};
+const Take deepSky{"sim-deepsky;seed=9;deterministic", "Simulated deep-sky camera", deepSkyRegion, 0, 8};
 
 // Ticks of 100 ns since the year 1; the Unix epoch lies 719162 days after its beginning.
 uint64_t ticksNow() {
@@ -44,7 +47,7 @@ protected:
         return std::move(*file);
     }
     const TempDir directory;
-    const Engine engine{SIMULATED_CAMERAS};
+    const host::Engine engine{{.library = SIMULATED_CAMERAS, .noSettings = true}, host::Mode::Raw};
     vex_recording_counts counts{};
 };
 
@@ -98,7 +101,7 @@ TEST_F(Recording, OfABayerCameraHasItsDepthAndThePatternOfTheReversedRows) {
 TEST_F(Recording, HoldsTheFramesOfTheSensorWithTheirRowsReversedAndInOrder) {
     for (const Take& what : {planet, deepSky}) {
         const SerFile file = take(what);
-        const RawFrames direct(SIMULATED_CAMERAS, what.camera, what.region, hashesOf(file));
+        const RawFrames direct(SIMULATED_CAMERAS, "$" + what.camera, what.region, hashesOf(file));
         int64_t last = -1;
         for (uint32_t i = 0; i < file.header().frameCount; ++i) {
             const int64_t number = direct.find(hashOf(file.frame(i)));
@@ -114,11 +117,11 @@ TEST_F(Recording, OfTheSameSeedHasTheSameFrames) {
     const SerFile second = take(planet, "second.ser");
     std::vector<uint64_t> wanted = hashesOf(first);
     for (const uint64_t hash : hashesOf(second)) wanted.push_back(hash);
-    const RawFrames sensor(SIMULATED_CAMERAS, planet.camera, planet.region, wanted);
+    const RawFrames sensor(SIMULATED_CAMERAS, "$" + planet.camera, planet.region, wanted);
     for (const SerFile* file : {&first, &second})
         for (const uint64_t hash : hashesOf(*file)) EXPECT_GE(sensor.find(hash), 0);
     Take other = planet;
-    other.camera = "$sim-planet;seed=6;deterministic";
+    other.camera = "sim-planet;seed=6;deterministic";
     const SerFile third = take(other, "third.ser");
     EXPECT_EQ(sensor.find(hashOf(third.frame(0))), -1) << "another seed gives other frames";
 }
@@ -140,26 +143,26 @@ TEST_F(Recording, WithAFrameLimitKeepsExactlyThatManyFrames) {
 
 TEST_F(Recording, EndsByItsTimeLimitAndTellsTheHost) {
     QueueWindow window;
-    Context context(window.get(), "$sim-fast;seed=1", "Simulated fast camera");
-    ASSERT_EQ(context.start(), S_OK);
+    host::Context context(window.get(), host::Device{"Simulated fast camera", "sim-fast;seed=1"});
+    ASSERT_EQ(context.Start(), S_OK);
     const std::string path = directory.file("second.ser");
     const auto begin = std::chrono::steady_clock::now();
-    ASSERT_EQ(context.record(path, 1), S_OK);
+    ASSERT_EQ(record(context, path, 1), S_OK);
     EXPECT_EQ(vexcap_dwtimelimit(context.get()), 1u);
     EXPECT_EQ(vexcap_dwframelimit(context.get()), 0u);
     EXPECT_EQ(vexcap_fcapturing(context.get()), 1u);
     EXPECT_NE(vexcap_lcapstarttime(context.get()), 0u);
     vex_char told[260];
     EXPECT_EQ(vexcap_filepath(context.get(), told), 1);
-    ASSERT_TRUE(window.pumpUntilMessage(limitMessage, 20000));
+    ASSERT_TRUE(window.pumpUntilMessage(host::messageLimit, 20000));
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(took, std::chrono::milliseconds(990));
     for (const vex_message& message : window.messages())
-        if (message.message == limitMessage) {
+        if (message.message == host::messageLimit) {
             EXPECT_EQ(message.wparam, 1u);
             EXPECT_EQ(message.lparam, 0);
         }
-    EXPECT_EQ(window.count(limitMessage), 1u);
+    EXPECT_EQ(window.count(host::messageLimit), 1u);
     EXPECT_EQ(vexcap_fcapturing(context.get()), 0u);
     EXPECT_EQ(vexcap_dwframecount(context.get()), 0u);
     EXPECT_EQ(vexcap_filesize(context.get()), 0u);
@@ -168,21 +171,21 @@ TEST_F(Recording, EndsByItsTimeLimitAndTellsTheHost) {
     const std::optional<SerFile> file = SerFile::read(path);
     ASSERT_TRUE(file.has_value());
     EXPECT_TRUE(file->whole());
-    EXPECT_EQ(file->header().frameCount, context.counts().written);
+    EXPECT_EQ(file->header().frameCount, context.Counts().written);
     window.pumpFor(200);
-    EXPECT_EQ(window.count(limitMessage), 1u) << "the timer is gone";
+    EXPECT_EQ(window.count(host::messageLimit), 1u) << "the timer is gone";
 }
 
 TEST_F(Recording, GrowsWhileItRuns) {
     QueueWindow window;
-    Context context(window.get(), "$sim-fast;seed=1", "Simulated fast camera");
-    ASSERT_EQ(context.start(), S_OK);
-    ASSERT_EQ(context.record(directory.file("a.ser")), S_OK);
+    host::Context context(window.get(), host::Device{"Simulated fast camera", "sim-fast;seed=1"});
+    ASSERT_EQ(context.Start(), S_OK);
+    ASSERT_EQ(record(context, directory.file("a.ser")), S_OK);
     ASSERT_TRUE(window.pumpUntil([&] { return vexcap_dwframecount(context.get()) >= 10; }, 20000));
     ASSERT_TRUE(window.pumpUntil([&] { return vexcap_filesize(context.get()) >= 10 * 300; }, 20000));
     vexcap_stop_capture(context.get());
-    EXPECT_GE(context.counts().written, 10u);
-    EXPECT_EQ(window.count(limitMessage), 0u) << "the host ended it";
+    EXPECT_GE(context.Counts().written, 10u);
+    EXPECT_EQ(window.count(host::messageLimit), 0u) << "the host ended it";
 }
 
 TEST_F(Recording, IsAskedForByAnyNameThatIsNoAvi) {
@@ -203,14 +206,14 @@ TEST_F(Recording, ReplacesAnExistingFile) {
 
 TEST_F(Recording, OfADeviceThatGoesAwayKeepsItsFrames) {
     QueueWindow window;
-    Context context(window.get(), "$sim-fast;seed=1;drop-after=40", "Simulated fast camera");
-    ASSERT_EQ(context.start(), S_OK);
+    host::Context context(window.get(), host::Device{"Simulated fast camera", "sim-fast;seed=1;drop-after=40"});
+    ASSERT_EQ(context.Start(), S_OK);
     const std::string path = directory.file("lost.ser");
-    ASSERT_EQ(context.record(path), S_OK);
+    ASSERT_EQ(record(context, path), S_OK);
     ASSERT_TRUE(window.pumpUntil(
         [&] {
             for (const vex_message& message : window.messages())
-                if (message.message == eventMessage && message.wparam == 0x8002) return true;
+                if (message.message == host::messageEvent && message.wparam == 0x8002) return true;
             return false;
         },
         20000));
@@ -227,7 +230,7 @@ TEST_F(Recording, OfADeviceThatGoesAwayKeepsItsFrames) {
 
 TEST(RecordingOfAScriptedCamera, NamesEachMosaicByItsReversedRows) {
     const TempDir directory;
-    const Engine engine(SCRIPTED_CAMERAS, {.prefix = "Hostile"});
+    const host::Engine engine({.library = SCRIPTED_CAMERAS, .prefix = "Hostile", .noSettings = true}, host::Mode::Raw);
     void* const library = ::dlopen(SCRIPTED_CAMERAS, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr);
     const auto script = reinterpret_cast<decltype(&hostile_script)>(::dlsym(library, "hostile_script"));
@@ -238,7 +241,7 @@ TEST(RecordingOfAScriptedCamera, NamesEachMosaicByItsReversedRows) {
     for (const auto& one : cases) {
         ASSERT_EQ(script((std::string("depth=12;raw_fourcc=") + one.fourcc).c_str()), 0);
         const std::string path = directory.file("mosaic.ser");
-        ASSERT_TRUE(record({.camera = "$scripted", .display = "Scripted", .frames = 2}, path));
+        ASSERT_TRUE(record({.camera = "scripted", .display = "Scripted", .frames = 2}, path));
         const std::optional<SerFile> file = SerFile::read(path);
         ASSERT_TRUE(file.has_value());
         EXPECT_EQ(file->header().colorId, one.colorId) << one.fourcc;

@@ -14,42 +14,31 @@ namespace vexcap::host {
 
 namespace {
 
-constexpr char16_t openMode = VEX_OPEN_ASTRO;
 constexpr size_t propertyRoom = 32;  // UTF-16 units that the library writes
 
 }  // namespace
 
 Session::Session(Engine& engine, const Device& device, bool stills)
-    : window(engine.Window()), name(device.name), isCamera(device.IsCamera()) {
+    : window(engine.Window()), name(device.name), isCamera(device.IsCamera()), context(window, device) {
     const std::string what = isCamera ? "camera" : "video input device";
-    const std::u16string identifier = toUtf16(device.identifier);
-    const std::u16string opened = isCamera ? openMode + identifier : identifier;
-    const std::u16string display = toUtf16(device.name);
-    const vex_device record = {opened.c_str(), display.c_str(), device.kind, 0};
-    context = vexcap_device(window, window, &record, nullptr, nullptr, nullptr);
-    if (!context) throw Failure(exitNoDevice, "no such " + what + ": " + name);
-    const HRESULT result = vexcap_start(context, window, messageStill, stills, 0, 0);
+    if (!context.get()) throw Failure(exitNoDevice, "no such " + what + ": " + name);
+    const HRESULT result = vexcap_start(context.get(), window, messageStill, stills, 0, 0);
     if (result >= 0) return;
-    vexcap_stop(context);
     const bool telling = result == E_ACCESSDENIED || result == VEX_E_BUSY;
     throw Failure(exitNoDevice, "cannot open the " + what + " \"" + name + "\"" +
                                     (telling ? ": " + resultText(result) : std::string()) +
                                     "; \"vexcap devices\" lists what is there");
 }
 
-Session::Session(Engine& engine, const MediaFile& file) : window(engine.Window()), name(file.path), isCamera(false) {
-    const std::u16string path = toUtf16(file.path);
-    context = vexcap_file(window, window, path.c_str());
-    if (!context) throw Failure(exitUsage, "no file is named");
-    const HRESULT result = vexcap_start(context, nullptr, 0, 0, 0, 0);
+Session::Session(Engine& engine, const MediaFile& file)
+    : window(engine.Window()), name(file.path), isCamera(false), context(window, file) {
+    if (!context.get()) throw Failure(exitUsage, "no file is named");
+    const HRESULT result = context.Start();
     if (result >= 0) return;
-    vexcap_stop(context);
     if (result == noModule) throw Failure(exitNoMedia, "cannot play " + name + ": " + resultText(result));
     if (result == E_FAIL) throw Failure(exitNoVideo, name + " has no video that can be played");
     throw Failure(exitFailure, "cannot play " + name + ": " + resultText(result));
 }
-
-Session::~Session() { vexcap_stop(context); }
 
 News Session::Wait(int milliseconds, const StopRequest& stop) {
     pollfd sources[2] = {{vex_window_queue_fd(window), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}};
@@ -59,7 +48,7 @@ News Session::Wait(int milliseconds, const StopRequest& stop) {
     while (vex_window_queue_next(window, &message)) {
         if (message.message == messageEvent) {
             if (!isCamera) news.framesAtEvent = Rate().total;
-            vexcap_notify(context);
+            vexcap_notify(context.get());
         }
         if (message.message == messageLimit) news.limit = true;
         if (message.message == messageFrame) news.frame = true;
@@ -72,7 +61,7 @@ News Session::Wait(int milliseconds, const StopRequest& stop) {
         }
     }
     news.asked = stop.Asked();
-    news.lost = !vexcap_fpreviewing(context);
+    news.lost = !vexcap_fpreviewing(context.get());
     return news;
 }
 
@@ -108,14 +97,14 @@ void Session::WaitFor(bool News::*what, const char* missing, const StopRequest& 
 }
 
 ICamera& Session::Camera() const {
-    if (void* const camera = vexcap_get_interface(context, nullptr)) return *static_cast<ICamera*>(camera);
+    if (void* const camera = vexcap_get_interface(context.get(), nullptr)) return *static_cast<ICamera*>(camera);
     throw Failure(exitDeviceLost, "the camera \"" + name + "\" is gone");
 }
 
 FrameRate Session::Rate() const {
     if (!isCamera) {
         vex_char count[propertyRoom] = {}, rate[propertyRoom] = {};
-        if (!vexcap_get_property(context, count, rate)) return {};
+        if (!vexcap_get_property(context.get(), count, rate)) return {};
         // The library writes them as the C library of this process reads them.
         return {std::strtod(toUtf8(rate).c_str(), nullptr),
                 static_cast<uint32_t>(std::strtoul(toUtf8(count).c_str(), nullptr, 10))};
@@ -128,7 +117,7 @@ FrameRate Session::Rate() const {
 Size Session::PictureSize() const {
     if (isCamera) return CameraPictureSize();
     int32_t width = 0, height = 0;
-    vexcap_video_size(context, &width, &height);
+    vexcap_video_size(context.get(), &width, &height);
     return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
 }
 
@@ -178,12 +167,12 @@ double Session::StallSeconds() const {
 std::vector<Format> Session::Formats() const { return FormatsOf(vexcap_get_capability); }
 
 std::vector<Format> Session::StillFormats() const {
-    return vexcap_has_stillimage(context) ? FormatsOf(vexcap_get_stillimage_capability) : std::vector<Format>();
+    return vexcap_has_stillimage(context.get()) ? FormatsOf(vexcap_get_stillimage_capability) : std::vector<Format>();
 }
 
 std::vector<Format> Session::FormatsOf(Capability capability) const {
     vex_capability* list = nullptr;
-    const int32_t count = capability(context, &list);
+    const int32_t count = capability(context.get(), &list);
     std::vector<Format> formats;
     for (int32_t i = 0; list && i < count; ++i) formats.push_back(formatOf(list[i], isCamera));
     vexcap_free_capability(list);
@@ -196,14 +185,14 @@ void Session::SetFormat(const FormatChoice& choice, const StopRequest& stop) {
     const uint32_t index = matchFormat(formats, choice);
     const std::string refused = "\"" + name + "\" does not take " + sizeText(formats[index].size);
     if (isCamera) {
-        vexcap_set_esize(context, index, 0);
-        if (!vexcap_fpreviewing(context)) throw Failure(exitFailure, refused);
-    } else if (const HRESULT result = vexcap_put_format(context, index); result < 0) {
+        vexcap_set_esize(context.get(), index, 0);
+        if (!vexcap_fpreviewing(context.get())) throw Failure(exitFailure, refused);
+    } else if (const HRESULT result = vexcap_put_format(context.get(), index); result < 0) {
         throw Failure(exitFailure, refused + ": " + resultText(result));
     }
     WaitForFreshFrame(stop);
     int32_t width = 0, height = 0;
-    vexcap_video_size(context, &width, &height);
+    vexcap_video_size(context.get(), &width, &height);
     if (Size{static_cast<uint32_t>(width), static_cast<uint32_t>(height)} != formats[index].size)
         throw Failure(exitFailure, refused);
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/common/context.h"
 #include "hosts/common/engine.h"
 #include "hosts/common/formats.h"
 #include "hosts/common/stop_request.h"
@@ -45,11 +46,6 @@ struct FrameRate {
     uint32_t total = 0;  ///< Frames since the source was started.
 };
 
-/// A media file as a source.
-struct MediaFile {
-    std::string path;  ///< UTF-8.
-};
-
 /// An open source: a camera, a video input device, or a file that is played. The engine outlives it.
 class Session final {
 public:
@@ -59,7 +55,6 @@ public:
     /// Opens the file and plays it. Failure exitNoMedia when nothing that plays is installed, exitNoVideo when the file
     /// has no video, exitFailure when it cannot be read.
     Session(Engine& engine, const MediaFile& file);
-    ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -73,14 +68,14 @@ public:
     /// Waits for the still that was asked for. Fails as WaitForFreshFrame does.
     void WaitForStill(const StopRequest& stop);
 
-    vexcap_context* Context() const { return context; }
+    vexcap_context* Context() const { return context.get(); }
     /// The camera of a session with one; Failure exitDeviceLost when it is gone.
     ICamera& Camera() const;
     /// Null when the camera does not have it, or is gone, and for every other source.
     template <typename Interface>
     CameraInterface<Interface> Query(const vex_guid& identifier) const {
         void* out = nullptr;
-        if (void* const camera = vexcap_get_interface(context, nullptr))
+        if (void* const camera = vexcap_get_interface(context.get(), nullptr))
             static_cast<ICamera*>(camera)->QueryInterface(identifier, &out);
         return CameraInterface<Interface>(static_cast<Interface*>(out));
     }
@@ -113,7 +108,7 @@ private:
     vex_window* const window;
     const std::string name;
     const bool isCamera;
-    vexcap_context* context = nullptr;
+    const host::Context context;
 };
 
 /// Notices that no frame comes any more.

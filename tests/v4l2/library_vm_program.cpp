@@ -9,8 +9,10 @@
 #include <fstream>
 #include <memory>
 
+#include "hosts/common/context.h"
+#include "hosts/common/engine.h"
 #include "recording/avi_reader.h"
-#include "tests/support/host.h"
+#include "tests/support/queue_window.h"
 #include "tests/support/text.h"
 
 namespace vexcap::test {
@@ -39,16 +41,18 @@ constexpr uint32_t disconnectButton = 0x00f0f041;
 
 class VideoInput : public testing::Test {
 protected:
-    VideoInput() : engine("no-such-camera-library.so", {.astro = false}), devices(vexcap_enum_device(u"vivid")) {}
+    VideoInput()
+        : engine({.library = "no-such-camera-library.so", .noSettings = true}, host::Mode::Pictures),
+          devices(vexcap_enum_device(u"vivid")) {}
     ~VideoInput() override {
         context.reset();
         vexcap_free_dsvi(devices);
     }
     void start() {
         ASSERT_NE(devices, nullptr);
-        context = std::make_unique<Context>(window.get(), narrow(devices[0].name), narrow(devices[0].display),
-                                            VEX_KIND_VIDEO_INPUT);
-        ASSERT_EQ(context->start(), S_OK);
+        context = std::make_unique<host::Context>(
+            window.get(), host::Device{narrow(devices[0].display), narrow(devices[0].name), VEX_KIND_VIDEO_INPUT});
+        ASSERT_EQ(context->Start(), S_OK);
     }
     /// Chooses a format by its layout and size.
     HRESULT choose(uint32_t layout, int32_t width, int32_t height) {
@@ -67,13 +71,13 @@ protected:
     }
     bool frames(size_t count) {
         window.forget();
-        return window.pumpUntil([&] { return window.count(frameMessage) >= count; }, slow);
+        return window.pumpUntil([&] { return window.count(host::messageFrame) >= count; }, slow);
     }
 
-    Engine engine;
+    host::Engine engine;
     QueueWindow window;
     vex_device* const devices;
-    std::unique_ptr<Context> context;
+    std::unique_ptr<host::Context> context;
 };
 
 constexpr uint32_t code(const char (&name)[5]) {
@@ -99,7 +103,7 @@ TEST_F(VideoInput, IsRecordedInEveryLayoutAndTheFileIsWhole) {
         ASSERT_EQ(choose(layout, 320, 180), S_OK) << std::hex << layout;
         const std::string path = "/run/film.avi";
         ASSERT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
-        ASSERT_TRUE(window.pumpUntil([&] { return context->counts().written >= 3; }, slow)) << std::hex << layout;
+        ASSERT_TRUE(window.pumpUntil([&] { return context->Counts().written >= 3; }, slow)) << std::hex << layout;
         vexcap_stop_capture(context->get());
         std::ifstream in(path, std::ios::binary);
         const AviContent film = readAvi(in);
@@ -121,7 +125,7 @@ TEST_F(VideoInput, ADarkFieldTakesTheStandingPictureAway) {
     EXPECT_EQ(vexcap_dfc_import(context->get(), u"/run/dark.bmp"), S_OK);
     const std::string path = "/run/dark.avi";
     ASSERT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
-    ASSERT_TRUE(window.pumpUntil([&] { return context->counts().written >= 2; }, slow));
+    ASSERT_TRUE(window.pumpUntil([&] { return context->Counts().written >= 2; }, slow));
     vexcap_stop_capture(context->get());
     // The colour bars stand still, so a corner of them is black now.
     std::ifstream in(path, std::ios::binary);
@@ -139,11 +143,11 @@ TEST_F(VideoInput, APulledPlugIsToldAndEveryCallReturns) {
     ASSERT_TRUE(frames(1));
     const std::string path = "/run/cut.avi";
     ASSERT_EQ(vexcap_start_capture_avi(context->get(), wide(path).c_str(), nullptr, 0), S_OK);
-    ASSERT_TRUE(window.pumpUntil([&] { return context->counts().written >= 2; }, slow));
+    ASSERT_TRUE(window.pumpUntil([&] { return context->Counts().written >= 2; }, slow));
     press(disconnectButton);
     ASSERT_TRUE(window.pumpUntil(
         [&] {
-            if (window.count(eventMessage)) vexcap_notify(context->get());
+            if (window.count(host::messageEvent)) vexcap_notify(context->get());
             return !vexcap_fcapturing(context->get());
         },
         slow));
