@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "base/text.h"
+#include "dialogs/name_dialogs.h"
 #include "engine/camera_road.h"
 #include "engine/graph_road.h"
 #include "engine/state/report.h"
-#include "wizard/name_dialogs.h"
-#include "wizard/naming.h"
+#include "settings/naming.h"
 
 namespace vexcap {
 namespace {

@@ -9,7 +9,7 @@
 #include "engine/context_overlay.h"
 #include "engine/context_picture.h"
 #include "engine/road.h"
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 namespace vexcap {
 

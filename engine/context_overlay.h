@@ -5,7 +5,7 @@
 #include <vexcap/overlay.h>
 
 #include "engine/context_state.h"
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 

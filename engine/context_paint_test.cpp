@@ -2,8 +2,8 @@
 #include "engine/context_fixture.h"
 #include "engine/context_picture.h"
 #include "engine/graph_fixture.h"
-#include "overlay/marker_settings.h"
 #include "platform/fake/recording_target.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 namespace context_paint_test {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 

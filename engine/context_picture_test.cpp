@@ -3,7 +3,7 @@
 
 #include "engine/context_fixture.h"
 #include "engine/graph_fixture.h"
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 namespace context_picture_test {

@@ -1,7 +1,7 @@
 // The exported functions of vexcap/overlay.h.
 #include "base/text.h"
 #include "exports/exports.h"
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 using namespace vexcap;
 

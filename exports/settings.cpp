@@ -1,8 +1,8 @@
 // The exported functions of vexcap/settings.h.
 #include "base/text.h"
 #include "exports/exports.h"
-#include "wizard/naming.h"
-#include "wizard/setting.h"
+#include "settings/naming.h"
+#include "settings/setting.h"
 
 using namespace vexcap;
 

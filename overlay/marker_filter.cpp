@@ -1,7 +1,7 @@
 #include "overlay/marker_filter.h"
 
 #include "base/dib.h"
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "graph/stream_rig.h"
 #include "overlay/marker_filter.h"
-#include "overlay/marker_settings.h"
 #include "overlay/text_expected.h"
 #include "platform/fake/fake_settings.h"
+#include "settings/marker_settings.h"
 
 namespace vexcap {
 namespace marker_filter_config_test {

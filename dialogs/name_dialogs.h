@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/dialogs.h"
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 namespace vexcap {
 

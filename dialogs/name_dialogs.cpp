@@ -1,10 +1,10 @@
-#include "wizard/name_dialogs.h"
+#include "dialogs/name_dialogs.h"
 
 #include <algorithm>
 
 #include "base/text.h"
-#include "wizard/naming.h"
-#include "wizard/setting.h"
+#include "settings/naming.h"
+#include "settings/setting.h"
 
 namespace vexcap {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 namespace vexcap {
 

@@ -1,10 +1,10 @@
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 #include <limits>
 #include <new>
 
-#include "wizard/naming.h"
-#include "wizard/wizard_fixture.h"
+#include "settings/naming.h"
+#include "settings/settings_testing.h"
 
 namespace vexcap {
 namespace wizard_info_test {

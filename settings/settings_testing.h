@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "engine/state/engine_fixture.h"
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 namespace vexcap {
 

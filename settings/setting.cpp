@@ -1,4 +1,4 @@
-#include "wizard/setting.h"
+#include "settings/setting.h"
 
 #include <algorithm>
 

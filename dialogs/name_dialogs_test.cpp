@@ -1,8 +1,8 @@
-#include "wizard/name_dialogs.h"
+#include "dialogs/name_dialogs.h"
 
 #include "base/text.h"
-#include "wizard/naming.h"
-#include "wizard/wizard_fixture.h"
+#include "settings/naming.h"
+#include "settings/settings_testing.h"
 
 namespace vexcap {
 namespace name_dialogs_test {

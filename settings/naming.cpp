@@ -1,11 +1,11 @@
-#include "wizard/naming.h"
+#include "settings/naming.h"
 
 #include <algorithm>
 #include <atomic>
 
 #include "base/civil_time.h"
 #include "base/text.h"
-#include "wizard/setting.h"
+#include "settings/setting.h"
 
 namespace vexcap {
 namespace {

@@ -1,4 +1,4 @@
-#include "overlay/marker_settings.h"
+#include "settings/marker_settings.h"
 
 #include <algorithm>
 #include <string>

@@ -1,9 +1,9 @@
-#include "wizard/wizard_info.h"
+#include "settings/recording_info.h"
 
 #include <algorithm>
 
-#include "wizard/naming.h"
-#include "wizard/setting.h"
+#include "settings/naming.h"
+#include "settings/setting.h"
 
 namespace vexcap {
 namespace {

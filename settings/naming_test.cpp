@@ -1,10 +1,10 @@
-#include "wizard/naming.h"
+#include "settings/naming.h"
 
 #include <cstdio>
 #include <cstdlib>
 
 #include "base/text.h"
-#include "wizard/wizard_fixture.h"
+#include "settings/settings_testing.h"
 
 namespace vexcap {
 namespace naming_test {
