@@ -18,7 +18,7 @@ bool isValidName(const EngineState& engine, vex_window* owner, std::u16string_vi
 
 }  // namespace
 
-CFileOptionsDlg::CFileOptionsDlg(EngineState& engineState, vex_window* parent)
+CFileOptionsDlg::CFileOptionsDlg(const EngineState& engineState, vex_window* parent)
     : engine(engineState),
       owner(parent),
       labels({u"yymmddHHMMSS", u"yyyymmddHHMMSS", u"yy-mm-dd-HH-MM-SS", u"yyyy-mm-dd-HH-MM-SS",
@@ -40,7 +40,7 @@ void CFileOptionsDlg::putPrefix(std::u16string_view text) {
 
 void CFileOptionsDlg::BuildSample() {
     const std::u16string_view prefix = trimmed(shownPrefix);
-    if (isValidName(engine, owner, prefix)) shownSample = sampleName(engine, chosen, prefix);
+    if (isValidName(engine, owner, prefix)) shownSample = sampleName(engine.Settings(), chosen, prefix);
 }
 
 bool CFileOptionsDlg::ok() {
@@ -51,14 +51,14 @@ bool CFileOptionsDlg::ok() {
     return true;
 }
 
-CDirOptionsDlg::CDirOptionsDlg(EngineState& engineState)
+CDirOptionsDlg::CDirOptionsDlg(const EngineState& engineState)
     : engine(engineState),
       labels({engine.Text("ids_none"), formatText(u"%s(YYYYMMDD)", {engine.Text("ids_date")}),
               formatText(u"%s(YYYY)/%s(MM)/%s(DD)",
                          {engine.Text("ids_year"), engine.Text("ids_month"), engine.Text("ids_day")})}),
       chosen(readNumber(engine.rootKey.get(), setting::DirSub)),
       base(readText(engine.rootKey.get(), setting::CapturePath)) {
-    if (base.empty()) base = standardFolder(engine);
+    if (base.empty()) base = standardFolder(engine.Settings());
 }
 
 void CDirOptionsDlg::putSubfolder(uint32_t index) { chosen = withinLimits(setting::DirSub, index); }
@@ -78,7 +78,7 @@ bool CQuickRenameDlg::OkEnabled(std::u16string_view name) const { return !trimme
 
 bool CQuickRenameDlg::Ok(std::u16string_view name, bool dontShowLater) {
     const std::u16string_view wanted = trimmed(name);
-    if (wanted.empty() || !isValidName(info.engine, info.parentWindow, wanted)) return false;
+    if (wanted.empty() || !isValidName(engine, info.parentWindow, wanted)) return false;
     info.fileName = wanted;
     prompt = !dontShowLater;
     return true;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/state/engine_state.h"
 #include "platform/dialogs.h"
 #include "settings/recording_info.h"
 
@@ -14,7 +15,7 @@ namespace vexcap {
 class CFileOptionsDlg final {
 public:
     /// Reads what is remembered. `parent` owns the boxes.
-    CFileOptionsDlg(EngineState& engineState, vex_window* parent);
+    CFileOptionsDlg(const EngineState& engineState, vex_window* parent);
 
     const std::vector<std::u16string>& formats() const { return labels; }
     uint32_t format() const { return chosen; }
@@ -31,7 +32,7 @@ public:
 private:
     void BuildSample();
 
-    EngineState& engine;
+    const EngineState& engine;
     vex_window* const owner;
     std::vector<std::u16string> labels;
     uint32_t chosen = 0;
@@ -42,7 +43,7 @@ private:
 /// Chooses the base folder and the folders below it.
 class CDirOptionsDlg final {
 public:
-    explicit CDirOptionsDlg(EngineState& engineState);
+    explicit CDirOptionsDlg(const EngineState& engineState);
 
     const std::vector<std::u16string>& subfolders() const { return labels; }
     uint32_t subfolder() const { return chosen; }
@@ -54,7 +55,7 @@ public:
     bool ok();
 
 private:
-    EngineState& engine;
+    const EngineState& engine;
     std::vector<std::u16string> labels;
     uint32_t chosen = 0;
     std::u16string base;
@@ -64,13 +65,15 @@ private:
 class CQuickRenameDlg final : public IQuickRename {
 public:
     /// `promptFlag` is the host's: OK stores there whether the dialog is to come again.
-    CQuickRenameDlg(CWizardBaseInfo& record, uint8_t& promptFlag) : info(record), prompt(promptFlag) {}
+    CQuickRenameDlg(const EngineState& engineState, CWizardBaseInfo& record, uint8_t& promptFlag)
+        : engine(engineState), info(record), prompt(promptFlag) {}
 
     std::u16string Name() const override { return info.fileName; }
     bool OkEnabled(std::u16string_view name) const override;
     bool Ok(std::u16string_view name, bool dontShowLater) override;
 
 private:
+    const EngineState& engine;
     CWizardBaseInfo& info;
     uint8_t& prompt;
 };

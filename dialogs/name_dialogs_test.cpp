@@ -1,11 +1,14 @@
 #include "dialogs/name_dialogs.h"
 
 #include "base/text.h"
+#include "engine/state/engine_fixture.h"
 #include "settings/naming.h"
 #include "settings/settings_testing.h"
 
 namespace vexcap {
 namespace name_dialogs_test {
+
+using test::Names;
 
 constexpr std::u16string_view forbidden = u"<>:\"/\\|?*";
 constexpr const char16_t* blanks = u" \t\u3000\u00A0";
@@ -22,11 +25,18 @@ const vex_char* germanText(const char* key) {
     return nullptr;
 }
 
-class NameDialogs : public WizardFixture {
+class NameDialogs : public test::WithStoredSettings<EngineFixture> {
 protected:
-    NameDialogs() { engine.i18n_string = &germanText; }
+    NameDialogs() {
+        arguments.astroMode = 0;
+        init();
+        engine.i18n_string = &germanText;
+    }
 
     CFileOptionsDlg fileOptions() { return CFileOptionsDlg(engine, owner.native()); }
+    CWizardCaptureInfo capture() {
+        return CWizardCaptureInfo(engine.Settings(), {.parentWindow = owner.native(), .width = 640, .height = 480});
+    }
     CDirOptionsDlg dirOptions() { return CDirOptionsDlg(engine); }
     /// The box about a character that a name cannot have, once.
     void expectBox() {
@@ -210,7 +220,7 @@ class QuickRename : public NameDialogs {
 protected:
     CWizardCaptureInfo info = capture();
     uint8_t prompt = 1;
-    CQuickRenameDlg dialog{info, prompt};
+    CQuickRenameDlg dialog{engine, info, prompt};
 };
 
 TEST_F(QuickRename, OpensWithTheNameThatCameByItself) { EXPECT_EQ(dialog.Name(), u"240305070809"); }

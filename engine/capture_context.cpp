@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "dialogs/name_dialogs.h"
+#include "dialogs/replace_question.h"
 #include "engine/camera_road.h"
 #include "engine/graph_road.h"
 #include "engine/state/report.h"
@@ -429,12 +430,12 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
     const Result<WizardSource> source = RecordingSource(skipMediaFoundation);
     if (!source.ok()) return source.status();
     EngineState& engine = state.engine;
-    CWizardCaptureInfo info(engine, source.value());
+    CWizardCaptureInfo info(engine.Settings(), source.value());
     info.timeLapse = state.timeLapse;
     // The wizard has no window here, which counts as cancelled.
     if (!quick) return VEX_E_CANCELLED;
     if (promptFlag && *promptFlag) {
-        CQuickRenameDlg dialog(info, *promptFlag);
+        CQuickRenameDlg dialog(engine, info, *promptFlag);
         if (!engine.platform->dialogs.Show(state.ownerWindow, dialog)) return VEX_E_CANCELLED;
     }
     if (!combinePath(info)) return E_FAIL;
@@ -452,7 +453,7 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
 Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t seconds, int32_t frames) {
     const Result<WizardSource> source = RecordingSource(false);
     if (!source.ok()) return source.status();
-    CWizardCaptureInfo info(state.engine, source.value());
+    CWizardCaptureInfo info(state.engine.Settings(), source.value());
     describe(info, path, seconds, frames);
     info.timeLapse = state.timeLapse;
     // A video input device has no frames for a SER file, and its AVI files come through a graph.
@@ -463,7 +464,7 @@ Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t secon
 Status CaptureContext::StartCaptureAvi(std::u16string_view path, std::u16string_view codec, int32_t seconds) {
     const Result<WizardSource> source = RecordingSource(false);
     if (!source.ok()) return source.status();
-    CWizardCaptureInfo info(state.engine, source.value());
+    CWizardCaptureInfo info(state.engine.Settings(), source.value());
     describe(info, path, seconds, 0);
     info.aviOutput = true;
     info.serOutput = false;

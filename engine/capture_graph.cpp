@@ -20,7 +20,7 @@ CBaseInputPin& inputOf(CBaseFilter& filter) {
 }  // namespace
 
 const Compressor* chosenCompressor(const CWizardCaptureInfo& info) {
-    if (info.engine.astroMode || info.compressorIndex < 0 || size_t(info.compressorIndex) >= info.compressors.size())
+    if (info.ports.astroMode || info.compressorIndex < 0 || size_t(info.compressorIndex) >= info.compressors.size())
         return nullptr;
     const Compressor& compressor = info.compressors[size_t(info.compressorIndex)];
     return compressor.displayName.empty() ? nullptr : &compressor;

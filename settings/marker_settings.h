@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vexcap/overlay.h>
+#include <vexcap/settings.h>
 
 #include <cstdint>
 #include <memory>
@@ -20,14 +21,20 @@ public:
 
     const MarkerGeo& Geo() const { return geo; }
     const MarkerTxt& Txt() const { return txt; }
-    /// Take the record as it comes, and save.
+    /// Take the record as is, and save.
     void SetGeo(const MarkerGeo& record);
     void SetTxt(const MarkerTxt& record);
-    /// Writes all values of both records. Failures are nobody's business.
+    /// Writes all values of both records. Failures are ignored.
     void Save();
 
     uint32_t CaptureAfter() const { return captureAfter; }
     void SetCaptureAfter(uint32_t on);
+
+    /// The value of an overlay's setting as it is now, whatever is stored. `stored` becomes true when the key has a
+    /// value of this name.
+    uint32_t Number(const vex_setting& setting, bool& stored) const;
+    /// Stores the value of an overlay's setting alone, and takes it when it is stored. E_UNEXPECTED without a key.
+    Status PutNumber(const vex_setting& setting, uint32_t value);
 
     // Of the watermark; never saved.
     int32_t waterOffsetX = 0;

@@ -15,7 +15,7 @@ constexpr size_t longestPath = 259;
 /// Number of the last name of this process that was given one.
 std::atomic<uint32_t> sequence = 0;
 
-CivilTime localTime(const EngineState& engine) { return civilTime(engine.platform->clock.LocalFileTime()); }
+CivilTime localTime(const SettingsPorts& ports) { return civilTime(ports.clock.LocalFileTime()); }
 
 struct Stamp {
     const vex_char* format;
@@ -37,8 +37,8 @@ std::u16string buildName(uint32_t format, std::u16string_view prefix, const Civi
 }
 
 /// Advances the sequence when the format counts.
-std::u16string nextName(const EngineState& engine, uint32_t format, std::u16string_view prefix) {
-    return buildName(format, prefix, localTime(engine), format == VEX_NAME_SEQUENCE ? ++sequence : 0);
+std::u16string nextName(const SettingsPorts& ports, uint32_t format, std::u16string_view prefix) {
+    return buildName(format, prefix, localTime(ports), format == VEX_NAME_SEQUENCE ? ++sequence : 0);
 }
 
 std::u16string joined(std::u16string_view folder, std::u16string_view name) {
@@ -48,17 +48,17 @@ std::u16string joined(std::u16string_view folder, std::u16string_view name) {
 }
 
 /// The folder below `base`, which stands for the standard one when it is empty.
-std::u16string buildFolder(const EngineState& engine, std::u16string_view base, uint32_t subfolders) {
-    std::u16string folder = base.empty() ? standardFolder(engine) : std::u16string(base);
+std::u16string buildFolder(const SettingsPorts& ports, std::u16string_view base, uint32_t subfolders) {
+    std::u16string folder = base.empty() ? standardFolder(ports) : std::u16string(base);
     if (folder.size() > 1 && (folder.ends_with(u'/') || folder.ends_with(u'\\'))) folder.pop_back();
     if (subfolders == VEX_FOLDERS_NONE) return folder;
-    const CivilTime time = localTime(engine);
+    const CivilTime time = localTime(ports);
     return joined(folder, formatText(subfolders == VEX_FOLDERS_DATE ? u"%04d%02u%02u" : u"%04d/%02u/%02u",
                                      {int64_t(time.year), uint64_t(time.month), uint64_t(time.day)}));
 }
 
-Status makeFolder(const EngineState& engine, std::u16string_view path) {
-    IFolders& folders = engine.platform->folders;
+Status makeFolder(const SettingsPorts& ports, std::u16string_view path) {
+    IFolders& folders = ports.folders;
     return folders.IsFolder(path) ? S_OK : folders.Create(path);
 }
 
@@ -80,25 +80,25 @@ uint32_t ruleOr(ISettingsKey* key, int32_t rule, const vex_setting& setting) {
 void loadFileName(CWizardBaseInfo& info) {
     ISettingsKey* const key = info.settings();
     info.fileName =
-        nextName(info.engine, readNumber(key, setting::FileNameFomat), readText(key, setting::FileNamePrefix));
+        nextName(info.ports, readNumber(key, setting::FileNameFomat), readText(key, setting::FileNamePrefix));
 }
 
 void loadDirectory(CWizardBaseInfo& info) {
     ISettingsKey* const key = info.settings();
-    info.directory = buildFolder(info.engine, readText(key, setting::CapturePath), readNumber(key, setting::DirSub));
-    makeFolder(info.engine, info.directory).ignore();  // the recording tells of a folder that is not there
+    info.directory = buildFolder(info.ports, readText(key, setting::CapturePath), readNumber(key, setting::DirSub));
+    makeFolder(info.ports, info.directory).ignore();  // the recording reports a folder that is not there
 }
 
-std::u16string sampleName(const EngineState& engine, uint32_t format, std::u16string_view prefix) {
-    return buildName(format, prefix, localTime(engine), sequence + 1);
+std::u16string sampleName(const SettingsPorts& ports, uint32_t format, std::u16string_view prefix) {
+    return buildName(format, prefix, localTime(ports), sequence + 1);
 }
 
-std::u16string standardFolder(const EngineState& engine) {
-    IFolders& folders = engine.platform->folders;
+std::u16string standardFolder(const SettingsPorts& ports) {
+    IFolders& folders = ports.folders;
     if (const auto documents = folders.Documents(); documents.ok()) {
-        const std::u16string_view product = textOf(engine.productName);
-        const std::u16string folder = product.empty() ? documents.value() : joined(documents.value(), product);
-        if (makeFolder(engine, folder).ok()) return folder;
+        const std::u16string folder =
+            ports.productName.empty() ? documents.value() : joined(documents.value(), ports.productName);
+        if (makeFolder(ports, folder).ok()) return folder;
     }
     const auto current = folders.Current();
     return current.ok() ? current.value() : u".";
@@ -131,12 +131,6 @@ void normaliseExtension(CWizardBaseInfo& info) {
     info.fullPath += toUtf16(extension);
 }
 
-bool confirmReplace(const EngineState& engine, std::u16string_view path, vex_window* window) {
-    if (!engine.platform->folders.Exists(path)) return true;
-    const std::u16string question = formatText(engine.Text("ids_savedlgreplace"), {std::u16string(path)});
-    return engine.platform->messageBox.Ask(window, question, textOf(engine.productName));
-}
-
 bool hasForbiddenCharacter(std::u16string_view name) { return name.find_first_of(u"<>:\"/\\|?*") != name.npos; }
 
 std::u16string_view trimmed(std::u16string_view text) {
@@ -145,20 +139,21 @@ std::u16string_view trimmed(std::u16string_view text) {
     return text.substr(0, text.find_last_not_of(whiteSpace) + 1);
 }
 
-Result<std::u16string> autoPath(const EngineState& engine, const vex_name_rules& rules, std::u16string_view extension) {
+Result<std::u16string> autoPath(const SettingsPorts& ports, const vex_name_rules& rules,
+                                std::u16string_view extension) {
     if (!isListed(rules.format, VEX_NAME_SEQUENCE) || !isListed(rules.subfolders, VEX_FOLDERS_YEAR_MONTH_DAY))
         return E_INVALIDARG;
     if (extension.size() < 2 || extension.front() != u'.' || hasForbiddenCharacter(extension)) return E_INVALIDARG;
-    ISettingsKey* const key = engine.rootKey.get();
+    ISettingsKey* const key = ports.key;
     const std::u16string prefix = ruleOr(key, rules.prefix, setting::FileNamePrefix);
     if (hasForbiddenCharacter(prefix)) return E_INVALIDARG;
 
     const std::u16string base = ruleOr(key, rules.directory, setting::CapturePath);
-    const std::u16string folder = buildFolder(engine, base, ruleOr(key, rules.subfolders, setting::DirSub));
-    const std::u16string name = nextName(engine, ruleOr(key, rules.format, setting::FileNameFomat), prefix);
+    const std::u16string folder = buildFolder(ports, base, ruleOr(key, rules.subfolders, setting::DirSub));
+    const std::u16string name = nextName(ports, ruleOr(key, rules.format, setting::FileNameFomat), prefix);
     std::u16string path = joined(folder, name).append(extension);
     if (path.size() > longestPath) return VEX_E_INSUFFICIENT_BUFFER;
-    if (const Status s = makeFolder(engine, folder); !s.ok()) return s;
+    if (const Status s = makeFolder(ports, folder); !s.ok()) return s;
     return path;
 }
 

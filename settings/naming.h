@@ -6,7 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/status.h"
 #include "settings/recording_info.h"
+#include "settings/settings_ports.h"
 
 namespace vexcap {
 
@@ -17,10 +19,10 @@ void loadDirectory(CWizardBaseInfo& info);
 
 /// A name as loadFileName would build it now from a format (VEX_NAME_..., 0 to 4) and a prefix; the sequence number
 /// stays where it is.
-std::u16string sampleName(const EngineState& engine, uint32_t format, std::u16string_view prefix);
+std::u16string sampleName(const SettingsPorts& ports, uint32_t format, std::u16string_view prefix);
 
 /// A folder of the application in the user's documents, which is made; the current one where there is none.
-std::u16string standardFolder(const EngineState& engine);
+std::u16string standardFolder(const SettingsPorts& ports);
 
 /// `directory` and `fileName` joined into `fullPath`. False when the path is longer than 259 characters; `fullPath` is
 /// empty then.
@@ -33,15 +35,12 @@ void removeExtension(std::u16string& name);
 /// ".avi" for AVI, ".wmv" otherwise. An empty path stays empty.
 void normaliseExtension(CWizardBaseInfo& info);
 
-/// True when nothing is at `path`, or the user agrees to replace it.
-bool confirmReplace(const EngineState& engine, std::u16string_view path, vex_window* window);
-
 /// True when a name holds one of < > : " / \ | ? *
 bool hasForbiddenCharacter(std::u16string_view name);
 /// Without white space at either end.
 std::u16string_view trimmed(std::u16string_view text);
 
 /// vexcap_auto_path, and the same in astro mode: the host asks for what is remembered.
-Result<std::u16string> autoPath(const EngineState& engine, const vex_name_rules& rules, std::u16string_view extension);
+Result<std::u16string> autoPath(const SettingsPorts& ports, const vex_name_rules& rules, std::u16string_view extension);
 
 }  // namespace vexcap

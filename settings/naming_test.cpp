@@ -9,13 +9,11 @@
 namespace vexcap {
 namespace naming_test {
 
+using test::Names;
+
 constexpr std::u16string_view forbidden = u"<>:\"/\\|?*";
 
-const vex_char* questionText(const char* key) {
-    return std::string(key) == "ids_savedlgreplace" ? u"Replace %s?" : nullptr;
-}
-
-class Naming : public WizardFixture {
+class Naming : public test::SettingsFixture {
 protected:
     /// The name that a record gets with this format.
     std::u16string nameOf(uint32_t format) {
@@ -33,7 +31,7 @@ protected:
     [[noreturn]] void printFirstNames() {
         store(u"FileNameFomat", 4u);
         store(u"FileNamePrefix", u"moon");
-        const auto sample = [&] { return sampleName(engine, VEX_NAME_SEQUENCE, u"sample"); };
+        const auto sample = [&] { return sampleName(ports, VEX_NAME_SEQUENCE, u"sample"); };
         print(sample());
         CWizardCaptureInfo info = capture();
         print(info.fileName);
@@ -44,7 +42,7 @@ protected:
         store(u"FileNameFomat", 0u);
         loadFileName(info);
         print(info.fileName);
-        print(autoPath(engine, {u"auto", u"/d", 4, 0}, u".ser").value());
+        print(autoPath(ports, {u"auto", u"/d", 4, 0}, u".ser").value());
         store(u"FileNameFomat", 4u);
         for (int number = 4; number <= 9999; ++number) loadFileName(info);
         print(info.fileName);
@@ -173,7 +171,6 @@ TEST_F(Naming, AFolderThatCannotBeMadeIsIgnored) {
     fakes.folders.createFailure = E_ACCESSDENIED;
     EXPECT_EQ(folderOf(u"/data", 2), u"/data/2024/03/05");
     EXPECT_EQ(fakes.folders.created, Names{u"/data/2024/03/05"});
-    EXPECT_TRUE(boxes().empty());
 }
 
 TEST_F(Naming, AnEmptyBaseIsTheProductsFolderInTheDocuments) {
@@ -204,10 +201,8 @@ TEST_F(Naming, WhereTheProductsFolderCannotBeMadeTheCurrentOneIsTheBase) {
 }
 
 TEST_F(Naming, WithoutAProductTheBaseIsTheDocumentsFolder) {
-    for (const vex_char* const product : {static_cast<const vex_char*>(nullptr), u""}) {
-        engine.productName = product;
-        EXPECT_EQ(standardFolder(engine), u"/home/user/Documents");
-    }
+    ports.productName = {};
+    EXPECT_EQ(standardFolder(ports), u"/home/user/Documents");
 }
 
 // --- Paths ----------------------------------------------------------------------------------------------------------
@@ -277,26 +272,6 @@ TEST_F(Naming, APathGetsTheExtensionOfItsFormatUnlessItHasIt) {
     }
 }
 
-// --- Replacing ------------------------------------------------------------------------------------------------------
-
-TEST_F(Naming, NobodyIsAskedAboutAFileThatIsNotThere) {
-    EXPECT_TRUE(confirmReplace(engine, u"/data/a.avi", owner.native()));
-    EXPECT_TRUE(fakes.messageBox.asked.empty());
-}
-
-TEST_F(Naming, AFileThatIsThereIsReplacedOnlyAfterAYes) {
-    engine.i18n_string = &questionText;
-    fakes.folders.files = {u"/data/a.avi"};
-    for (const bool answer : {false, true}) {
-        fakes.messageBox.answer = answer;
-        EXPECT_EQ(confirmReplace(engine, u"/data/a.avi", owner.native()), answer);
-    }
-    ASSERT_EQ(fakes.messageBox.asked.size(), 2u);
-    EXPECT_EQ(fakes.messageBox.asked[0].text, u"Replace /data/a.avi?");
-    EXPECT_EQ(fakes.messageBox.asked[0].title, u"Product");
-    EXPECT_EQ(fakes.messageBox.asked[0].owner, owner.native());
-}
-
 // --- Characters -----------------------------------------------------------------------------------------------------
 
 TEST(FileNames, NineCharactersAreForbiddenAtAnyPlace) {
@@ -351,7 +326,7 @@ TEST_F(Naming, APathOnRequestFollowsTheRulesThatAreGiven) {
     };
     for (const auto& c : cases) {
         fakes.folders.created.clear();
-        const auto path = autoPath(engine, c.rules, u".ser");
+        const auto path = autoPath(ports, c.rules, u".ser");
         ASSERT_TRUE(path.ok());
         EXPECT_EQ(path.value(), c.expected);
         const std::u16string folder = c.expected.substr(0, std::max<size_t>(c.expected.rfind(u'/'), 1));
@@ -361,62 +336,60 @@ TEST_F(Naming, APathOnRequestFollowsTheRulesThatAreGiven) {
 
 TEST_F(Naming, APathOnRequestIsStandardWhereNothingIsRemembered) {
     const std::u16string expected = u"/home/user/Documents/Product/240305070809.avi";
-    EXPECT_EQ(autoPath(engine, asRemembered, u".avi").value(), expected);
-    arguments.root = nullptr;
-    init();
-    EXPECT_EQ(autoPath(engine, asRemembered, u".avi").value(), expected);
+    EXPECT_EQ(autoPath(ports, asRemembered, u".avi").value(), expected);
+    ports.key = nullptr;
+    EXPECT_EQ(autoPath(ports, asRemembered, u".avi").value(), expected);
 }
 
 TEST_F(Naming, APathOnRequestFollowsWhatIsRememberedInAstroModeToo) {
-    enterAstroMode();
+    ports.astroMode = true;
     store(u"FileNamePrefix", u"moon");
     store(u"CapturePath", u"/data");
-    EXPECT_EQ(autoPath(engine, asRemembered, u".ser").value(), u"/data/moon240305070809.ser");
+    EXPECT_EQ(autoPath(ports, asRemembered, u".ser").value(), u"/data/moon240305070809.ser");
 }
 
 TEST_F(Naming, RulesThatAreNotListedAreRefused) {
     for (const int32_t format : {-2, 5, INT32_MIN, INT32_MAX})
-        EXPECT_EQ(autoPath(engine, {u"", u"/data", format, 0}, u".ser").code(), E_INVALIDARG) << format;
+        EXPECT_EQ(autoPath(ports, {u"", u"/data", format, 0}, u".ser").code(), E_INVALIDARG) << format;
     for (const int32_t subfolders : {-2, 3, INT32_MIN, INT32_MAX})
-        EXPECT_EQ(autoPath(engine, {u"", u"/data", 0, subfolders}, u".ser").code(), E_INVALIDARG) << subfolders;
+        EXPECT_EQ(autoPath(ports, {u"", u"/data", 0, subfolders}, u".ser").code(), E_INVALIDARG) << subfolders;
     EXPECT_TRUE(fakes.folders.created.empty());
 }
 
 TEST_F(Naming, APrefixOrAnExtensionThatANameCannotHaveIsRefused) {
     for (const char16_t c : forbidden) {
         const std::u16string prefix = std::u16string(u"a") + c;
-        EXPECT_EQ(autoPath(engine, {prefix.c_str(), u"/data", 0, 0}, u".ser").code(), E_INVALIDARG) << toUtf8(prefix);
-        EXPECT_EQ(autoPath(engine, {u"", u"/data", 0, 0}, std::u16string(u".") + c).code(), E_INVALIDARG);
+        EXPECT_EQ(autoPath(ports, {prefix.c_str(), u"/data", 0, 0}, u".ser").code(), E_INVALIDARG) << toUtf8(prefix);
+        EXPECT_EQ(autoPath(ports, {u"", u"/data", 0, 0}, std::u16string(u".") + c).code(), E_INVALIDARG);
         store(u"FileNamePrefix", prefix);
-        EXPECT_EQ(autoPath(engine, {nullptr, u"/data", 0, 0}, u".ser").code(), E_INVALIDARG) << "remembered";
+        EXPECT_EQ(autoPath(ports, {nullptr, u"/data", 0, 0}, u".ser").code(), E_INVALIDARG) << "remembered";
     }
     for (const auto* extension : {u"", u"ser", u".", u"a.ser", u"/.ser"})
-        EXPECT_EQ(autoPath(engine, {u"", u"/data", 0, 0}, extension).code(), E_INVALIDARG) << toUtf8(extension);
+        EXPECT_EQ(autoPath(ports, {u"", u"/data", 0, 0}, extension).code(), E_INVALIDARG) << toUtf8(extension);
     EXPECT_TRUE(fakes.folders.created.empty());
 }
 
 TEST_F(Naming, APathOnRequestOfMoreThan259CharactersIsRefusedAndItsFolderNotMade) {
     // "/data/", 237 characters, 12 digits, ".ser".
     const std::u16string prefix(237, u'a');
-    EXPECT_EQ(autoPath(engine, {prefix.c_str(), u"/data", 0, 0}, u".ser").value().size(), 259u);
+    EXPECT_EQ(autoPath(ports, {prefix.c_str(), u"/data", 0, 0}, u".ser").value().size(), 259u);
     fakes.folders.created.clear();
     const std::u16string longer = prefix + u'a';
-    EXPECT_EQ(autoPath(engine, {longer.c_str(), u"/other", 0, 0}, u".ser").code(), VEX_E_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(autoPath(ports, {longer.c_str(), u"/other", 0, 0}, u".ser").code(), VEX_E_INSUFFICIENT_BUFFER);
     EXPECT_TRUE(fakes.folders.created.empty());
 }
 
 TEST_F(Naming, AFolderThatCannotBeMadeOnRequestIsTold) {
     fakes.folders.createFailure = VEX_E_DISK_FULL;
-    EXPECT_EQ(autoPath(engine, {u"", u"/data", 0, 0}, u".ser").code(), VEX_E_DISK_FULL);
-    EXPECT_EQ(autoPath(engine, {u"", nullptr, 0, 1}, u".ser").code(), VEX_E_DISK_FULL);
+    EXPECT_EQ(autoPath(ports, {u"", u"/data", 0, 0}, u".ser").code(), VEX_E_DISK_FULL);
+    EXPECT_EQ(autoPath(ports, {u"", nullptr, 0, 1}, u".ser").code(), VEX_E_DISK_FULL);
     fakes.folders.folders.insert(u"/data");
-    EXPECT_TRUE(autoPath(engine, {u"", u"/data", 0, 0}, u".ser").ok()) << "it is there";
+    EXPECT_TRUE(autoPath(ports, {u"", u"/data", 0, 0}, u".ser").ok()) << "it is there";
 }
 
 TEST_F(Naming, NoNameIsChangedToAvoidAFileThatExists) {
     fakes.folders.files = {u"/data/240305070809.ser"};
-    EXPECT_EQ(autoPath(engine, {u"", u"/data", 0, 0}, u".ser").value(), u"/data/240305070809.ser");
-    EXPECT_TRUE(fakes.messageBox.asked.empty());
+    EXPECT_EQ(autoPath(ports, {u"", u"/data", 0, 0}, u".ser").value(), u"/data/240305070809.ser");
 }
 
 }  // namespace naming_test

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/guid.h"
 #include "settings/naming.h"
 #include "settings/setting.h"
 
@@ -13,10 +14,6 @@ constexpr std::u16string_view defaultCompressor =
 constexpr std::u16string_view noCompressor = u"None";
 constexpr uint32_t kindH264 = 1;
 constexpr uint32_t kindHevc = 2;
-
-bool isEqual(const vex_guid& a, const vex_guid& b) {
-    return a.data1 == b.data1 && a.data2 == b.data2 && a.data3 == b.data3 && std::ranges::equal(a.data4, b.data4);
-}
 
 /// The encoder that a user asked for, or the one that there is.
 uint32_t availableKind(const CWizardBaseInfo& info, uint32_t wished) {
@@ -50,7 +47,7 @@ void resolveGpu(CWizardBaseInfo& info) {
     const uint64_t stored = uint64_t(info.LUIDHighPart) << 32 | info.LUIDLowPart;
     const GpuEncoder* chosen = nullptr;
     for (const GpuEncoder& encoder : info.gpuEncoders) {
-        if (!isEqual(encoder.codec, codec)) continue;
+        if (!(encoder.codec == codec)) continue;
         if (!chosen || (stored && encoder.luid == stored)) chosen = &encoder;
     }
     const uint64_t luid = chosen ? chosen->luid : 0;
@@ -59,8 +56,8 @@ void resolveGpu(CWizardBaseInfo& info) {
     info.Hardware = luid != 0;
 }
 
-CWizardBaseInfo::CWizardBaseInfo(EngineState& engineState, const WizardSource& source, bool forCapture)
-    : engine(engineState),
+CWizardBaseInfo::CWizardBaseInfo(const SettingsPorts& settingsPorts, const WizardSource& source, bool forCapture)
+    : ports(settingsPorts),
       parentWindow(source.parentWindow),
       isCapture(forCapture),
       isCamera(source.isCamera),
@@ -70,15 +67,15 @@ CWizardBaseInfo::CWizardBaseInfo(EngineState& engineState, const WizardSource& s
       bitDepth(source.bitDepth),
       skipMediaFoundation(source.skipMediaFoundation),
       defaultBitRate(defaultBitRateOf(width, height, frameRate)) {
-    EncoderOffer offer = engine.platform->encoders.Discover();
+    EncoderOffer offer = ports.encoders.Discover();
     hasGpuList = offer.hasGpuList;
     softwareH264 = offer.softwareH264;
     softwareHevc = offer.softwareHevc;
     hardwareH264 = offer.hardwareH264;
     hardwareHevc = offer.hardwareHevc;
     gpuEncoders = std::move(offer.gpuEncoders);
-    if (engine.astroMode)
-        directory = standardFolder(engine);
+    if (ports.astroMode)
+        directory = standardFolder(ports);
     else
         Load();
 }
@@ -90,7 +87,7 @@ CWizardBaseInfo::~CWizardBaseInfo() {
     }
 }
 
-ISettingsKey* CWizardBaseInfo::settings() const { return engine.astroMode ? nullptr : engine.rootKey.get(); }
+ISettingsKey* CWizardBaseInfo::settings() const { return ports.astroMode ? nullptr : ports.key; }
 
 const vex_setting& CWizardBaseInfo::KeySpacing() const {
     return isCapture ? setting::SecPerKey : setting::SecPerKeyBroadcast;
@@ -130,9 +127,9 @@ void CWizardBaseInfo::Save() const {
     writeNumber(key, setting::LUIDHighPart, LUIDHighPart).ignore();
 }
 
-CWizardCaptureInfo::CWizardCaptureInfo(EngineState& engineState, const WizardSource& source)
-    : CWizardBaseInfo(engineState, source, true) {
-    if (!engine.astroMode) Load();
+CWizardCaptureInfo::CWizardCaptureInfo(const SettingsPorts& settingsPorts, const WizardSource& source)
+    : CWizardBaseInfo(settingsPorts, source, true) {
+    if (!ports.astroMode) Load();
     settleHardware(*this);
     resolveGpu(*this);
 }
@@ -157,7 +154,7 @@ void CWizardCaptureInfo::Load() {
 void CWizardCaptureInfo::Save() {
     ISettingsKey* const key = settings();
     writeNumber(key, setting::VideoCaptureAVI, aviOutput).ignore();
-    if (engine.libraries.MFCreateSinkWriterFromURL) writeNumber(key, setting::VideoCaptureH264, encoderKind).ignore();
+    if (ports.remembersEncoder) writeNumber(key, setting::VideoCaptureH264, encoderKind).ignore();
     if (aviOutput) {
         loadCompressors();  // a list that nobody looked at keeps the remembered choice
         const bool chosen = compressorIndex >= 0 && size_t(compressorIndex) < compressors.size() &&
@@ -175,15 +172,15 @@ void CWizardCaptureInfo::Save() {
 
 void CWizardCaptureInfo::loadCompressors() {
     if (!compressors.empty()) return;
-    compressors = engine.platform->media.Compressors();
+    compressors = ports.media.Compressors();
     const std::u16string remembered = readText(settings(), setting::AviCodec);
     const std::u16string_view wanted = remembered.empty() ? defaultCompressor : std::u16string_view(remembered);
     const auto found = std::ranges::find(compressors, wanted, &Compressor::displayName);
     compressorIndex = wanted == noCompressor || found != compressors.end() ? int32_t(found - compressors.begin()) : -1;
 }
 
-CWizardBroadcastInfo::CWizardBroadcastInfo(EngineState& engineState, const WizardSource& source)
-    : CWizardBaseInfo(engineState, source, false) {}
+CWizardBroadcastInfo::CWizardBroadcastInfo(const SettingsPorts& settingsPorts, const WizardSource& source)
+    : CWizardBaseInfo(settingsPorts, source, false) {}
 
 CWizardBroadcastInfo::~CWizardBroadcastInfo() {
     if (!commit) return;

@@ -1,4 +1,4 @@
-// The settings that one recording or broadcast runs on.
+// The records that one recording or broadcast runs on.
 #pragma once
 
 #include <vexcap/settings.h>
@@ -8,8 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/state/engine_state.h"
 #include "platform/encoder_catalogue.h"
+#include "platform/media.h"
+#include "settings/settings_ports.h"
 
 namespace vexcap {
 
@@ -38,7 +39,7 @@ public:
     /// Stores a scale, within its limits, and the bit rate that follows from it.
     void putBitRateScale(uint32_t percent);
 
-    EngineState& engine;
+    const SettingsPorts ports;
     vex_window* const parentWindow;
     const bool isCapture;  ///< Else a broadcast.
     const bool isCamera;
@@ -77,7 +78,7 @@ public:
     std::vector<GpuEncoder> gpuEncoders;
 
 protected:
-    CWizardBaseInfo(EngineState& engineState, const WizardSource& source, bool forCapture);
+    CWizardBaseInfo(const SettingsPorts& settingsPorts, const WizardSource& source, bool forCapture);
 
 private:
     void Load();
@@ -88,7 +89,7 @@ private:
 /// Of a recording to a file.
 class CWizardCaptureInfo final : public CWizardBaseInfo {
 public:
-    CWizardCaptureInfo(EngineState& engineState, const WizardSource& source);
+    CWizardCaptureInfo(const SettingsPorts& settingsPorts, const WizardSource& source);
     ~CWizardCaptureInfo() override;
 
     /// Fills the list of compressors the first time, and finds the remembered one in it.
@@ -109,7 +110,7 @@ private:
 /// Of a broadcast.
 class CWizardBroadcastInfo final : public CWizardBaseInfo {
 public:
-    CWizardBroadcastInfo(EngineState& engineState, const WizardSource& source);
+    CWizardBroadcastInfo(const SettingsPorts& settingsPorts, const WizardSource& source);
     ~CWizardBroadcastInfo() override;
 
     uint16_t BroadcastPort = 2080;  ///< Read by whoever starts the broadcast, saved with the rest.

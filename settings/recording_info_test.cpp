@@ -7,7 +7,9 @@
 #include "settings/settings_testing.h"
 
 namespace vexcap {
-namespace wizard_info_test {
+namespace recording_info_test {
+
+using test::Names;
 
 constexpr const char16_t* mjpeg = u"@device:sw:{33D9A760-90C8-11D0-BD43-00A0C911CE86}\\MJPEG Compressor";
 
@@ -23,9 +25,9 @@ Names operator+(Names a, const Names& b) {
     return a;
 }
 
-class WizardInfo : public WizardFixture {
+class WizardInfo : public test::SettingsFixture {
 protected:
-    void bindSinkWriter() { engine.libraries.MFCreateSinkWriterFromURL = this; }
+    void bindSinkWriter() { ports.remembersEncoder = true; }
     void offerGpus(std::vector<GpuEncoder> encoders) {
         fakes.encoders.offer.hasGpuList = true;
         fakes.encoders.offer.gpuEncoders = std::move(encoders);
@@ -45,7 +47,7 @@ protected:
 
 TEST_F(WizardInfo, TakesItsSourceAndTheStandardsWhereNothingIsStored) {
     const WizardSource from = {owner.native(), 1920, 1080, 30, true, 12, true};
-    const CWizardCaptureInfo info(engine, from);
+    const CWizardCaptureInfo info(ports, from);
     EXPECT_EQ(info.parentWindow, owner.native());
     EXPECT_TRUE(info.isCapture);
     EXPECT_TRUE(info.isCamera);
@@ -81,8 +83,7 @@ TEST_F(WizardInfo, TakesItsSourceAndTheStandardsWhereNothingIsStored) {
 }
 
 TEST_F(WizardInfo, StandardsHoldAlsoWhereSettingsCannotBeKept) {
-    arguments.root = nullptr;
-    init();
+    ports.key = nullptr;
     CWizardCaptureInfo info = capture();
     EXPECT_EQ(info.CaptureQuality, 100u);
     EXPECT_EQ(info.TimeLimit, 60u);
@@ -181,7 +182,7 @@ TEST_F(WizardInfo, TheBitRateIsTheRoundedShareOfTheDefault) {
     }
     WizardSource large = source();
     large.width = large.height = UINT32_MAX;
-    CWizardCaptureInfo most(engine, large);
+    CWizardCaptureInfo most(ports, large);
     most.putBitRateScale(400);
     EXPECT_EQ(most.bitRate, 131072u);
 }
@@ -410,13 +411,12 @@ TEST_F(WizardInfo, AFailureToMakeItsFolderIsIgnored) {
     store(u"CapturePath", u"/data");
     fakes.folders.createFailure = E_ACCESSDENIED;
     EXPECT_EQ(capture().directory, u"/data");
-    EXPECT_TRUE(boxes().empty());
 }
 
 // --- Astro mode -----------------------------------------------------------------------------------------------------
 
 TEST_F(WizardInfo, InAstroModeNoSettingIsReadOrWritten) {
-    enterAstroMode();
+    ports.astroMode = true;
     bindSinkWriter();
     offerCompressors();
     offerGpus({h264On(5)});
@@ -435,7 +435,7 @@ TEST_F(WizardInfo, InAstroModeNoSettingIsReadOrWritten) {
 }
 
 TEST_F(WizardInfo, InAstroModeQualityAndBitRateAre0AndTheRestIsStandard) {
-    enterAstroMode();
+    ports.astroMode = true;
     store(u"CaptureQuality", 50u);
     store(u"SecPerKey", 9u);
     store(u"TimeLimit", 9u);
@@ -456,7 +456,7 @@ TEST_F(WizardInfo, InAstroModeQualityAndBitRateAre0AndTheRestIsStandard) {
 }
 
 TEST_F(WizardInfo, InAstroModeTheStandardFolderIsMadeSureOf) {
-    enterAstroMode();
+    ports.astroMode = true;
     store(u"CapturePath", u"/data");
     EXPECT_EQ(capture().directory, u"/home/user/Documents/Product");
     EXPECT_EQ(fakes.folders.created, Names{u"/home/user/Documents/Product"});
@@ -636,7 +636,6 @@ TEST_F(WizardInfo, AFailedSaveIsSilent) {
     saveCapture();
     saveBroadcast();
     EXPECT_EQ(storedNumber(u"TimeLimit"), 5u);
-    EXPECT_TRUE(boxes().empty());
 }
 
 TEST_F(WizardInfo, ASaveThatRunsOutOfMemoryEndsWithTheRecord) {
@@ -650,9 +649,8 @@ TEST_F(WizardInfo, ASaveThatRunsOutOfMemoryEndsWithTheRecord) {
         Status WriteText(std::u16string_view, std::u16string_view) override { throw std::bad_alloc(); }
         int attempts = 0;
     };
-    auto key = std::make_unique<ExhaustedKey>();
-    const ExhaustedKey& exhausted = *key;
-    engine.rootKey = std::move(key);
+    ExhaustedKey exhausted;
+    ports.key = &exhausted;
     saveCapture();
     EXPECT_EQ(exhausted.attempts, 2) << "the first value of either part";
     saveBroadcast();
@@ -715,5 +713,5 @@ TEST_F(WizardInfo, WithoutCompressorsNoneIsTheFirstIndex) {
     EXPECT_EQ(info.compressorIndex, 0);
 }
 
-}  // namespace wizard_info_test
+}  // namespace recording_info_test
 }  // namespace vexcap

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/text.h"
 #include "platform/fake/fake_settings.h"
 
@@ -39,9 +41,33 @@ const Row rows[] = {
     {u"DirSub", &setting::DirSub, VEX_SETTING_SIGNED, 0, 0, 2},
     {u"CapturePath", &setting::CapturePath, VEX_SETTING_TEXT, 0, 0, 259},
     {u"BroadcastPort", &setting::BroadcastPort, VEX_SETTING_CHOICE, 2080, 1, 32767},
+    {u"eMarkerGeo", &setting::eMarkerGeo, VEX_SETTING_SIGNED, 0, 0, 5},
+    {u"eMarkerGeoFlag", &setting::named(u"eMarkerGeoFlag"), VEX_SETTING_BIT, 1, 0, 1},
+    {u"eMarkerGeoAngle", &setting::named(u"eMarkerGeoAngle"), VEX_SETTING_SIGNED, 0, 0, 360'000},
+    {u"eMarkerGeoColor", &setting::named(u"eMarkerGeoColor"), VEX_SETTING_NUMBER, 255, 0, 0xFFFFFFFF},
+    {u"eMarkerGeox", &setting::named(u"eMarkerGeox"), VEX_SETTING_SIGNED, 100, 1, 100},
+    {u"eMarkerGeoy", &setting::named(u"eMarkerGeoy"), VEX_SETTING_SIGNED, 100, 1, 100},
+    {u"eMarkerGeox2", &setting::named(u"eMarkerGeox2"), VEX_SETTING_SIGNED, 100, 1, 100},
+    {u"eMarkerGeoy2", &setting::named(u"eMarkerGeoy2"), VEX_SETTING_SIGNED, 100, 1, 100},
+    {u"eMarkerxPos", &setting::named(u"eMarkerxPos"), VEX_SETTING_SIGNED, 0, uint32_t(-50), 50},
+    {u"eMarkeryPos", &setting::named(u"eMarkeryPos"), VEX_SETTING_SIGNED, 0, uint32_t(-50), 50},
+    {u"MarkerPos", &setting::named(u"MarkerPos"), VEX_SETTING_SIGNED, 4, 1, 4},
+    {u"Scale", &setting::named(u"Scale"), VEX_SETTING_NUMBER, 0, 0, 0xFFFFFFFF},
+    {u"ScaleWithPower", &setting::named(u"ScaleWithPower"), VEX_SETTING_NUMBER, 0, 0, 0xFFFFFFFF},
+    {u"ScaleColor", &setting::named(u"ScaleColor"), VEX_SETTING_NUMBER, 65535, 0, 0xFFFFFFFF},
+    {u"Date", &setting::Date, VEX_SETTING_SIGNED, 0, 0, 3},
+    {u"DateColor", &setting::named(u"DateColor"), VEX_SETTING_NUMBER, 65535, 0, 0xFFFFFFFF},
+    {u"Contrast", &setting::named(u"Contrast"), VEX_SETTING_NUMBER, 0, 0, 0xFFFFFFFF},
+    {u"ContrastColor", &setting::named(u"ContrastColor"), VEX_SETTING_NUMBER, 0xFF0000, 0, 0xFFFFFFFF},
+    {u"FontSize", &setting::named(u"FontSize"), VEX_SETTING_SIGNED, 3, 0, 6},
+    {u"ScaleSize", &setting::named(u"ScaleSize"), VEX_SETTING_SIGNED, 3, 0, 6},
+    {u"FontWeight", &setting::named(u"FontWeight"), VEX_SETTING_SIGNED, 1, 0, 2},
+    {u"eBackground", &setting::named(u"eBackground"), VEX_SETTING_SIGNED, 0, 0, 2},
+    {u"CaptureAfter", &setting::CaptureAfter, VEX_SETTING_NUMBER, 1, 0, 0xFFFFFFFF},
 };
 
 bool isText(const Row& row) { return row.kind == VEX_SETTING_TEXT; }
+bool isDate(const Row& row) { return row.setting == &setting::Date; }
 
 class Setting : public testing::Test {
 protected:
@@ -143,18 +169,40 @@ TEST_F(Setting, ANumberOutsideOfItsLimitsTakesTheLimitBesideItAtLoadAndAtSave) {
     }
 }
 
-TEST_F(Setting, ASignedNumberBelow0IsTheLeastAndAboveTheMostIsTheMost) {
+TEST_F(Setting, ASignedNumberOutsideOfItsLimitsTakesTheLimitBesideIt) {
     for (const Row& row : rows) {
         if (row.kind != VEX_SETTING_SIGNED) continue;
         SCOPED_TRACE(toUtf8(row.name));
-        for (const int32_t value : {-1, INT32_MIN}) {
-            EXPECT_EQ(numberFrom(row, uint32_t(value)), 0u);
-            EXPECT_EQ(numberWritten(row, uint32_t(value)), 0u);
+        for (const int32_t value : {int32_t(row.least) - 1, INT32_MIN}) {
+            EXPECT_EQ(numberFrom(row, uint32_t(value)), row.least);
+            EXPECT_EQ(numberWritten(row, uint32_t(value)), row.least);
         }
-        for (const uint32_t value : {row.most + 1, 9u, uint32_t(INT32_MAX)}) {
+        if (isDate(row)) continue;
+        for (const uint32_t value : {row.most + 1, uint32_t(INT32_MAX)}) {
             EXPECT_EQ(numberFrom(row, value), row.most);
             EXPECT_EQ(numberWritten(row, value), row.most);
         }
+    }
+}
+
+TEST_F(Setting, AnUnknownFormOfDatesIsTheShortOne) {
+    for (const uint32_t value : {4u, 7u, uint32_t(INT32_MAX)})
+        EXPECT_EQ(withinLimits(setting::Date, value), uint32_t(VEX_DATE_SHORT));
+}
+
+TEST_F(Setting, OfABitTheLowestOneCounts) {
+    for (const Row& row : rows) {
+        if (row.kind != VEX_SETTING_BIT) continue;
+        for (const auto& [value, bit] : {std::pair{6u, 0u}, std::pair{7u, 1u}, std::pair{UINT32_MAX, 1u}})
+            EXPECT_EQ(numberFrom(row, value), bit) << toUtf8(row.name);
+    }
+}
+
+TEST_F(Setting, ThoseOfTheOverlayComeLast) {
+    bool overlay = false;
+    for (const Row& row : rows) {
+        overlay |= row.name == u"eMarkerGeo";
+        EXPECT_EQ(isOverlaySetting(*row.setting), overlay) << toUtf8(row.name);
     }
 }
 
@@ -172,7 +220,7 @@ TEST_F(Setting, AChoiceThatIsNoneIsTheStandardOne) {
 }
 
 TEST_F(Setting, APortThatCannotBeIs2080) {
-    const Row& port = rows[std::size(rows) - 1];
+    const Row& port = *std::ranges::find(rows, u"BroadcastPort", &Row::name);
     for (const uint32_t value : {0u, 32768u, 65535u, 65536u}) EXPECT_EQ(numberFrom(port, value), 2080u);
     for (const uint32_t value : {1u, 80u, 32767u}) EXPECT_EQ(numberFrom(port, value), value);
 }

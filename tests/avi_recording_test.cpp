@@ -232,6 +232,9 @@ TEST(Settings, WithoutAPlaceToKeepThemAreTheStandardOnes) {
 TEST(Settings, TakeTheirLimitsAndRefuseWhatLiesBeyond) {
     const TempDir directory;
     const host::Engine engine({.library = SIMULATED_CAMERAS, .settings = directory.file("settings")}, host::Mode::Raw);
+    vex_key* const root = vex_key_directory(directory.file("settings").c_str());
+    ASSERT_EQ(marker_init(root, u"Tests", u"vexcap tests"), 0);
+    vex_key_free(root);
     uint32_t count = 0;
     const vex_setting* const all = vexcap_settings(&count);
     for (uint32_t i = 0; i < count; ++i) {

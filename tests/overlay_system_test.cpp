@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <optional>
 
 #include "hosts/common/context.h"
@@ -221,6 +222,70 @@ TEST(OverlaySettings, AreRememberedBelowTheRootThatTheHostGives) {
     EXPECT_EQ(marker_get_markertxt(&txt)->Date, VEX_DATE_NUMERIC);
     EXPECT_EQ(txt.DateColor, 0xFFFFFFFF);
     EXPECT_EQ(marker_get_captureafter(), 0u);
+    marker_init(nullptr, nullptr, nullptr);
+    vex_key_free(root);
+}
+
+TEST(OverlaySettings, EachIsAlsoReachedByItsName) {
+    const TempDir directory;
+    vex_key* const root = vex_key_directory(directory.path().c_str());
+    ASSERT_EQ(marker_init(root, u"Company", u"Product"), 0);
+    MarkerGeo geo = {};
+    MarkerTxt txt = {};
+    const struct {
+        const vex_char* name;
+        uint32_t value;
+        std::function<uint32_t()> ofRecord;
+    } rows[] = {
+        {u"eMarkerGeo", 3, [&] { return uint32_t(geo.eMarkerGeo); }},
+        {u"eMarkerGeoFlag", 0, [&] { return geo.eMarkerGeoFlag; }},
+        {u"eMarkerGeoAngle", 359'999, [&] { return uint32_t(geo.eMarkerGeoAngle); }},
+        {u"eMarkerGeoColor", 0x123456, [&] { return geo.eMarkerGeoColor; }},
+        {u"eMarkerGeox", 11, [&] { return uint32_t(geo.eMarkerGeox); }},
+        {u"eMarkerGeoy", 12, [&] { return uint32_t(geo.eMarkerGeoy); }},
+        {u"eMarkerGeox2", 13, [&] { return uint32_t(geo.eMarkerGeox2); }},
+        {u"eMarkerGeoy2", 14, [&] { return uint32_t(geo.eMarkerGeoy2); }},
+        {u"eMarkerxPos", uint32_t(-15), [&] { return uint32_t(geo.eMarkerxPos); }},
+        {u"eMarkeryPos", uint32_t(-16), [&] { return uint32_t(geo.eMarkeryPos); }},
+        {u"MarkerPos", 2, [&] { return uint32_t(txt.MarkerPos); }},
+        {u"Scale", 1, [&] { return txt.Scale; }},
+        {u"ScaleWithPower", 17, [&] { return txt.ScaleWithPower; }},
+        {u"ScaleColor", 0x234567, [&] { return txt.ScaleColor; }},
+        {u"Date", VEX_DATE_LONG, [&] { return uint32_t(txt.Date); }},
+        {u"DateColor", 0x345678, [&] { return txt.DateColor; }},
+        {u"Contrast", 18, [&] { return txt.Contrast; }},
+        {u"ContrastColor", 0x456789, [&] { return txt.ContrastColor; }},
+        {u"FontSize", 5, [&] { return uint32_t(txt.FontSize); }},
+        {u"ScaleSize", 6, [&] { return uint32_t(txt.ScaleSize); }},
+        {u"FontWeight", 0, [&] { return uint32_t(txt.FontWeight); }},
+        {u"eBackground", 2, [&] { return uint32_t(txt.eBackground); }},
+        {u"CaptureAfter", 0, [] { return marker_get_captureafter(); }},
+    };
+    const auto readRecords = [&] {
+        marker_get_markergeo(&geo);
+        marker_get_markertxt(&txt);
+    };
+    uint32_t number = 0;
+    for (const auto& row : rows) {
+        readRecords();
+        EXPECT_EQ(vexcap_get_setting(row.name, &number, nullptr), S_FALSE) << narrow(row.name);
+        EXPECT_EQ(number, row.ofRecord()) << narrow(row.name);
+        ASSERT_NE(number, row.value) << narrow(row.name);
+        ASSERT_EQ(vexcap_put_setting(row.name, row.value, nullptr), S_OK) << narrow(row.name);
+        readRecords();
+        EXPECT_EQ(row.ofRecord(), row.value) << narrow(row.name);
+    }
+    ASSERT_EQ(marker_init(root, u"Company", u"Product"), 0);
+    readRecords();
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.ofRecord(), row.value) << narrow(row.name) << " is remembered";
+        EXPECT_EQ(vexcap_get_setting(row.name, &number, nullptr), S_OK) << narrow(row.name);
+        EXPECT_EQ(number, row.value) << narrow(row.name);
+    }
+    const MarkerTxt other = {.MarkerPos = 3, .Date = VEX_DATE_SHORT};
+    marker_set_markertxt(&other);
+    EXPECT_EQ(vexcap_get_setting(u"MarkerPos", &number, nullptr), S_OK);
+    EXPECT_EQ(number, 3u);
     marker_init(nullptr, nullptr, nullptr);
     vex_key_free(root);
 }

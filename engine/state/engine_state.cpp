@@ -199,4 +199,15 @@ std::u16string EngineState::Text(const char* key) const {
     return text ? std::u16string(text) : toUtf16(key);
 }
 
+SettingsPorts EngineState::Settings() const {
+    return {.key = rootKey.get(),
+            .clock = platform->clock,
+            .folders = platform->folders,
+            .encoders = platform->encoders,
+            .media = platform->media,
+            .productName = textOf(productName),
+            .astroMode = astroMode != 0,
+            .remembersEncoder = libraries.MFCreateSinkWriterFromURL != nullptr};
+}
+
 }  // namespace vexcap

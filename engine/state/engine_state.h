@@ -10,6 +10,7 @@
 
 #include "engine/state/network_library.h"
 #include "platform/platform.h"
+#include "settings/settings_ports.h"
 
 namespace vexcap {
 
@@ -101,6 +102,8 @@ struct EngineState {
     void SetFrameRate(uint32_t cap, uint32_t percent);
     /// The text of a key, or the key itself where no string library knows it.
     std::u16string Text(const char* key) const;
+    /// What settings need of the process as it is now.
+    SettingsPorts Settings() const;
 
 private:
     void BindCameraLibrary(std::u16string_view path, const char* prefix);

@@ -390,6 +390,25 @@ TEST_F(EngineStateTest, AFailedSettingsKeyIsNullAndNotReported) {
     EXPECT_TRUE(fakes.messageBox.shown.empty());
 }
 
+TEST_F(EngineStateTest, SettingsArePorts) {
+    arguments.astroMode = 0;
+    init();
+    const SettingsPorts outside = engine.Settings();
+    EXPECT_EQ(outside.key, engine.rootKey.get());
+    EXPECT_EQ(&outside.clock, &fakes.clock);
+    EXPECT_EQ(&outside.folders, &fakes.folders);
+    EXPECT_EQ(&outside.encoders, &fakes.encoders);
+    EXPECT_EQ(&outside.media, &fakes.media);
+    EXPECT_EQ(outside.productName, u"Product");
+    EXPECT_FALSE(outside.astroMode);
+    EXPECT_FALSE(outside.remembersEncoder) << "nothing here writes with an encoder";
+    arguments.astroMode = 1;
+    init();
+    engine.libraries.MFCreateSinkWriterFromURL = this;
+    EXPECT_TRUE(engine.Settings().astroMode);
+    EXPECT_TRUE(engine.Settings().remembersEncoder);
+}
+
 TEST_F(EngineStateTest, NullTextsAreEmptyTexts) {
     arguments = {};
     engine.Init(arguments);

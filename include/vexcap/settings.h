@@ -1,4 +1,5 @@
-/// What the library remembers for a user: how recordings are made, and how their files are named.
+/// What the library remembers for a user: how recordings are made, how their files are named, and what the overlay
+/// shows.
 #ifndef VEXCAP_SETTINGS_H
 #define VEXCAP_SETTINGS_H
 
@@ -9,9 +10,12 @@ VEXCAP_EXTERN_C_BEGIN
 /// Kinds of settings, `vex_setting.kind`.
 enum {
     VEX_SETTING_NUMBER = 0,  ///< 32 bits. A stored value outside of the limits is read as the limit beside it.
-    VEX_SETTING_SIGNED = 1,  ///< A number that counts as signed: a stored one below 0 is read as `least`.
+    VEX_SETTING_SIGNED = 1,  ///< A number whose 32 bits, and those of its standard and limits, are an int32_t. A stored
+                             ///< value outside of the limits is read as the limit beside it; a `Date` above them as
+                             ///< VEX_DATE_SHORT.
     VEX_SETTING_CHOICE = 2,  ///< A number. A stored value outside of the limits is read as `standard`.
-    VEX_SETTING_TEXT = 3     ///< A text of at most `most` characters; a longer one is read as empty.
+    VEX_SETTING_TEXT = 3,    ///< A text of at most `most` characters; a longer one is read as empty.
+    VEX_SETTING_BIT = 4      ///< 0 or 1: of a stored number the lowest bit counts.
 };
 
 /// One remembered value. 32 bytes.
@@ -24,19 +28,23 @@ typedef struct vex_setting {
     uint64_t reserved;  ///< 0.
 } vex_setting;
 
-/// The settings of recordings, broadcasts and file names, in the order of their names' subjects.
+/// The settings of recordings, broadcasts and file names, then those of the overlay, from eMarkerGeo on. The latter are
+/// the fields of MarkerGeo and MarkerTxt, with their names, and CaptureAfter.
 /// The array is constant; `count` may be null.
 VEXCAP_API const vex_setting* vexcap_settings(uint32_t* count);
 
 /// Reads a setting as the library uses it: stored, or standard where nothing usable is stored, and within its limits.
+/// One of the overlay has the value of the process: the one that marker_get_markergeo, marker_get_markertxt and
+/// marker_get_captureafter return.
 /// @param name    A name of the list, letters without case.
 /// @param number  Becomes the number, or the length of a text; may be null.
 /// @param text    Room for 260 characters: becomes the text, or the number in digits; may be null.
 /// @return S_OK when the value is stored, S_FALSE when it is the standard one; E_INVALIDARG for another name.
-///         Before vexcap_init, or where settings cannot be kept, every value is the standard one.
+///         Before vexcap_init, for the overlay before marker_init, or where settings cannot be kept, none is stored.
 VEXCAP_API HRESULT vexcap_get_setting(const vex_char* name, uint32_t* number, vex_char* text);
 
-/// Stores a setting. It holds from the next recording on, in every program with the same settings path.
+/// Stores a setting. It holds from the next recording on, in every program with the same settings path; one of the
+/// overlay for the contexts that this process makes from now on, and in other programs from their marker_init on.
 /// @param number  The value of a number; unread for a text.
 /// @param text    The value of a text, null for empty; unread for a number.
 /// @return S_OK; E_INVALIDARG for another name, a number outside of the limits, a text that is too long, and characters
