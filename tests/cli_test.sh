@@ -622,6 +622,12 @@ case_remembered() {
     expect 0 settings "${here[@]}"
     [[ $(grep -vc "(standard)" out) -eq 3 ]] || fail "not three remembered"
 
+    # So do those of the overlay, in a file of their own.
+    expect 0 settings "${here[@]}" eMarkerxPos=-7 Date=3
+    expect 0 settings "${here[@]}" eMarkerxPos Date
+    [[ $(cat out) == $'-7\n3' ]] || fail "wrong values of the overlay"
+    grep -q '^Date = 3$' keep/SOFTWARE/vexcap/vexcap/marker.toml || fail "the overlay has no file of its own"
+
     # All are checked before any is stored.
     expect 2 settings "${here[@]}" BitRateScale=200 SecPerKey=99
     contains err "SecPerKey goes from 1 to 30"

@@ -44,6 +44,8 @@ void Engine::Restart(Mode mode, const std::string& directory) {
     Start(mode);
 }
 
+void Engine::OpenOverlaySettings() const { marker_init(settings.get(), company, company); }
+
 std::vector<Device> Engine::Devices(const std::string& expression) const {
     const std::u16string filter = toUtf16(expression);
     std::vector<Device> devices;

@@ -58,6 +58,9 @@ public:
     /// @param directory  Settings are kept there from now on; empty: where they were.
     void Restart(Mode mode, const std::string& directory = {});
 
+    /// From now on the settings of the overlay are the remembered ones, not the standard ones.
+    void OpenOverlaySettings() const;
+
     /// @param expression  For the identifiers of video input devices; empty for all.
     std::vector<Device> Devices(const std::string& expression = {}) const;
     /// The device that a user means, see matchDevice; for an empty text the only one that there is.

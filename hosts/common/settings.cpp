@@ -13,10 +13,11 @@ namespace {
 
 constexpr size_t textRoom = 260;  // UTF-16 units that the library writes
 
-uint32_t readNumber(const vex_setting& setting, std::string_view text) {
-    uint32_t number = 0;
+int64_t readNumber(const vex_setting& setting, std::string_view text) {
+    int64_t number = 0;
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (failure != std::errc() || end != text.data() + text.size() || number < setting.least || number > setting.most)
+    if (failure != std::errc() || end != text.data() + text.size() || number < numberOf(setting, setting.least) ||
+        number > numberOf(setting, setting.most))
         throw Failure(exitUsage, toUtf8(setting.name) + " goes from " + limitsText(setting));
     return number;
 }
@@ -41,11 +42,15 @@ std::span<const vex_setting> allSettings() {
 
 bool isText(const vex_setting& setting) { return setting.kind == VEX_SETTING_TEXT; }
 
+int64_t numberOf(const vex_setting& setting, uint32_t bits) {
+    return setting.kind == VEX_SETTING_SIGNED ? int64_t(static_cast<int32_t>(bits)) : int64_t(bits);
+}
+
 Remembered remembered(const vex_setting& setting) {
     uint32_t number = 0;
     vex_char text[textRoom] = {};
     const bool stored = vexcap_get_setting(setting.name, &number, text) == S_OK;
-    return {isText(setting) ? SettingValue(toUtf8(text)) : SettingValue(number), stored};
+    return {isText(setting) ? SettingValue(toUtf8(text)) : SettingValue(numberOf(setting, number)), stored};
 }
 
 const vex_setting& findSetting(std::string_view name) {
@@ -57,9 +62,9 @@ const vex_setting& findSetting(std::string_view name) {
 }
 
 void storeSetting(const vex_setting& setting, const SettingValue& value) {
-    const uint32_t* const number = std::get_if<uint32_t>(&value);
+    const int64_t* const number = std::get_if<int64_t>(&value);
     const std::u16string text = number ? std::u16string() : toUtf16(std::get<std::string>(value));
-    const HRESULT result = vexcap_put_setting(setting.name, number ? *number : 0, text.c_str());
+    const HRESULT result = vexcap_put_setting(setting.name, number ? static_cast<uint32_t>(*number) : 0, text.c_str());
     if (result == E_UNEXPECTED)
         throw Failure(exitFailure, "settings cannot be kept here; --settings names a directory");
     if (result < 0) throw Failure(exitFailure, "cannot store " + toUtf8(setting.name) + ": " + resultText(result));
@@ -86,11 +91,11 @@ SettingArgument parseSetting(std::string_view argument) {
 
 std::string limitsText(const vex_setting& setting) {
     if (isText(setting)) return "at most " + std::to_string(setting.most) + " characters";
-    return std::to_string(setting.least) + " to " + std::to_string(setting.most);
+    return std::to_string(numberOf(setting, setting.least)) + " to " + std::to_string(numberOf(setting, setting.most));
 }
 
 std::string valueText(const SettingValue& value) {
-    const uint32_t* const number = std::get_if<uint32_t>(&value);
+    const int64_t* const number = std::get_if<int64_t>(&value);
     return number ? std::to_string(*number) : std::get<std::string>(value);
 }
 

@@ -12,8 +12,8 @@
 
 namespace vexcap::host {
 
-/// A number, or a text in UTF-8.
-using SettingValue = std::variant<uint32_t, std::string>;
+/// A number, with its sign, or a text in UTF-8.
+using SettingValue = std::variant<int64_t, std::string>;
 
 /// "NAME" or "NAME=VALUE".
 struct SettingArgument {
@@ -28,6 +28,8 @@ SettingArgument parseSetting(std::string_view argument);
 /// All that the library remembers, in its order.
 std::span<const vex_setting> allSettings();
 bool isText(const vex_setting& setting);
+/// What the 32 bits of a number of this setting mean.
+int64_t numberOf(const vex_setting& setting, uint32_t bits);
 
 struct Remembered {
     SettingValue value;

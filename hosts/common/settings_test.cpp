@@ -41,6 +41,15 @@ TEST(Setting, ANumberHasItsLimits) {
     EXPECT_EQ(parseSetting("LUIDLowPart=4294967295").value, SettingValue(4294967295u));
 }
 
+TEST(Setting, ANumberMayHaveASign) {
+    EXPECT_EQ(parseSetting("eMarkerxPos=-50").value, SettingValue(-50));
+    EXPECT_EQ(parseSetting("eMarkerxPos=50").value, SettingValue(50));
+    EXPECT_NE(refusal("eMarkerxPos=-51").find("goes from -50 to 50"), std::string::npos);
+    EXPECT_NE(refusal("eMarkerxPos=51").find("goes from -50 to 50"), std::string::npos);
+    EXPECT_NE(refusal("BitRateScale=-1").find("goes from 25 to 400"), std::string::npos);
+    EXPECT_EQ(valueText(SettingValue(-7)), "-7");
+}
+
 TEST(Setting, ATextHasItsLength) {
     EXPECT_EQ(parseSetting("CaptureTitle=a=b").value, SettingValue(std::string("a=b")));
     EXPECT_EQ(parseSetting("CaptureTitle=").value, SettingValue(std::string()));

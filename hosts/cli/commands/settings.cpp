@@ -48,6 +48,7 @@ ExitCode manageSettings(const Options& options) {
     EngineConfig withoutCameras = options.engine;
     withoutCameras.library.clear();
     const Engine engine(withoutCameras, Mode::Pictures);
+    engine.OpenOverlaySettings();
     for (const SettingArgument& argument : wished)
         if (argument.value) storeSetting(*argument.setting, *argument.value);
     for (const SettingArgument& argument : wished)

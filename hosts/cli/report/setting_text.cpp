@@ -11,10 +11,10 @@ std::string settingJson(const vex_setting& setting, const Remembered& remembered
     if (isText(setting))
         object.Text("value", valueText(remembered.value)).Integer("mostCharacters", setting.most);
     else
-        object.Integer("value", std::get<uint32_t>(remembered.value))
-            .Integer("standard", setting.standard)
-            .Integer("least", setting.least)
-            .Integer("most", setting.most);
+        object.Integer("value", std::get<int64_t>(remembered.value))
+            .Integer("standard", numberOf(setting, setting.standard))
+            .Integer("least", numberOf(setting, setting.least))
+            .Integer("most", numberOf(setting, setting.most));
     return object.Flag("stored", remembered.stored).Line();
 }
 

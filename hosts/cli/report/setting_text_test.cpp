@@ -9,6 +9,9 @@ TEST(Setting, JsonTellsValueAndLimits) {
     EXPECT_EQ(settingJson(*parseSetting("BitRateScale").setting, {SettingValue(120u), true}),
               R"({"type":"setting","name":"BitRateScale","value":120,"standard":100,"least":25,"most":400,)"
               R"("stored":true})");
+    EXPECT_EQ(settingJson(*parseSetting("eMarkerxPos").setting, {SettingValue(-7), true}),
+              R"({"type":"setting","name":"eMarkerxPos","value":-7,"standard":0,"least":-50,"most":50,)"
+              R"("stored":true})");
     EXPECT_EQ(settingJson(*parseSetting("CaptureTitle").setting, {SettingValue(std::string("M \"31\"")), false}),
               R"({"type":"setting","name":"CaptureTitle","value":"M \"31\"","mostCharacters":128,"stored":false})");
 }
