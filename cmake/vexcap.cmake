@@ -72,8 +72,8 @@ function(vexcap_uses target scope)
 endfunction()
 
 # vexcap_plugin(NAME SOURCES library.cpp ... USES ffmpeg ... EXPORTS vexcap_media ... [PORT IMedia platform/media.h])
-# Makes the shared library vexcap-NAME, which is loaded by its name when the library runs and linked by nothing. It
-# exports EXPORTS alone. With PORT, the class and the header of a port whose plug-in it is, it also gets the test program
+# Makes the shared library vexcap-NAME, which is loaded by its name when the library runs and linked by nothing. It lies in
+# the folder vexcap beside the library, where the loader of the system does not look, and exports EXPORTS alone. With PORT, the class and the header of a port whose plug-in it is, it also gets the test program
 # NAME_plugin_test.
 function(vexcap_plugin name)
     cmake_parse_arguments(ARG "" "" "SOURCES;USES;EXPORTS;PORT" ${ARGN})
@@ -88,8 +88,10 @@ function(vexcap_plugin name)
     # Once loaded it stays: what it made, and the threads and types of the libraries below it, cannot be taken back.
     target_link_options(${plugin} PRIVATE
         LINKER:--version-script=${script} LINKER:--no-undefined-version,-z,nodelete)
-    set_target_properties(${plugin} PROPERTIES VERSION 1.0.0 SOVERSION 1 LINK_DEPENDS ${script})
-    install(TARGETS ${plugin} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(${plugin} PROPERTIES VERSION 1.0.0 SOVERSION 1 LINK_DEPENDS ${script}
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vexcap)
+    install(TARGETS ${plugin}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vexcap COMPONENT runtime NAMELINK_SKIP)
 
     if(VEXCAP_TESTS AND ARG_PORT)
         list(GET ARG_PORT 0 port)

@@ -10,7 +10,7 @@ trap 'rm -rf "$scratch"' EXIT
 
 cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
 libraries=$(dirname "$(find "$scratch/usr" -name libvexcap.so)")
-export PATH="$scratch/usr/bin:$PATH" LD_LIBRARY_PATH="$libraries" PKG_CONFIG_PATH="$libraries/pkgconfig"
+export PATH="$scratch/usr/bin:$PATH" PKG_CONFIG_PATH="$libraries/pkgconfig"
 # The user's own settings and documents are none of a test's business.
 export HOME="$scratch/home" XDG_CONFIG_HOME="$scratch/home/.config"
 

@@ -13,8 +13,8 @@ using namespace vexcap::i18n;
 
 namespace {
 
-/// The one that the user chose, else share/locale beside the folder of this library or one above: PREFIX/share/locale
-/// for PREFIX/lib and for PREFIX/lib/ARCHITECTURE, wherever PREFIX lies.
+/// The one that the user chose, else share/locale beside the folder of this library or up to two above:
+/// PREFIX/share/locale for PREFIX/lib/vexcap and for PREFIX/lib/ARCHITECTURE/vexcap, wherever PREFIX lies.
 std::filesystem::path localeFolder() {
     std::error_code failure;
     const char* const chosen = secure_getenv("VEXCAP_LOCALE_DIR");
@@ -24,8 +24,11 @@ std::filesystem::path localeFolder() {
     if (!dladdr(&anchor, &self)) return {};
     const std::filesystem::path library = std::filesystem::canonical(self.dli_fname, failure).parent_path();
     if (failure) return {};
-    for (const std::filesystem::path& prefix : {library.parent_path(), library.parent_path().parent_path()})
+    std::filesystem::path prefix = library;
+    for (int above = 0; above < 3; ++above) {
+        prefix = prefix.parent_path();
         if (std::filesystem::is_directory(prefix / "share/locale", failure)) return prefix / "share/locale";
+    }
     return {};
 }
 

@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cstring>
 #include <string>
+#include <system_error>
 
 #include "base/text.h"
 #include "platform/linux/clock.h"
@@ -60,12 +61,24 @@ const BuiltInModule* builtInModule(const void* library) {
 
 }  // namespace
 
+std::filesystem::path ownFolder() {
+    static const char anchor = 0;
+    Dl_info self = {};
+    if (!dladdr(&anchor, &self)) return {};
+    std::error_code failure;
+    const std::filesystem::path library = std::filesystem::canonical(self.dli_fname, failure);
+    return failure ? std::filesystem::path() : library.parent_path() / "vexcap";
+}
+
 void* LinuxLoader::Load(std::u16string_view name) {
     for (BuiltInModule& module : builtIn)
         if (module.name == name) return &module;
     // An empty name would mean the program itself; a zero would cut the name.
     if (name.empty() || name.find(u'\0') != name.npos || endsWithExtension(name, ".dll")) return nullptr;
-    return dlopen(toUtf8(name).c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string file = toUtf8(name);
+    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library || own.empty() || file.find('/') != file.npos) return library;
+    return dlopen((own / file).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
 void* LinuxLoader::Symbol(void* library, const char* name) {

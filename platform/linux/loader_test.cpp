@@ -1,8 +1,11 @@
 #include "platform/linux/loader.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <link.h>
 #include <vexcap/types.h>
 
+#include "platform/linux/system_fixture.h"
 #include "platform/system_info.h"
 
 namespace vexcap {
@@ -24,6 +27,44 @@ TEST(LinuxLoader, WhatIsNotThereIsNull) {
     EXPECT_EQ(loader.Load(u"/no/such/library.so"), nullptr);
     EXPECT_EQ(loader.Symbol(nullptr, "cos"), nullptr);
     loader.Free(nullptr);
+}
+
+/// The file of a library of this process.
+std::string fileOf(void* library) {
+    const link_map* map = nullptr;
+    EXPECT_EQ(dlinfo(library, RTLD_DI_LINKMAP, &map), 0);
+    return map ? map->l_name : "";
+}
+
+TEST(LinuxLoader, ABareNameIsLookedForInItsOwnFolderToo) {
+    const test::TestDirectory directory;
+    const test::fs::path own = directory.root / "own";
+    LinuxLoader loader(own);
+    EXPECT_EQ(loader.Load(u"libowned.so.1"), nullptr);
+    test::fs::create_directory(own);
+    void* const mathematics = loader.Load(u"libm.so.6");
+    test::fs::create_symlink(fileOf(mathematics), own / "libowned.so.1");
+    void* const owned = loader.Load(u"libowned.so.1");
+    ASSERT_NE(owned, nullptr);
+    EXPECT_NE(loader.Symbol(owned, "cos"), nullptr);
+    EXPECT_EQ(LinuxLoader(directory.root).Load(u"libowned.so.1"), nullptr);
+    EXPECT_EQ(LinuxLoader(directory.root).Load(u"own/libowned.so.1"), nullptr) << "a path is a path";
+    loader.Free(owned);
+    loader.Free(mathematics);
+}
+
+TEST(LinuxLoader, TheSystemsSearchComesFirst) {
+    const test::TestDirectory directory;
+    test::put(directory.root / "libm.so.6", "no library");
+    LinuxLoader loader(directory.root);
+    void* const library = loader.Load(u"libm.so.6");
+    ASSERT_NE(library, nullptr);
+    loader.Free(library);
+}
+
+TEST(LinuxLoader, ItsOwnFolderLiesBesideTheFileThatItIsIn) {
+    const test::fs::path program = test::fs::read_symlink("/proc/self/exe");
+    EXPECT_EQ(ownFolder(), program.parent_path() / "vexcap");
 }
 
 TEST(LinuxLoader, AnEmptyNameDoesNotMeanTheProgramItself) { EXPECT_EQ(LinuxLoader().Load(u""), nullptr); }
