@@ -14,9 +14,6 @@
 
 namespace vexcap {
 
-/// The component that this needs is not installed.
-inline constexpr HRESULT VEX_E_NO_MODULE = VEX_RESULT(0x8007007Eu);
-
 /// What a media file holds. Pictures are always given with 3 bytes a pixel, blue first, rows bottom-up at the DIB
 /// stride.
 struct MediaFileInfo {

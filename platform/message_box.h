@@ -14,7 +14,7 @@ struct IMessageBox {
     virtual void Show(vex_window* owner, std::u16string_view text, std::u16string_view title) = 0;
     /// Asks a question with Yes and No and waits for the answer. Without a user interface the answer is no.
     virtual bool Ask(vex_window* owner, std::u16string_view text, std::u16string_view title) = 0;
-    /// The system's description of a failure; empty when it knows none.
+    /// The system's words for a code of its own; empty when it has none. Any thread.
     virtual std::u16string Describe(HRESULT code) = 0;
 };
 

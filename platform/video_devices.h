@@ -9,16 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/codes.h"
 #include "base/status.h"
 
 namespace vexcap {
-
-/// The device is gone: unplugged, or its driver failed for good.
-inline constexpr HRESULT VEX_E_DEVICE_LOST = VEX_RESULT(0x8007048Fu);
-/// Nothing came for as long as was waited.
-inline constexpr HRESULT VEX_E_TIMEOUT = VEX_RESULT(0x800705B4u);
-/// The waiting was broken off by Interrupt.
-inline constexpr HRESULT VEX_E_INTERRUPTED = VEX_RESULT(0x800703E3u);
 
 struct VideoDeviceEntry {
     std::u16string displayName;   ///< Opens the device. Begins with "@device:".

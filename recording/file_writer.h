@@ -4,13 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "base/codes.h"
 #include "graph/base_filter.h"
 #include "platform/file.h"
 
 namespace vexcap {
-
-/// There is a file of this name already.
-inline constexpr HRESULT VEX_E_FILE_EXISTS = VEX_RESULT(0x80070050u);
 
 /// Where a multiplexer makes its file. The file system outlives the graph.
 struct FilePlace {

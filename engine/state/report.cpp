@@ -2,33 +2,39 @@
 
 #include <string>
 
+#include "base/codes.h"
+
 namespace vexcap {
 namespace {
 
 constexpr size_t longestMessage = 2047;
 
-/// What the platform says of a code, without the line end and blank that such texts end in.
-std::u16string descriptionOf(IMessageBox& box, HRESULT code) {
-    std::u16string text = box.Describe(code);
-    if (text.empty()) text = formatText(u"Unknown error 0x%0lX", {uint64_t(uint32_t(code))});
+/// Cuts the line end and the blank that the system's texts end in.
+void cutEnd(std::u16string& text) {
     if (text.size() > 1 && text.back() == u'\n') {
         text.pop_back();
         if (text.back() == u'\r') text.pop_back();
     }
     if (text.size() > 1 && text.back() == u' ') text.pop_back();
-    return text;
 }
 
 }  // namespace
 
+std::u16string ResultText(const EngineState& engine, HRESULT code) {
+    std::u16string text(codeText(code));
+    if (text.empty()) text = engine.platform->messageBox.Describe(code);
+    cutEnd(text);
+    if (!text.empty()) return text;
+    return formatText(code < 0 ? u"Unknown error 0x%0lX" : u"Done, with 0x%0lX", {uint64_t(uint32_t(code))});
+}
+
 void ReportError(const EngineState& engine, vex_window* window, std::u16string_view text, HRESULT code,
                  const std::vector<FormatArgument>& arguments) {
     if (text.empty()) return;
-    IMessageBox& box = engine.platform->messageBox;
     std::u16string message = formatText(text, arguments);
     message.resize(std::min(message.size(), longestMessage));
-    if (code < 0) message += formatText(u"\r\nhr = 0x%08x (%s).", {uint64_t(uint32_t(code)), descriptionOf(box, code)});
-    box.Show(window, message, textOf(engine.productName));
+    if (code < 0) message += formatText(u"\r\nhr = 0x%08x (%s).", {uint64_t(uint32_t(code)), ResultText(engine, code)});
+    engine.platform->messageBox.Show(window, message, textOf(engine.productName));
 }
 
 }  // namespace vexcap

@@ -11,6 +11,9 @@
 
 namespace vexcap {
 
+/// What a code means: this library's words, else the system's without the line end and blank that these end in.
+std::u16string ResultText(const EngineState& engine, HRESULT code);
+
 /// Shows a box with the formatted text and, for a negative code, the code and what it means. Blocks until it is closed.
 /// An empty text shows nothing.
 void ReportError(const EngineState& engine, vex_window* window, std::u16string_view text, HRESULT code,

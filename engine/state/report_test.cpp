@@ -30,7 +30,12 @@ TEST_F(ReportErrorTest, ASuccessCodeAddsNothing) {
 }
 
 TEST_F(ReportErrorTest, ANegativeCodeIsShownWithItsDescription) {
-    fakes.messageBox.descriptions[E_FAIL] = u"Unspecified failure";
+    fakes.messageBox.descriptions[VEX_E_BUSY] = u"Busy";
+    EXPECT_EQ(report(u"Text", VEX_E_BUSY), u"Text\r\nhr = 0x800700aa (Busy).");
+}
+
+TEST_F(ReportErrorTest, ACodeOfTheLibraryHasItsWordsWhateverTheSystemSays) {
+    fakes.messageBox.descriptions[E_FAIL] = u"Error";
     EXPECT_EQ(report(u"Text", E_FAIL), u"Text\r\nhr = 0x80004005 (Unspecified failure).");
 }
 
@@ -49,8 +54,8 @@ TEST_F(ReportErrorTest, LineEndAndBlankAreCutFromADescription) {
         {u" ", u" "},
     };
     for (const auto& [told, shown] : cases) {
-        fakes.messageBox.descriptions[E_FAIL] = told;
-        EXPECT_EQ(report(u"T", E_FAIL), u"T\r\nhr = 0x80004005 (" + shown + u").");
+        fakes.messageBox.descriptions[VEX_E_BUSY] = told;
+        EXPECT_EQ(report(u"T", VEX_E_BUSY), u"T\r\nhr = 0x800700aa (" + shown + u").");
     }
 }
 
@@ -64,6 +69,14 @@ TEST_F(ReportErrorTest, ATextWithMoreConversionsThanArgumentsPrintsThem) {
 
 TEST_F(ReportErrorTest, ALongTextIsCutAt2047) {
     EXPECT_EQ(report(std::u16string(5000, u'x'), S_OK), std::u16string(2047, u'x'));
+}
+
+TEST(ResultTextTest, ASuccessHasWordsToo) {
+    FakePlatform fakes;
+    Platform ports = fakes.ports();
+    engineState().platform = &ports;
+    EXPECT_EQ(ResultText(engineState(), S_OK), u"Done");
+    EXPECT_EQ(ResultText(engineState(), 0x41234), u"Done, with 0x41234");
 }
 
 }  // namespace report_test

@@ -44,6 +44,7 @@ typedef int32_t HRESULT;
 #define VEX_E_FILE_NOT_FOUND VEX_RESULT(0x80070002u)  ///< No such file.
 #define VEX_E_PATH_NOT_FOUND VEX_RESULT(0x80070003u)  ///< A directory of the path does not exist.
 #define VEX_E_DISK_FULL VEX_RESULT(0x80070070u)       ///< No space is left on the device.
+#define VEX_E_NO_MODULE VEX_RESULT(0x8007007Eu)       ///< A library that this needs is missing or cannot be loaded.
 #define VEX_E_INSUFFICIENT_BUFFER VEX_RESULT(0x8007007Au)  ///< The caller's buffer is too small; nothing was written.
 #define VEX_E_BUSY VEX_RESULT(0x800700AAu)                 ///< Another program uses the device.
 #define VEX_E_CANCELLED VEX_RESULT(0x800704C7u)            ///< The user said no. Shown to nobody.

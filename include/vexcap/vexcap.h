@@ -15,8 +15,10 @@
 #include <vexcap/key.h>
 #include <vexcap/overlay.h>
 #include <vexcap/records.h>
+#include <vexcap/report.h>
 #include <vexcap/settings.h>
 #include <vexcap/types.h>
+#include <vexcap/version.h>
 #include <vexcap/window.h>
 
 VEXCAP_EXTERN_C_BEGIN

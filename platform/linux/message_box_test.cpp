@@ -18,11 +18,11 @@ TEST(ConsoleMessageBox, WritesAQuestionDownAndAnswersNo) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "vexcap: Replace m31.avi?\nIt exists.\nSure?\n");
 }
 
-TEST(ConsoleMessageBox, DescribesOurCodesAndTheSystems) {
+TEST(ConsoleMessageBox, DescribesTheCodesOfTheSystem) {
     ConsoleMessageBox box;
-    EXPECT_EQ(box.Describe(E_FAIL), u"Unspecified failure");
-    EXPECT_EQ(box.Describe(VEX_E_NO_ENCODER), u"No encoder fits the choice");
     EXPECT_EQ(box.Describe(VEX_E_DISK_FULL), u"No space left on device");
+    EXPECT_EQ(box.Describe(E_ACCESSDENIED), u"Permission denied");
+    EXPECT_EQ(box.Describe(E_FAIL), u"");
     EXPECT_EQ(box.Describe(VEX_RESULT(0x8007ABCDu)), u"");
     EXPECT_EQ(box.Describe(VEX_RESULT(0xC0001234u)), u"");
 }
