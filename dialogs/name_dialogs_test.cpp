@@ -1,7 +1,7 @@
 #include "dialogs/name_dialogs.h"
 
 #include "base/text.h"
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 #include "settings/naming.h"
 #include "settings/settings_testing.h"
 

@@ -1,6 +1,6 @@
 #include "dialogs/replace_question.h"
 
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 namespace replace_question_test {

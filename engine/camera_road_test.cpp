@@ -1,6 +1,6 @@
 #include "engine/camera_road.h"
 
-#include "engine/context_fixture.h"
+#include "engine/context_testing.h"
 
 namespace vexcap {
 namespace camera_road_test {

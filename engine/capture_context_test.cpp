@@ -1,6 +1,6 @@
 #include "engine/capture_context.h"
 
-#include "engine/context_fixture.h"
+#include "engine/context_testing.h"
 
 namespace vexcap {
 namespace capture_context_test {

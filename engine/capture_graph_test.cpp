@@ -1,6 +1,6 @@
 // Recordings that go through a capture graph.
 #include "base/text.h"
-#include "engine/graph_fixture.h"
+#include "engine/media_graph_testing.h"
 #include "recording/compressor_filter.h"
 
 namespace vexcap {

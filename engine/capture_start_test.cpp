@@ -3,7 +3,7 @@
 
 #include "base/dib.h"
 #include "base/text.h"
-#include "engine/context_fixture.h"
+#include "engine/context_testing.h"
 
 namespace vexcap {
 namespace capture_start_test {

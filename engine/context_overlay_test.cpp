@@ -1,8 +1,8 @@
 // The overlay as a host sets it on a context.
 #include "engine/context_overlay.h"
 
-#include "engine/context_fixture.h"
-#include "engine/graph_fixture.h"
+#include "engine/context_testing.h"
+#include "engine/media_graph_testing.h"
 
 namespace vexcap {
 namespace context_overlay_test {

@@ -1,7 +1,6 @@
 // Painting a context's preview.
-#include "engine/context_fixture.h"
 #include "engine/context_picture.h"
-#include "engine/graph_fixture.h"
+#include "engine/media_graph_testing.h"
 #include "platform/fake/recording_target.h"
 #include "settings/marker_settings.h"
 

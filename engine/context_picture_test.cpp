@@ -1,8 +1,8 @@
 // Grabs and stills.
 #include "engine/context_picture.h"
 
-#include "engine/context_fixture.h"
-#include "engine/graph_fixture.h"
+#include "engine/context_testing.h"
+#include "engine/media_graph_testing.h"
 #include "settings/marker_settings.h"
 
 namespace vexcap {

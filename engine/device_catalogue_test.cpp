@@ -1,7 +1,7 @@
 #include "engine/device_catalogue.h"
 
 #include "base/text.h"
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 namespace device_catalogue_test {

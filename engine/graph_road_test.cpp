@@ -2,7 +2,7 @@
 #include "engine/graph_road.h"
 
 #include "base/text.h"
-#include "engine/graph_fixture.h"
+#include "engine/media_graph_testing.h"
 #include "recording/file_writer.h"
 
 namespace vexcap {

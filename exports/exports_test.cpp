@@ -1,6 +1,6 @@
 #include <vexcap/vexcap.h>
 
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 namespace exports_test {

@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "base/text.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 #include "platform/fake/allocations.h"
 #include "platform/linux/file.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "frame/frame_render.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap::test {

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "frame/frame_render.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 
 namespace vexcap::test {
 namespace frame_brightness_test {

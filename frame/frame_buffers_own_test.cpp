@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/frame_render.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 
 namespace vexcap::test {
 namespace frame_buffers_own_test {

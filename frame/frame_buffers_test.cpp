@@ -3,7 +3,7 @@
 #include <set>
 
 #include "frame/frame_render.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 
 namespace vexcap::test {
 namespace frame_buffers_test {

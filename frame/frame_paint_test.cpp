@@ -1,5 +1,5 @@
 // What hosts see: the picture on a surface and on a render target, and the overlay over it.
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 #include "platform/fake/recording_target.h"
 
 namespace vexcap::test {

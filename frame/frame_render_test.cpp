@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 
 namespace vexcap::test {
 namespace frame_render_test {

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "frame/frame_render.h"
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 
 namespace vexcap::test {
 namespace frame_threads_test {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/sink_rig.h"
+#include "frame/sink_testing.h"
 #include "graph/stream_rig.h"
 #include "platform/fake/allocations.h"
 

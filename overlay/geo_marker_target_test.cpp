@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "overlay/geo_marker.h"
-#include "overlay/geo_marker_expected.h"
+#include "overlay/geo_marker_testing.h"
 #include "platform/fake/recording_target.h"
 
 namespace vexcap::test {

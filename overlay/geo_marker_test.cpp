@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/dib.h"
-#include "overlay/geo_marker_expected.h"
+#include "overlay/geo_marker_testing.h"
 
 namespace vexcap::test {
 namespace geo_marker_test {

@@ -5,7 +5,7 @@
 
 #include "graph/stream_rig.h"
 #include "overlay/marker_filter.h"
-#include "overlay/text_expected.h"
+#include "overlay/text_testing.h"
 #include "platform/fake/fake_settings.h"
 #include "settings/marker_settings.h"
 

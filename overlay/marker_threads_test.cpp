@@ -5,7 +5,7 @@
 #include <cstring>
 #include <thread>
 
-#include "overlay/marker_rig.h"
+#include "overlay/marker_testing.h"
 
 namespace vexcap {
 namespace marker_threads_test {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "overlay/marker_rig.h"
+#include "overlay/marker_testing.h"
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {

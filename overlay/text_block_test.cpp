@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "overlay/text_expected.h"
+#include "overlay/text_testing.h"
 
 namespace vexcap {
 namespace text_block_test {

@@ -2,7 +2,7 @@
 // it is there.
 #include "platform/linux/file.h"
 #include "recording/avi_file.h"
-#include "recording/bench_support.h"
+#include "recording/bench_testing.h"
 
 #ifdef VEXCAP_BENCH_LIBAVFORMAT
 extern "C" {

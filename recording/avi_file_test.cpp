@@ -10,8 +10,8 @@
 #include "base/dib.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_disk.h"
-#include "recording/avi_reader.h"
-#include "recording/null_disk.h"
+#include "recording/avi_testing.h"
+#include "recording/null_disk_testing.h"
 
 namespace vexcap {
 namespace avi_file_test {

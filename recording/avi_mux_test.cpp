@@ -11,8 +11,8 @@
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_media.h"
-#include "recording/avi_reader.h"
-#include "recording/null_disk.h"
+#include "recording/avi_testing.h"
+#include "recording/null_disk_testing.h"
 
 namespace vexcap {
 namespace avi_mux_test {

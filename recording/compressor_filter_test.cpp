@@ -14,8 +14,8 @@
 #include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_media.h"
 #include "recording/avi_mux.h"
-#include "recording/avi_reader.h"
-#include "recording/null_disk.h"
+#include "recording/avi_testing.h"
+#include "recording/null_disk_testing.h"
 
 namespace vexcap {
 namespace compressor_filter_test {

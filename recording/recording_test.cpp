@@ -12,7 +12,7 @@
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_platform.h"
 #include "platform/linux/file.h"
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 
 namespace vexcap {
 namespace recording_test {

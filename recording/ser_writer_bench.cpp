@@ -1,7 +1,7 @@
 // Recording to a SER file against the limit: write(2) of the same frames with their rows as they lie.
 #include "platform/linux/clock.h"
 #include "platform/linux/file.h"
-#include "recording/bench_support.h"
+#include "recording/bench_testing.h"
 #include "recording/ser_writer.h"
 
 namespace vexcap {

@@ -9,7 +9,7 @@
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_disk.h"
-#include "recording/null_disk.h"
+#include "recording/null_disk_testing.h"
 
 namespace vexcap {
 namespace ser_writer_test {

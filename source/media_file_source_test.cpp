@@ -9,7 +9,7 @@
 
 #include "graph/filter_graph.h"
 #include "graph/renderer.h"
-#include "source/source_rig.h"
+#include "source/source_testing.h"
 
 namespace vexcap {
 namespace media_file_source_test {

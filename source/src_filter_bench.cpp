@@ -9,7 +9,7 @@
 #include "base/dib.h"
 #include "platform/fake/fake_camera.h"
 #include "platform/fake/fake_clock.h"
-#include "source/source_rig.h"
+#include "source/source_testing.h"
 #include "source/src_filter.h"
 
 namespace vexcap {

@@ -10,7 +10,7 @@
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_camera.h"
 #include "platform/fake/fake_clock.h"
-#include "source/source_rig.h"
+#include "source/source_testing.h"
 
 namespace vexcap {
 namespace src_filter_test {

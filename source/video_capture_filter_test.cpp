@@ -8,7 +8,7 @@
 #include "base/dib.h"
 #include "graph/filter_graph.h"
 #include "platform/fake/fake_video_devices.h"
-#include "source/source_rig.h"
+#include "source/source_testing.h"
 
 namespace vexcap {
 namespace video_capture_filter_test {

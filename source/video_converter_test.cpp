@@ -6,7 +6,7 @@
 #include <random>
 
 #include "base/dib.h"
-#include "source/source_rig.h"
+#include "source/source_testing.h"
 #include "source/video_layout.h"
 
 namespace vexcap {

@@ -11,7 +11,7 @@
 
 #include "platform/linux/file.h"
 #include "recording/avi_file.h"
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 #include "tests/support/shell.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"

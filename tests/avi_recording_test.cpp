@@ -7,7 +7,7 @@
 
 #include "hosts/common/context.h"
 #include "hosts/common/engine.h"
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 #include "tests/hostile_library/hostile.h"
 #include "tests/support/queue_window.h"
 #include "tests/support/recording.h"

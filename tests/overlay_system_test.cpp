@@ -9,7 +9,7 @@
 
 #include "hosts/common/context.h"
 #include "hosts/common/engine.h"
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 #include "tests/support/queue_window.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"

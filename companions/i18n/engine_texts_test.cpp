@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "companions/i18n/test_locales.h"
+#include "companions/i18n/locales_testing.h"
 
 namespace vexcap::i18n {
 namespace engine_texts_test {

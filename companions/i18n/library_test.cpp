@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-#include "companions/i18n/test_locales.h"
+#include "companions/i18n/locales_testing.h"
 
 namespace vexcap::i18n {
 namespace library_test {

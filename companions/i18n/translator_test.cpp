@@ -10,7 +10,7 @@
 #include <set>
 #include <thread>
 
-#include "companions/i18n/test_locales.h"
+#include "companions/i18n/locales_testing.h"
 
 namespace vexcap::i18n {
 namespace translator_test {

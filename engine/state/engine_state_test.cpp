@@ -1,6 +1,6 @@
 #include "engine/state/engine_state.h"
 
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 namespace engine_state_test {

@@ -1,6 +1,6 @@
 #include "engine/state/report.h"
 
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 namespace report_test {

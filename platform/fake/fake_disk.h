@@ -22,7 +22,7 @@ struct DiskOperation {
     HRESULT result = S_OK;
 };
 
-/// Behaves as the files of a real disk do (file_contract.h holds both to it), with names as they stand and every
+/// Behaves as the files of a real disk do (file_testing.h holds both to it), with names as they stand and every
 /// directory there. Its files may outlive it. Any thread.
 class FakeDisk final : public IFileSystem {
 public:

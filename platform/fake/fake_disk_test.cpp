@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/fake/file_contract.h"
+#include "platform/fake/file_testing.h"
 
 namespace vexcap::test {
 namespace fake_disk_test {

@@ -14,7 +14,7 @@
 namespace vexcap {
 
 /// Remembers the nodes that were opened and the values that were written; all nodes are one. Keeps values as every
-/// store does (settings_contract.h holds it to that). One thread.
+/// store does (settings_testing.h holds it to that). One thread.
 class FakeSettings final : public ISettings {
 public:
     struct Opened {

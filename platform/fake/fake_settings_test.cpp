@@ -1,6 +1,6 @@
 #include "platform/fake/fake_settings.h"
 
-#include "platform/fake/settings_contract.h"
+#include "platform/fake/settings_testing.h"
 
 namespace vexcap::test {
 namespace fake_settings_test {

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <thread>
 
-#include "platform/ffmpeg/media_test_support.h"
+#include "platform/ffmpeg/media_testing.h"
 #include "platform/linux/file.h"
 #include "recording/avi_file.h"
 

@@ -10,7 +10,7 @@
 #include <algorithm>
 
 #include "platform/fake/fake_clock.h"
-#include "platform/ffmpeg/media_test_support.h"
+#include "platform/ffmpeg/media_testing.h"
 #include "platform/linux/file.h"
 #include "platform/linux/unique_fd.h"
 #include "recording/ser_writer.h"

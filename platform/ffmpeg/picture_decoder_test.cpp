@@ -4,7 +4,7 @@
 
 #include "platform/ffmpeg/av.h"
 #include "platform/ffmpeg/compressor.h"
-#include "platform/ffmpeg/media_test_support.h"
+#include "platform/ffmpeg/media_testing.h"
 
 namespace vexcap::ffmpeg {
 namespace picture_decoder_test {

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "platform/ffmpeg/media_test_support.h"
+#include "platform/ffmpeg/media_testing.h"
 
 namespace vexcap::ffmpeg {
 namespace picture_test {

@@ -8,7 +8,7 @@
 
 #include "base/text.h"
 #include "platform/fake/allocations.h"
-#include "platform/linux/system_fixture.h"
+#include "platform/linux/system_testing.h"
 
 // The C library loses the path that LOCPATH gives, with each locale that it opens.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();

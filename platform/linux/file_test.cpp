@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "base/text.h"
-#include "platform/fake/file_contract.h"
+#include "platform/fake/file_testing.h"
 
 namespace vexcap::test {
 namespace file_test {

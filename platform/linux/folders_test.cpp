@@ -7,7 +7,7 @@
 #include <string>
 
 #include "base/text.h"
-#include "platform/linux/system_fixture.h"
+#include "platform/linux/system_testing.h"
 
 namespace vexcap::test {
 namespace folders_test {

@@ -5,7 +5,7 @@
 #include <link.h>
 #include <vexcap/types.h>
 
-#include "platform/linux/system_fixture.h"
+#include "platform/linux/system_testing.h"
 #include "platform/system_info.h"
 
 namespace vexcap {

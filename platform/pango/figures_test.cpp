@@ -7,7 +7,7 @@
 
 #include "platform/fake/allocations.h"
 #include "platform/pango/pango_text.h"
-#include "platform/pango/text_test_support.h"
+#include "platform/pango/text_testing.h"
 
 namespace vexcap::pango {
 namespace figures_test {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/pango/pango_text.h"
-#include "platform/pango/text_test_support.h"
+#include "platform/pango/text_testing.h"
 
 namespace vexcap::pango {
 namespace no_fonts_test {

@@ -5,7 +5,7 @@
 
 #include <climits>
 
-#include "platform/pango/text_test_support.h"
+#include "platform/pango/text_testing.h"
 
 namespace vexcap::pango {
 namespace pango_text_test {

@@ -11,7 +11,7 @@
 
 #include "hosts/common/context.h"
 #include "hosts/common/engine.h"
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 #include "tests/support/queue_window.h"
 #include "tests/support/text.h"
 

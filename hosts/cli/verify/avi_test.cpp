@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <numeric>
 
+#include "hosts/cli/verify/files_testing.h"
 #include "hosts/cli/verify/riff.h"
-#include "hosts/cli/verify/test_files.h"
 #include "hosts/cli/verify/verify.h"
 
 namespace vexcap::cli {

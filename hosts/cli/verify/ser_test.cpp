@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "hosts/cli/verify/test_files.h"
+#include "hosts/cli/verify/files_testing.h"
 #include "hosts/cli/verify/verify.h"
 
 namespace vexcap::cli {

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "hosts/cli/verify/byte_reader.h"
-#include "hosts/cli/verify/test_files.h"
+#include "hosts/cli/verify/files_testing.h"
 #include "hosts/cli/verify/verify.h"
 #include "hosts/common/failure.h"
 

@@ -1,7 +1,7 @@
 // Any bytes as a file. The first byte chooses: the bytes as they are, or a whole file that is changed by them.
 #include <cstdlib>
 
-#include "hosts/cli/verify/test_files.h"
+#include "hosts/cli/verify/files_testing.h"
 #include "hosts/cli/verify/verify.h"
 
 using namespace vexcap::cli;

@@ -17,9 +17,9 @@
 #include <thread>
 
 #include "base/text.h"
-#include "platform/fake/settings_contract.h"
+#include "platform/fake/settings_testing.h"
 #include "platform/linux/settings/settings_store.h"
-#include "platform/linux/system_fixture.h"
+#include "platform/linux/system_testing.h"
 #include "platform/linux/unique_fd.h"
 
 namespace vexcap::test {

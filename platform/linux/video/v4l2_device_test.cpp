@@ -8,7 +8,7 @@
 
 #include "base/dib.h"
 #include "platform/fake/allocations.h"
-#include "platform/linux/video/v4l2_script.h"
+#include "platform/linux/video/v4l2_testing.h"
 
 namespace vexcap {
 namespace v4l2_device_test {

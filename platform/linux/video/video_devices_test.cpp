@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/video/v4l2_script.h"
+#include "platform/linux/video/v4l2_testing.h"
 
 namespace vexcap {
 namespace video_devices_test {

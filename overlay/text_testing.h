@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "overlay/marker_rig.h"
+#include "overlay/marker_testing.h"
 
 namespace vexcap::test {
 

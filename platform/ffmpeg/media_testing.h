@@ -15,7 +15,7 @@
 #include "base/text.h"
 #include "platform/ffmpeg/ffmpeg_media.h"
 #include "platform/linux/file.h"
-#include "platform/linux/system_fixture.h"
+#include "platform/linux/system_testing.h"
 #include "tests/support/shell.h"
 
 namespace vexcap::ffmpeg::test {

@@ -1,4 +1,4 @@
-#include "recording/avi_reader.h"
+#include "recording/avi_testing.h"
 
 #include <algorithm>
 

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "engine/capture_context.h"
-#include "engine/state/engine_fixture.h"
+#include "engine/state/engine_testing.h"
 
 namespace vexcap {
 

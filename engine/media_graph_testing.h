@@ -6,8 +6,8 @@
 #include <sstream>
 
 #include "base/dib.h"
-#include "engine/context_fixture.h"
-#include "recording/avi_reader.h"
+#include "engine/context_testing.h"
+#include "recording/avi_testing.h"
 
 namespace vexcap {
 
