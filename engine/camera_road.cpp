@@ -17,6 +17,8 @@ constexpr bool plausible(int64_t width, int64_t height) {
            uint64_t(height) <= mostPixels / uint64_t(width);
 }
 
+constexpr uint64_t packedSize(uint32_t width, uint32_t height) { return uint64_t(width) << 32 | height; }
+
 struct RateStep {
     uint64_t pixels;  ///< From this many on.
     uint32_t rate;
@@ -102,6 +104,7 @@ Status CameraRoad::ConnectPreviewSink() {
         height = uint32_t(sourceHeight);
     }
     sink.SetVideoSize(width, height, state.d3dDevice, state.d3dContext, state.renderTarget);
+    frameSize = packedSize(width, height);
     sink.SetNotify(state.previewWindow, state.engine.frameMessage, OnRgbFrame, &state.recording);
     state.width = uint32_t(sourceWidth);
     state.height = uint32_t(sourceHeight);
@@ -294,6 +297,7 @@ void CameraRoad::OnFrame(const void* frame, const vex_frame_info* info, uint32_t
     CFrameRender* const sink = (still ? road->state.stillSink : road->state.previewSink).get();
     if (!sink) return;
     sink->ReceiveFrame(frame, raw, deep, depthFlag, tag, info->width, info->height, frameTag);
+    if (!still) road->AnnounceSize(info->width, info->height);
     if (still || !road->state.graph.srcFilter || isTexture(frame) || !sink->MayBeRead(frame, info->width, info->height))
         return;
     road->state.graph.srcFilter->PushFrame(frame, info->width, info->height);
@@ -317,6 +321,14 @@ void CameraRoad::OnEvent(uint32_t event, void* token) {
     if (!road) return;
     if (event == VEX_CAMERA_EVENT_SIZE) road->TakeNewSize();
     postMessage(road->state.previewWindow, road->state.engine.eventMessage, event, 0);
+}
+
+void CameraRoad::AnnounceSize(uint32_t width, uint32_t height) {
+    const uint64_t size = packedSize(width, height);
+    if (size == frameSize || !plausible(width, height)) return;
+    frameSize = size;
+    postMessage(state.previewWindow, state.engine.sizeMessage, uintptr_t(intptr_t(int32_t(state.width))),
+                int32_t(state.height));
 }
 
 void CameraRoad::TakeNewSize() {

@@ -59,9 +59,12 @@ private:
 
     void BuildStillSink();
     void TakeNewSize();
+    /// Posts the size message when frames begin to have another size than those before.
+    void AnnounceSize(uint32_t width, uint32_t height);
 
     ICamera* camera = nullptr;  ///< From Open to Close.
     CallbackGate gate;          ///< Open while the stream runs.
+    uint64_t frameSize = 0;     ///< Last one announced, packed. Frame thread; the host's while no stream runs.
 };
 
 }  // namespace vexcap

@@ -5,9 +5,44 @@
 #include "settings/marker_settings.h"
 
 namespace vexcap {
+namespace {
+
+constexpr uint32_t displayBytesPerPixel = 3;
+constexpr uint32_t deepBytesPerPixel = 6;
+
+}  // namespace
 
 CFrameRender* ContextPicture::StillSink() const {
     return state.stillSink ? state.stillSink.get() : state.graph.stillRender.get();
+}
+
+bool ContextPicture::Format(vex_picture_format& format) const {
+    uint32_t width = 0, height = 0;
+    if (!road || !road->HasSource() || !road->FinalSize(width, height).ok()) return false;
+    const uint64_t display = pictureBytes(width, height, displayBytesPerPixel);
+    if (display == 0 || display == unholdable) return false;
+    format = {.size = sizeof format,
+              .width = width,
+              .height = height,
+              .displayBits = 8 * displayBytesPerPixel,
+              .displayPitch = uint32_t(dibStride(width, displayBytesPerPixel)),
+              .displayBytes = uint32_t(display)};
+    if (!state.cameraSource) return true;
+    uint32_t fourcc = 0, depth = 0;
+    const bool hasRaw = road->RawFormat(fourcc, depth).ok() && depth != 0;
+    const uint32_t sampleBytes = depth > 8 ? 2 : 1;
+    if (const uint64_t raw = packedBytes(width, height, sampleBytes); hasRaw && raw != unholdable) {
+        format.rawFourcc = fourcc;
+        format.rawBits = depth;
+        format.rawPitch = width * sampleBytes;
+        format.rawBytes = uint32_t(raw);
+    }
+    const bool hasDeep = state.bitDepth > 8;
+    if (const uint64_t deep = pictureBytes(width, height, deepBytesPerPixel); hasDeep && deep != unholdable) {
+        format.deepBits = state.bitDepth;
+        format.deepBytes = uint32_t(deep);
+    }
+    return true;
 }
 
 bool ContextPicture::Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool still, const OverlayMargins& margins) {

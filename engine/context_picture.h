@@ -14,6 +14,8 @@ class ContextPicture {
 public:
     ContextPicture(ContextState& context, Road* way) : state(context), road(way) {}
 
+    /// Layout of the frames to come; false where the source does not report it.
+    bool Format(vex_picture_format& format) const;
     HRESULT PutCapture(uint32_t kind) { return road ? road->PutCapture(kind).code() : E_UNEXPECTED; }
     bool Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool still, const OverlayMargins& margins);
     bool CanGrab(uint32_t kind) const;

@@ -143,6 +143,143 @@ TEST_F(Grab, TheBrightnessOfARectangleIsPosted) {
     EXPECT_EQ(owner.messages().front().wparam / 10, 100u);
 }
 
+/// A camera of 64x48 pixels and 12 bits whose preview runs.
+class PictureFormat : public ContextFixture {
+protected:
+    PictureFormat() {
+        camera.rawFourcc = fourcc("RGGB");
+        camera.rawDepth = 12;
+        context = startedContext();
+    }
+    vex_picture_format format() const {
+        vex_picture_format known = {};
+        EXPECT_TRUE(context->Picture().Format(known));
+        return known;
+    }
+    void cutBinAndTurn() {
+        camera.roiResult = S_OK;
+        camera.roiWidth = 60;
+        camera.roiHeight = 40;
+        camera.options = {{VEX_OPTION_BINNING, 2}, {VEX_OPTION_ROTATION, 90}};
+    }
+    std::unique_ptr<CaptureContext> context;
+};
+
+TEST_F(PictureFormat, OfACameraIsThatOfItsThreeKindsOfPictures) {
+    const vex_picture_format known = format();
+    EXPECT_EQ(known.size, 48u);
+    EXPECT_EQ(known.width, 64u);
+    EXPECT_EQ(known.height, 48u);
+    EXPECT_EQ(known.displayBits, 24u);
+    EXPECT_EQ(known.displayPitch, 192u);
+    EXPECT_EQ(known.displayBytes, 192u * 48);
+    EXPECT_EQ(known.rawFourcc, fourcc("RGGB"));
+    EXPECT_EQ(known.rawBits, 12u);
+    EXPECT_EQ(known.rawPitch, 128u);
+    EXPECT_EQ(known.rawBytes, 128u * 48);
+    EXPECT_EQ(known.deepBits, 12u);
+    EXPECT_EQ(known.deepBytes, 384u * 48);
+}
+
+TEST_F(PictureFormat, FollowsRegionBinningAndRotation) {
+    cutBinAndTurn();
+    const vex_picture_format known = format();
+    EXPECT_EQ(known.width, 20u);
+    EXPECT_EQ(known.height, 30u);
+    EXPECT_EQ(known.displayPitch, 60u);
+    EXPECT_EQ(known.displayBytes, 60u * 30);
+    EXPECT_EQ(known.rawPitch, 40u);
+    EXPECT_EQ(known.deepBytes, 120u * 30);
+    int32_t width = 0, height = 0;
+    context->VideoSize(&width, &height);
+    EXPECT_EQ(width, 64);
+    EXPECT_EQ(height, 48);
+}
+
+TEST_F(PictureFormat, IsTheRoomThatEachGrabNeeds) {
+    for (const uint32_t kind : {VEX_GRAB_DISPLAY, VEX_GRAB_RAW, VEX_GRAB_DEEP}) {
+        context->Picture().PutCapture(kind);
+        camera.deliver(7, 64, 48);
+        const vex_picture_format known = format();
+        const uint32_t bytes[] = {known.displayBytes, known.rawBytes, known.deepBytes};
+        EXPECT_FALSE(grab(*context, kind, false, {}, int32_t(bytes[kind]) - 1).done) << kind;
+        EXPECT_TRUE(grab(*context, kind, false, {}, int32_t(bytes[kind])).done) << kind;
+    }
+}
+
+TEST_F(PictureFormat, HasNoRawAndNoDeepPictureWhereTheCameraHasNone) {
+    camera.offersRaw = false;
+    camera.bitDepth = 8;
+    ASSERT_TRUE(context->Start(nullptr, 0, 0, 0, 0).ok());
+    const vex_picture_format known = format();
+    EXPECT_EQ(known.displayBytes, 192u * 48);
+    EXPECT_EQ(known.rawFourcc, 0u);
+    EXPECT_EQ(known.rawBits, 0u);
+    EXPECT_EQ(known.rawBytes, 0u);
+    EXPECT_EQ(known.deepBits, 0u);
+    EXPECT_EQ(known.deepBytes, 0u);
+}
+
+TEST_F(PictureFormat, IsUnknownWhereTheSourceDoesNotReportIt) {
+    vex_picture_format known = {};
+    camera.sizeResult = E_FAIL;
+    EXPECT_FALSE(context->Picture().Format(known));
+    camera.sizeResult = S_OK;
+    camera.width = camera.height = INT32_MAX;
+    EXPECT_FALSE(context->Picture().Format(known));
+    EXPECT_FALSE(makeContext()->Picture().Format(known)) << "not started";
+}
+
+TEST_F(PictureFormat, TheSizeMessageComesWithTheFirstFrameOfAnotherSize) {
+    camera.deliver(7, 64, 48);
+    EXPECT_EQ(countOf(preview, sizeMessage), 1u) << "the preview was built";
+    cutBinAndTurn();
+    camera.deliver(7, 64, 48);
+    EXPECT_EQ(countOf(preview, sizeMessage), 1u) << "this frame was on its way";
+    for (int i = 0; i < 3; ++i) camera.deliver(7, 20, 30);
+    ASSERT_EQ(countOf(preview, sizeMessage), 2u);
+    for (const auto& message : preview.messages()) {
+        if (message.message != sizeMessage) continue;
+        EXPECT_EQ(message.wparam, 64u) << "as vexcap_video_size reports it";
+        EXPECT_EQ(message.lparam, 48);
+    }
+    camera.deliver(7, 64, 48);
+    EXPECT_EQ(countOf(preview, sizeMessage), 3u);
+}
+
+TEST_F(PictureFormat, ANewResolutionIsAnnouncedWithItsFirstFrame) {
+    camera.width = 80;
+    camera.height = 60;
+    camera.deliverEvent(VEX_CAMERA_EVENT_SIZE);
+    camera.deliver(7, 80, 60);
+    ASSERT_EQ(countOf(preview, sizeMessage), 2u);
+    uintptr_t width = 0;
+    for (const auto& message : preview.messages())
+        if (message.message == sizeMessage) width = message.wparam;
+    EXPECT_EQ(width, 80u);
+}
+
+TEST_F(PictureFormat, StillsAndImpossibleSizesAreNotAnnounced) {
+    camera.offersStill = true;
+    ASSERT_TRUE(context->Start(still.native(), stillMessage, 1, 0, 0).ok());
+    const size_t before = countOf(preview, sizeMessage);
+    camera.deliver(7, 64, 48, 1);
+    const std::vector<uint8_t> picture(64 * 48 * 3);
+    for (const uint32_t side : {0u, UINT32_MAX}) {
+        const vex_frame_info info = {0, side, side, 0, 0};
+        camera.frameCallback(picture.data(), &info, 0, nullptr, nullptr, 0, 0, 0, camera.context);
+    }
+    EXPECT_EQ(countOf(preview, sizeMessage), before);
+}
+
+TEST_F(PictureFormat, AStartInARegionIsNotAnnouncedTwice) {
+    cutBinAndTurn();
+    ASSERT_TRUE(context->Start(nullptr, 0, 0, 0, 0).ok());
+    const size_t before = countOf(preview, sizeMessage);
+    camera.deliver(7, 20, 30);
+    EXPECT_EQ(countOf(preview, sizeMessage), before);
+}
+
 using GrabWithoutASource = ContextFixture;
 
 TEST_F(GrabWithoutASource, IsNotDone) {
@@ -269,6 +406,19 @@ TEST_F(DeviceStill, IsRefusedWhereNoneWereWanted) {
     ASSERT_EQ(context->Start(still.native(), stillMessage, 0, 0, 0).code(), S_OK);
     EXPECT_EQ(context->Picture().StillCount(), 0u);
     EXPECT_FALSE(context->Picture().TakeStill(nullptr));
+}
+
+TEST_F(DeviceStill, ThePictureHasNeitherRawNorDeepSamples) {
+    vex_picture_format known = {};
+    ASSERT_TRUE(context->Picture().Format(known));
+    EXPECT_EQ(known.width, 8u);
+    EXPECT_EQ(known.height, 4u);
+    EXPECT_EQ(known.displayBytes, 24u * 4);
+    EXPECT_EQ(known.rawBits, 0u);
+    EXPECT_EQ(known.deepBits, 0u);
+    context->SetEsize(4 << 16 | 16, false);
+    ASSERT_TRUE(context->Picture().Format(known));
+    EXPECT_EQ(known.width, 16u);
 }
 
 TEST_F(DeviceStill, RawSamplesCannotBeHad) {

@@ -1,5 +1,7 @@
 #include <vexcap/vexcap.h>
 
+#include <cstring>
+
 #include "engine/state/engine_testing.h"
 
 namespace vexcap {
@@ -25,6 +27,33 @@ protected:
 
     vexcap_context* context = nullptr;
 };
+
+TEST_F(Exports, ThePictureFormatIsWrittenAsFarAsTheHostKnowsIt) {
+    start();
+    struct {
+        vex_picture_format format;
+        uint8_t later[16];
+    } record;
+    const auto ask = [&](uint32_t size) {
+        std::memset(&record, 0x5A, sizeof record);
+        record.format.size = size;
+        return vexcap_picture_size(context, &record.format);
+    };
+    for (const uint32_t size : {0u, 4u, 47u}) {
+        EXPECT_EQ(ask(size), 0) << size;
+        EXPECT_EQ(record.format.width, 0x5A5A5A5Au) << size;
+    }
+    for (const uint32_t size : {48u, 64u, UINT32_MAX}) {
+        ASSERT_EQ(ask(size), 1) << size;
+        EXPECT_EQ(record.format.size, 48u) << "what this version knows";
+        EXPECT_EQ(record.format.width, 64u);
+        EXPECT_EQ(record.format.height, 48u);
+        EXPECT_EQ(record.format.deepBytes, 384u * 48);
+        for (const uint8_t byte : record.later) EXPECT_EQ(byte, 0x5A);
+    }
+    EXPECT_EQ(vexcap_picture_size(context, nullptr), 0);
+    EXPECT_EQ(vexcap_picture_size(nullptr, &record.format), 0);
+}
 
 TEST_F(Exports, ThePropertyTextsAreTheTotalAndTheRateWithOneDecimal) {
     start();

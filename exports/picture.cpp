@@ -1,5 +1,9 @@
 // The exported functions for picture steps, dark field, grabs, stills and painting.
 #include "exports/exports.h"
+
+#include <algorithm>
+#include <cstring>
+
 #include "overlay/software_target.h"
 
 using namespace vexcap;
@@ -7,6 +11,15 @@ using namespace vexcap;
 namespace {
 
 IDfc* dfcOf(vexcap_context* context) { return context ? contextOf(context)->FindDfc() : nullptr; }
+
+constexpr uint32_t leastFormatSize = 48;  // of the first version
+
+/// Writes the part of a record that the host knows, too, and how many bytes that is.
+template <typename Record>
+void fillRecord(Record* target, Record source) {
+    source.size = std::min<uint32_t>(target->size, sizeof source);
+    std::memcpy(target, &source, source.size);
+}
 
 }  // namespace
 
@@ -57,6 +70,16 @@ HRESULT vexcap_dfc_export(vexcap_context* context, const vex_char* path) {
     IDfc* const dfc = dfcOf(context);
     if (!dfc || !path) return E_INVALIDARG;
     return guarded<HRESULT>(E_OUTOFMEMORY, [&] { return dfc->Export(path); });
+}
+
+int32_t vexcap_picture_size(vexcap_context* context, vex_picture_format* format) {
+    if (!format || format->size < leastFormatSize) return 0;
+    return ask(context, 0, [&](CaptureContext& c) -> int32_t {
+        vex_picture_format known;
+        if (!c.Picture().Format(known)) return 0;
+        fillRecord(format, known);
+        return 1;
+    });
 }
 
 HRESULT vexcap_put_capture(vexcap_context* context, uint32_t kind) {

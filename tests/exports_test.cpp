@@ -70,6 +70,10 @@ TEST(Exports, LeaveTheOutsAloneForANullContext) {
     std::memset(&counts, 0x5A, sizeof counts);
     before = counts;
     EXPECT_EQ(vexcap_recording(nullptr, &counts), 0);
+    vex_picture_format format = {};
+    format.size = sizeof format;
+    EXPECT_EQ(vexcap_picture_size(nullptr, &format), 0);
+    EXPECT_EQ(format.width, 0u);
     EXPECT_EQ(std::memcmp(&counts, &before, sizeof counts), 0);
 }
 
@@ -137,6 +141,10 @@ void expectNothingToSee(vexcap_context* context) {
     for (const int32_t still : {0, 1}) EXPECT_EQ(vexcap_grabber(context, bitmap, 64, 0, still, 0, 0, 0, 0), 0);
     EXPECT_EQ(vexcap_grabber(context, bitmap, INT32_MIN, -1, 0, INT32_MIN, INT32_MAX, -1, 1), 0);
     for (const uint32_t kind : {0u, 1u, 2u, 0xFFFFFFFFu}) EXPECT_EQ(vexcap_can_grabber(context, kind), 0);
+    vex_picture_format format = {};
+    format.size = sizeof format;
+    EXPECT_EQ(vexcap_picture_size(context, &format), 0);
+    EXPECT_EQ(vexcap_picture_size(context, nullptr), 0);
     EXPECT_LE(vexcap_get_pixel(context, &point, 1, rgb, nullptr), 0);
     EXPECT_EQ(rgb[0], 7);
     EXPECT_EQ(vexcap_has_stillimage(context), 0u);

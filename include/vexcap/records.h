@@ -49,6 +49,22 @@ typedef struct vex_capability {
     int64_t maxFrameInterval;  ///< 100-nanosecond units.
 } vex_capability;
 
+/// Layout of the frames that a source delivers, 48 bytes. A later version may append fields.
+typedef struct vex_picture_format {
+    uint32_t size;          ///< The caller's sizeof(vex_picture_format); becomes the number of bytes that were written.
+    uint32_t width;         ///< Pixels, after region of interest, binning and rotation.
+    uint32_t height;        ///< Pixels.
+    uint32_t displayBits;   ///< Bits a pixel of the display picture: 24.
+    uint32_t displayPitch;  ///< Bytes from one of its rows to the next, padded to four.
+    uint32_t displayBytes;  ///< Bytes of the picture: the room that vexcap_grabber needs behind the header.
+    uint32_t rawFourcc;     ///< Mosaic of raw frames from the first row in memory; 0 for mono.
+    uint32_t rawBits;       ///< Bits of a raw sample, 8 to 16; 0 where the source has no raw frames.
+    uint32_t rawPitch;      ///< Bytes from one row to the next, without padding; one byte a sample at 8 bits, else two.
+    uint32_t rawBytes;      ///< As displayBytes.
+    uint32_t deepBits;      ///< Bits of a deep sample, three samples a pixel; 0 where the source has no deep pictures.
+    uint32_t deepBytes;     ///< As displayBytes; rows are padded to four bytes.
+} vex_picture_format;
+
 /// What became of the frames of a recording. 40 bytes.
 typedef struct vex_recording_counts {
     uint32_t offered;     ///< Frames that reached the recording before its frame limit.
@@ -75,6 +91,7 @@ VEX_RECORD_ASSERT(offsetof(vex_bitmap_header, biWidth) == 4 && offsetof(vex_bitm
 VEX_RECORD_ASSERT(offsetof(vex_bitmap_header, biBitCount) == 14, "layout");
 VEX_RECORD_ASSERT(sizeof(vex_capability) == 80 && offsetof(vex_capability, inputSize) == 40, "record layout");
 VEX_RECORD_ASSERT(offsetof(vex_capability, minFrameInterval) == 64, "record layout");
+VEX_RECORD_ASSERT(sizeof(vex_picture_format) == 48 && offsetof(vex_picture_format, deepBytes) == 44, "record layout");
 VEX_RECORD_ASSERT(sizeof(vex_recording_counts) == 40 && offsetof(vex_recording_counts, bytes) == 16, "record layout");
 
 #endif

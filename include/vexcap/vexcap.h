@@ -40,7 +40,9 @@ typedef struct vexcap_context vexcap_context;
 /// @param networkLibrary  Path or name of the network camera library. It may be missing too.
 /// @param eventMessage    Posted to a context's preview window when the source has something to tell; answer it with
 ///                        vexcap_notify. wparam: the camera's event number.
-/// @param sizeMessage     Posted to the preview window when a preview was built. wparam: width, lparam: height.
+/// @param sizeMessage     Posted to the preview window when a preview was built, and when a camera's frames begin to
+///                        have another size (region of interest, binning, rotation). wparam: width, lparam: height, as
+///                        vexcap_video_size reports them; vexcap_picture_size reports the size of the frames.
 /// @param limitMessage    Posted to the preview window when a recording ended at its limit. wparam: 1.
 /// @param dfcMessage      Posted to the owner window while a dark field is captured.
 /// @param frameMessage    Posted to the preview window for each new frame. wparam: 0, or 1 for a shared texture.
@@ -157,8 +159,17 @@ VEXCAP_API uint32_t vexcap_fpreviewing(vexcap_context* context);
 /// played to its end stops and goes back to its beginning. Always 0.
 VEXCAP_API int32_t vexcap_notify(vexcap_context* context);
 
-/// Size of the picture as the source tells it, in pixels. 1, or 0 for a null context, which leaves the outs alone.
+/// Size of the whole picture of the source in its present resolution, in pixels: before region of interest, binning and
+/// rotation, see vexcap_picture_size. Null outs are skipped. 1, or 0 for a null context, which leaves the outs alone.
 VEXCAP_API int32_t vexcap_video_size(vexcap_context* context, int32_t* width, int32_t* height);
+
+/// Layout of the frames that come: their size after region of interest, binning and rotation, depths and FourCC, and
+/// the room that each kind of grab needs. As the source is set now: a frame that is on its way may still have the
+/// layout of before. The size message says when frames begin to have another size.
+/// @param format  The caller's; its `size` is set before the call, and nothing beyond it is written.
+/// @return 1; 0 for null arguments, a `size` below 48, without an open source, and when the source cannot report its
+///         size: nothing is written then.
+VEXCAP_API int32_t vexcap_picture_size(vexcap_context* context, vex_picture_format* format);
 
 /// Frames since the start and the present rate as texts (a file that went back to its beginning has counted the picture
 /// there, too), "%u" and "%.1f"; each out has room for 32 characters.
