@@ -16,7 +16,7 @@ void Recording::Prepare(const RecordingPlan& plan) {
     framesAtMost = plan.frameLimit;
     timeLapse = plan.timeLapse ? plan.timeLapse : 1;
     file = plan.fullPath;
-    frameCounter = kept = misfits = written = failures = 0;
+    frameCounter = skipped = kept = misfits = written = failures = 0;
     bytes = 0;
     lastFailure = S_OK;
 }
@@ -79,7 +79,7 @@ void Recording::Clear() {
     mode = captureIdle;
     file.clear();
     startTick = 0;
-    secondsAtMost = framesAtMost = frameCounter = kept = misfits = written = failures = 0;
+    secondsAtMost = framesAtMost = frameCounter = skipped = kept = misfits = written = failures = 0;
     bytes = 0;
 }
 
@@ -87,7 +87,6 @@ void Recording::PutGraphCounts(const AviMuxCounts& counts, uint32_t dropped) {
     written = counts.written;
     failures = counts.failures;
     misfits = dropped;
-    frameCounter = counts.written + counts.failures;
     bytes = counts.bytes;
     lastFailure = counts.lastFailure;
 }
@@ -97,7 +96,12 @@ bool Recording::LimitIsFull() const {
     return limit && kept >= limit;
 }
 
-bool Recording::IsDue() { return !LimitIsFull() && frameCounter++ % timeLapse == 0; }
+bool Recording::IsDue() {
+    if (LimitIsFull()) return false;
+    if (frameCounter++ % timeLapse == 0) return true;
+    ++skipped;
+    return false;
+}
 
 template <typename Writer>
 void Recording::Keep(Writer* writer, Bytes frame) {
@@ -161,10 +165,12 @@ bool Recording::Counts(vex_recording_counts& counts) const {
         return anyRecording;
     }
     counts = {};
-    counts.kept = mode == captureGraph ? written + failures : uint32_t(kept);
+    // Frames come meanwhile: what adds up is read once, and what follows from another number before that one.
+    const uint32_t unfit = misfits, refused = failures;
     counts.written = written;
-    counts.offered = frameCounter + misfits;
-    counts.lost = failures + misfits;
+    counts.kept = mode == captureGraph ? counts.written + refused : uint32_t(kept);
+    counts.offered = counts.kept + skipped + unfit;
+    counts.lost = refused + unfit;
     counts.bytes = bytes;
     counts.lastFailure = lastFailure;
     counts.elapsed = platform.clock.Tick() - startTick;

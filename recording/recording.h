@@ -87,9 +87,10 @@ public:
 
 private:
     bool LimitIsFull() const;
-    /// Limits and time lapse: true when this frame, which is counted as offered, is to be kept.
+    /// Limits and time lapse: true when this frame is to be kept. One that time lapse leaves out is counted.
     bool IsDue();
-    /// Counts the frame as kept and writes it, unless the recording ended while it waited for the lock.
+    /// Counts the frame as kept and writes it, unless the recording ended while the frame waited for the lock: then it
+    /// came too late to be offered.
     template <typename Writer>
     void Keep(Writer* writer, Bytes frame) VEX_REQUIRES(captureLock);
 
@@ -109,7 +110,8 @@ private:
     std::atomic<uint32_t> secondsAtMost = 0;
     std::atomic<uint32_t> framesAtMost = 0;
     std::atomic<uint32_t> timeLapse = 1;
-    std::atomic<uint32_t> frameCounter = 0;  ///< Frames offered, for the time-lapse modulus.
+    std::atomic<uint32_t> frameCounter = 0;  ///< For the time-lapse modulus.
+    std::atomic<uint32_t> skipped = 0;       ///< Frames that time lapse left out.
     std::atomic<uint32_t> kept = 0;          ///< Frames kept; one that then fails to be written still counts.
     std::atomic<uint32_t> misfits = 0;  ///< Frames of another size or depth than the file's, or lost before a graph.
     std::atomic<uint32_t> written = 0;

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/text.h"
@@ -119,6 +123,94 @@ TEST_F(RecordingTest, AFrameAfterTheCloseReachesNothing) {
     offer();
     EXPECT_EQ(counts().kept, 1u);
     EXPECT_FALSE(recording.recordsRaw());
+}
+
+/// A disk whose files take a step of the test's when they are closed.
+class SteppingDisk final : public IFileSystem {
+public:
+    SteppingDisk(IFileSystem& disk, std::function<void()> stepAtClose) : below(disk), step(std::move(stepAtClose)) {}
+
+    Result<std::unique_ptr<IFile>> Create(std::u16string_view path) override {
+        auto file = below.Create(path);
+        if (!file.ok()) return file.status();
+        return std::unique_ptr<IFile>(std::make_unique<File>(std::move(file).value(), step));
+    }
+    Result<std::unique_ptr<IFile>> Update(std::u16string_view path) override { return below.Update(path); }
+    Result<std::unique_ptr<IFile>> Open(std::u16string_view path) override { return below.Open(path); }
+    Status Remove(std::u16string_view path) override { return below.Remove(path); }
+
+private:
+    struct File final : IFile {
+        File(std::unique_ptr<IFile> opened, const std::function<void()>& stepAtClose)
+            : file(std::move(opened)), step(stepAtClose) {}
+        ~File() override { step(); }
+        Status WriteAt(uint64_t position, Bytes bytes) override { return file->WriteAt(position, bytes); }
+        Status WriteGathered(uint64_t position, std::span<const Bytes> pieces) override {
+            return file->WriteGathered(position, pieces);
+        }
+        Result<size_t> ReadAt(uint64_t position, std::span<std::byte> bytes) override {
+            return file->ReadAt(position, bytes);
+        }
+        Status Reserve(uint64_t position, uint64_t length) override { return file->Reserve(position, length); }
+        Status Resize(uint64_t size) override { return file->Resize(size); }
+        Result<uint64_t> Size() override { return file->Size(); }
+
+        const std::unique_ptr<IFile> file;
+        const std::function<void()>& step;
+    };
+
+    IFileSystem& below;
+    const std::function<void()> step;
+};
+
+/// The letter with which the system describes what a thread of this process does: 'S' while it waits.
+char stateOf(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t end = line.rfind(')');
+    return end + 2 < line.size() ? line[end + 2] : '?';
+}
+
+TEST_F(RecordingTest, AFrameThatWaitsWhileTheFileIsClosedIsNotOffered) {
+    std::atomic<pid_t> waiting = 0;
+    std::thread source;
+    Recording* late = nullptr;
+    SteppingDisk disk(fakes.files, [&] {
+        source = std::thread([&] {
+            waiting = gettid();
+            late->onRawFrame(frame.data(), 16, 4, 8);
+        });
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while ((!waiting || stateOf(waiting) != 'S') && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        EXPECT_EQ(stateOf(waiting), 'S');
+    });
+    Platform platform = fakes.portsOn(disk);
+    Recording ended{platform, playState};
+    late = &ended;
+    ended.Prepare({.fullPath = u"a.ser"});
+    ASSERT_TRUE(ended.OpenSer(u"Camera", 0, 8, 16, 4).ok());
+    ended.Begin(captureFrameSink);
+    ended.onRawFrame(frame.data(), 16, 4, 8);
+    ended.CloseFileWriters();
+    source.join();
+    vex_recording_counts counts = {};
+    ASSERT_TRUE(ended.Counts(counts));
+    EXPECT_EQ(counts.kept, 1u);
+    EXPECT_EQ(counts.lost, 0u);
+    EXPECT_EQ(counts.offered, 1u);
+}
+
+TEST_F(RecordingTest, OfferedFramesAreKeptOrSkippedOrOfAnotherSize) {
+    start({.fullPath = u"a.ser", .timeLapse = 3});
+    for (int i = 0; i < 7; ++i) offer();
+    recording.onRawFrame(frame.data(), 8, 4, 8);
+    EXPECT_EQ(counts().kept, 3u);
+    EXPECT_EQ(counts().lost, 1u);
+    EXPECT_EQ(counts().offered, 3u + 4u + 1u);
+    end();
+    EXPECT_EQ(counts().offered, 8u);
 }
 
 TEST_F(RecordingTest, ANewRecordingStartsCountingAnew) {
