@@ -296,7 +296,8 @@ void CameraRoad::OnFrame(const void* frame, const vex_frame_info* info, uint32_t
     }
     CFrameRender* const sink = (still ? road->state.stillSink : road->state.previewSink).get();
     if (!sink) return;
-    sink->ReceiveFrame(frame, raw, deep, depthFlag, tag, info->width, info->height, frameTag);
+    sink->ReceiveFrame(frame, raw, deep, depthFlag, tag, info->width, info->height, frameTag,
+                       {.numbered = true, .number = info->sequence, .timestamp = info->timestamp});
     if (!still) road->AnnounceSize(info->width, info->height);
     if (still || !road->state.graph.srcFilter || isTexture(frame) || !sink->MayBeRead(frame, info->width, info->height))
         return;

@@ -12,7 +12,8 @@ constexpr uint32_t deepBytesPerPixel = 6;
 
 }  // namespace
 
-CFrameRender* ContextPicture::StillSink() const {
+CFrameRender* ContextPicture::SinkOf(bool still) const {
+    if (!still) return state.PreviewSink();
     return state.stillSink ? state.stillSink.get() : state.graph.stillRender.get();
 }
 
@@ -46,8 +47,10 @@ bool ContextPicture::Format(vex_picture_format& format) const {
 }
 
 bool ContextPicture::Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool still, const OverlayMargins& margins) {
-    CFrameRender* const sink = still ? StillSink() : state.PreviewSink();
-    if (!sink || sink->GetImage(bitmap, capacity, kind) < 0) return false;
+    CFrameRender* const sink = SinkOf(still);
+    if (!sink || sink->GrabImage(bitmap, capacity, kind, state.lastGrab.stamp) < 0) return false;
+    state.lastGrab.any = true;
+    state.lastGrab.still = still;
     vex_bitmap_header header;
     std::memcpy(&header, bitmap, sizeof header);
     if (kind == VEX_GRAB_DISPLAY && header.biBitCount == 24 && state.marker && markerSettings().CaptureAfter())
@@ -55,9 +58,21 @@ bool ContextPicture::Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool
     return true;
 }
 
-bool ContextPicture::CanGrab(uint32_t kind) const {
-    CFrameRender* const sink = state.PreviewSink();
-    return sink && sink->GetImage(nullptr, 0, kind) >= 0;
+uint32_t ContextPicture::GrabRoom(uint32_t kind, bool still) const {
+    CFrameRender* const sink = SinkOf(still);
+    return sink ? uint32_t(sink->ImageBytes(kind)) : 0;
+}
+
+bool ContextPicture::LastGrab(vex_grab_info& info) const {
+    const auto& [any, isStill, stamp] = state.lastGrab;
+    if (!any) return false;
+    info = {.size = sizeof info,
+            .still = isStill,
+            .age = state.engine.platform->clock.Tick() - stamp.tick,
+            .numbered = stamp.numbered,
+            .number = stamp.number,
+            .timestamp = stamp.timestamp};
+    return true;
 }
 
 int32_t ContextPicture::GetPixels(const vex_point* points, uint32_t count, uint16_t* rgb, uint32_t* maximum) const {

@@ -18,7 +18,11 @@ public:
     bool Format(vex_picture_format& format) const;
     HRESULT PutCapture(uint32_t kind) { return road ? road->PutCapture(kind).code() : E_UNEXPECTED; }
     bool Grab(uint8_t* bitmap, int32_t capacity, uint32_t kind, bool still, const OverlayMargins& margins);
-    bool CanGrab(uint32_t kind) const;
+    /// Bytes of the picture that a grab would copy now; 0 where there is none.
+    uint32_t GrabRoom(uint32_t kind, bool still) const;
+    bool CanGrab(uint32_t kind) const { return GrabRoom(kind, false) != 0; }
+    /// About the picture of the last grab; false before the first.
+    bool LastGrab(vex_grab_info& info) const;
     int32_t GetPixels(const vex_point* points, uint32_t count, uint16_t* rgb, uint32_t* maximum) const;
 
     uint32_t StillCount() const { return road ? road->StillCount() : 0; }
@@ -37,7 +41,7 @@ private:
         uint32_t width;
         uint32_t height;
     };
-    CFrameRender* StillSink() const;
+    CFrameRender* SinkOf(bool still) const;
     Size SizeToDraw(CFrameRender& sink, Size told) const;
 
     ContextState& state;

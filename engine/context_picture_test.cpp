@@ -64,6 +64,47 @@ TEST_F(Grab, CanBeAskedForWithoutABitmap) {
     camera.deliver(7, 64, 48);
     EXPECT_TRUE(context->Picture().CanGrab(VEX_GRAB_DISPLAY));
     EXPECT_FALSE(context->Picture().CanGrab(VEX_GRAB_RAW));
+    EXPECT_FALSE(context->Picture().CanGrab(VEX_GRAB_DEEP));
+}
+
+TEST_F(Grab, CanBeAskedForAsItWouldSucceed) {
+    for (const uint32_t bits : {8u, 12u}) {
+        camera.bitDepth = bits;
+        ASSERT_TRUE(context->Start(nullptr, 0, 0, 0, 0).ok());
+        for (const uint32_t wanted : {VEX_GRAB_DISPLAY, VEX_GRAB_RAW, VEX_GRAB_DEEP}) {
+            context->Picture().PutCapture(wanted);
+            camera.deliver(7, 64, 48);
+            camera.deliver(7, 64, 48);
+            for (const uint32_t kind : {VEX_GRAB_DISPLAY, VEX_GRAB_RAW, VEX_GRAB_DEEP}) {
+                const Grabbed picture = grab(*context, kind);
+                EXPECT_EQ(context->Picture().CanGrab(kind), picture.done) << bits << ", " << wanted << ", " << kind;
+                EXPECT_EQ(context->Picture().GrabRoom(kind, false), picture.done ? picture.header.biSizeImage : 0)
+                    << bits << ", " << wanted << ", " << kind;
+            }
+        }
+    }
+}
+
+TEST_F(Grab, IsToldItsNumberItsTimeAndItsAge) {
+    vex_grab_info info = {};
+    camera.deliver(7, 64, 48);
+    EXPECT_FALSE(context->Picture().LastGrab(info)) << "nothing was grabbed";
+    camera.sequence = 41;
+    camera.timestamp = 123'456'789'012;
+    camera.deliver(9, 64, 48);
+    fakes.clock.advance(250);
+    ASSERT_TRUE(grab(*context).done);
+    camera.sequence = 42;
+    camera.deliver(11, 64, 48);
+    fakes.clock.advance(50);
+    EXPECT_FALSE(grab(*context, VEX_GRAB_RAW).done);
+    ASSERT_TRUE(context->Picture().LastGrab(info));
+    EXPECT_EQ(info.size, 32u);
+    EXPECT_EQ(info.still, 0u);
+    EXPECT_EQ(info.age, 300u);
+    EXPECT_EQ(info.numbered, 1u);
+    EXPECT_EQ(info.number, 41u) << "the frame that was copied, not the last one that came";
+    EXPECT_EQ(info.timestamp, 123'456'789'012u);
 }
 
 TEST_F(Grab, GetsTheOverlayAndThePreviewDoesNot) {
@@ -329,6 +370,25 @@ TEST_F(CameraStill, IsAskedOfTheCameraAndComesByMessage) {
     EXPECT_FALSE(grab(*context).done);
 }
 
+TEST_F(CameraStill, HasItsOwnRoomAndItsOwnNumber) {
+    EXPECT_EQ(context->Picture().GrabRoom(VEX_GRAB_DISPLAY, true), 0u);
+    camera.sequence = 5;
+    camera.deliver(5, 128, 96, 1);
+    camera.sequence = 6;
+    camera.deliver(5, 64, 48);
+    EXPECT_EQ(context->Picture().GrabRoom(VEX_GRAB_DISPLAY, true), 128u * 96 * 3);
+    EXPECT_EQ(context->Picture().GrabRoom(VEX_GRAB_DISPLAY, false), 64u * 48 * 3);
+    vex_grab_info info = {};
+    ASSERT_TRUE(grab(*context, VEX_GRAB_DISPLAY, true).done);
+    ASSERT_TRUE(context->Picture().LastGrab(info));
+    EXPECT_EQ(info.still, 1u);
+    EXPECT_EQ(info.number, 5u);
+    ASSERT_TRUE(grab(*context).done);
+    ASSERT_TRUE(context->Picture().LastGrab(info));
+    EXPECT_EQ(info.still, 0u);
+    EXPECT_EQ(info.number, 6u);
+}
+
 TEST_F(CameraStill, HasTheScaleBarOfStills) {
     context->Overlay().SetTxt({.MarkerPos = VEX_CORNER_TOP_LEFT, .Scale = 1, .ScaleColor = 0xFFFFFF});
     context->Overlay().SetScale({.videoLength = 0, .stillLength = 40, .stillText = u"", .powerText = u""});
@@ -426,6 +486,17 @@ TEST_F(DeviceStill, RawSamplesCannotBeHad) {
     show(10);
     EXPECT_FALSE(grab(*context, VEX_GRAB_RAW).done);
     EXPECT_EQ(grab(*context).pixels, evenly(10, 8 * 4 * 3));
+}
+
+TEST_F(DeviceStill, FramesOfADeviceHaveNoNumber) {
+    show(10);
+    ASSERT_TRUE(grab(*context).done);
+    fakes.clock.advance(40);
+    vex_grab_info info = {};
+    ASSERT_TRUE(context->Picture().LastGrab(info));
+    EXPECT_EQ(info.numbered, 0u);
+    EXPECT_EQ(info.timestamp, 0u);
+    EXPECT_EQ(info.age, 40u);
 }
 
 }  // namespace context_picture_test

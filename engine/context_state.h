@@ -31,6 +31,13 @@ struct SavedDark {
     bool on = false;
 };
 
+/// The picture that a host was given last.
+struct LastGrab {
+    bool any = false;
+    bool still = false;
+    FrameStamp stamp;
+};
+
 /// Written by the host's thread; what frame threads read or write too is atomic.
 struct ContextState {
     explicit ContextState(EngineState& engineState)
@@ -88,6 +95,7 @@ struct ContextState {
     uint32_t flip = 0;  ///< Bit 0 left and right, bit 1 top and bottom.
     uint32_t chrome = 0;
     uint32_t negative = 0;
+    LastGrab lastGrab;
     SavedDark savedDark;  ///< Over a rebuild of the graph.
 
     std::unique_ptr<CMarker> marker;  ///< Of preview, stills and frame-sink recordings; null for files.

@@ -12,7 +12,9 @@ namespace {
 
 IDfc* dfcOf(vexcap_context* context) { return context ? contextOf(context)->FindDfc() : nullptr; }
 
-constexpr uint32_t leastFormatSize = 48;  // of the first version
+// Of the first versions of records that may grow.
+constexpr uint32_t leastFormatSize = 48;
+constexpr uint32_t leastGrabInfoSize = 32;
 
 /// Writes the part of a record that the host knows, too, and how many bytes that is.
 template <typename Record>
@@ -97,6 +99,18 @@ int32_t vexcap_grabber(vexcap_context* context, void* bitmap, int32_t capacity, 
 
 int32_t vexcap_can_grabber(vexcap_context* context, uint32_t kind) {
     return context && contextOf(context)->Picture().CanGrab(kind);
+}
+
+int32_t vexcap_grab_room(vexcap_context* context, uint32_t kind, int32_t still) {
+    return context ? int32_t(contextOf(context)->Picture().GrabRoom(kind, still)) : 0;
+}
+
+int32_t vexcap_grab_info(vexcap_context* context, vex_grab_info* info) {
+    if (!context || !info || info->size < leastGrabInfoSize) return 0;
+    vex_grab_info known;
+    if (!contextOf(context)->Picture().LastGrab(known)) return 0;
+    fillRecord(info, known);
+    return 1;
 }
 
 int32_t vexcap_get_pixel(vexcap_context* context, const vex_point* points, uint32_t count, uint16_t* rgb,

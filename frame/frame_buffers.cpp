@@ -100,6 +100,18 @@ HRESULT CFrameRender::GetImage(void* bitmap, int32_t capacity, uint32_t kind) {
     return grabImage(pictures, pixels, bitmap, capacity, kind);
 }
 
+uint64_t CFrameRender::ImageBytes(uint32_t kind) {
+    const RecursiveMutexGuard guard(frameLock);
+    return grabBytes(pictures, kind);
+}
+
+HRESULT CFrameRender::GrabImage(void* bitmap, int32_t capacity, uint32_t kind, FrameStamp& stamp) {
+    const RecursiveMutexGuard guard(frameLock);
+    const HRESULT result = grabImage(pictures, pixels, bitmap, capacity, kind);
+    if (result >= 0) stamp = pictures.stamp();
+    return result;
+}
+
 int32_t CFrameRender::GetPixels(const vex_point* points, uint32_t count, uint16_t* values, uint32_t* maximum) {
     if (!points || !values) return 0;
     const RecursiveMutexGuard guard(frameLock);

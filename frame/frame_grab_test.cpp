@@ -99,13 +99,48 @@ TEST(GetImage, AnyOtherKindFails) {
 
 TEST(GetImage, AQuestionIsAnsweredByWhatIsThere) {
     FullRig all;
-    for (const uint32_t kind : {0u, 1u, 2u, 3u}) EXPECT_EQ(all.sink.GetImage(nullptr, 0, kind), S_FALSE);
+    for (const uint32_t kind : {0u, 1u, 2u}) EXPECT_EQ(all.sink.GetImage(nullptr, 0, kind), S_FALSE);
+    EXPECT_EQ(all.sink.GetImage(nullptr, 0, 3), E_POINTER);
     SinkRig displayOnly(SinkMode::Pooled);
     displayOnly.setVideoSize(width, height);
     displayOnly.deliver(picture(width, height, 1), width, height);
     EXPECT_EQ(displayOnly.sink.GetImage(nullptr, 0, 0), S_FALSE);
     EXPECT_EQ(displayOnly.sink.GetImage(nullptr, 0, 1), E_POINTER);
-    EXPECT_EQ(displayOnly.sink.GetImage(nullptr, 0, 2), S_FALSE);
+    EXPECT_EQ(displayOnly.sink.GetImage(nullptr, 0, 2), E_POINTER);
+}
+
+TEST(GetImage, ItsBytesAreKnownBefore) {
+    FullRig rig;
+    for (const Expected& expected : expectedOf(rig))
+        EXPECT_EQ(rig.sink.ImageBytes(expected.kind), expected.pixels.size()) << expected.kind;
+    EXPECT_EQ(rig.sink.ImageBytes(3), 0u);
+    SinkRig empty(SinkMode::Pooled);
+    empty.setVideoSize(width, height);
+    for (const uint32_t kind : {0u, 1u, 2u}) EXPECT_EQ(empty.sink.ImageBytes(kind), 0u) << kind;
+}
+
+TEST(GetImage, TheStampIsThatOfThePictureInEachMode) {
+    for (const SinkMode mode : {SinkMode::Pooled, SinkMode::Owned, SinkMode::Copying}) {
+        SinkRig rig(mode);
+        rig.setVideoSize(width, height);
+        const Bytes cells = picture(width, height, 1);
+        void* display = nullptr;
+        rig.sink.NextBuffers(&display, nullptr, nullptr);
+        const void* const frame = display ? display : cells.data();
+        rig.clock.setMilliseconds(1234);
+        rig.sink.ReceiveFrame(frame, nullptr, nullptr, 0, 0, width, height, 0,
+                              {.numbered = true, .number = 17, .timestamp = 99});
+        rig.clock.advance(50);
+        Bytes bitmap(40 + 48);
+        FrameStamp stamp;
+        EXPECT_EQ(rig.sink.GrabImage(bitmap.data(), 47, 0, stamp), VEX_E_INSUFFICIENT_BUFFER);
+        EXPECT_FALSE(stamp.numbered) << "no picture, no stamp";
+        ASSERT_EQ(rig.sink.GrabImage(bitmap.data(), 48, 0, stamp), S_OK);
+        EXPECT_EQ(stamp.tick, 1234u);
+        EXPECT_TRUE(stamp.numbered);
+        EXPECT_EQ(stamp.number, 17u);
+        EXPECT_EQ(stamp.timestamp, 99u);
+    }
 }
 
 TEST(GetImage, FourBytesAPixelArePackedToThree) {

@@ -42,7 +42,7 @@ struct IFrameInfo : IVexUnknown {
     /// Writes a vex_bitmap_header and the pixels behind it. `kind`: 0 display picture, 24 bits a pixel; 1 raw frame;
     /// 2 frame of three 16-bit samples a pixel. `capacity` counts the bytes behind the header. E_FAIL without such a
     /// picture, VEX_E_INSUFFICIENT_BUFFER when it does not fit: nothing is written then. With a null bitmap S_FALSE
-    /// says that there is a picture and E_POINTER that there is none.
+    /// says that there is a picture of this kind and E_POINTER that there is none.
     virtual HRESULT GetImage(void* bitmap, int32_t capacity, uint32_t kind) = 0;
     /// Writes red, green, blue of each point that lies in the picture, in the order of the points and without gaps, and
     /// gives how many it wrote. `maximum` becomes the largest value of a sample where that is known, and may be null.

@@ -125,14 +125,17 @@ HRESULT CFrameRender::PutThrottleOff(bool off) {
 }
 
 void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const void* deepFrame, uint32_t depthFlag,
-                                uint32_t tag, uint32_t frameWidth, uint32_t frameHeight, uint64_t opaqueTag) {
+                                uint32_t tag, uint32_t frameWidth, uint32_t frameHeight, uint64_t opaqueTag,
+                                FrameStamp stamp) {
     if (!frame) return;
-    if (isTexture(frame)) return AnnounceTexture();
+    stamp.tick = clock.Tick();
+    if (isTexture(frame)) return AnnounceTexture(stamp);
     const Trigger gate = trigger.load(std::memory_order_relaxed);
     if (gate.on != 0 && gate.count == 0) return;
-    const bool invalidate = CountFrame(clock.Tick());
+    const bool invalidate = CountFrame(stamp.tick);
 
-    const SourceFrame incoming{frame, rawFrame, deepFrame, depthFlag != 0, tag, {frameWidth, frameHeight}, opaqueTag};
+    const SourceFrame incoming{frame,     rawFrame, deepFrame, depthFlag != 0, tag, {frameWidth, frameHeight},
+                               opaqueTag, stamp};
     const Listeners told = CurrentListeners();
     if (told.stitch.call) told.stitch.call(told.stitch.context, frame, frameWidth, frameHeight, hookConstant);
     if (told.stack.call) {
@@ -144,8 +147,9 @@ void CFrameRender::ReceiveFrame(const void* frame, const void* rawFrame, const v
         told.frame.call(told.frame.context, frame, frameWidth, frameHeight);
 }
 
-void CFrameRender::AnnounceTexture() {
+void CFrameRender::AnnounceTexture(const FrameStamp& stamp) {
     const RecursiveMutexGuard guard(frameLock);
+    pictures.takeTexture(stamp);
     if (pictures.texture() && notify.set()) notify.window->post(notify.window, notify.message, 1, 0);
 }
 

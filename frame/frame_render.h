@@ -62,9 +62,14 @@ public:
     // For its owner
 
     /// A frame came. `frame` is the picture, or the value of isTexture(); null is no frame. `raw` and `deep` may be
-    /// null. A size of 0, 0 stands for the stored one. Source thread.
+    /// null. A size of 0, 0 stands for the stored one. The sink sets the stamp's tick. Source thread.
     void ReceiveFrame(const void* frame, const void* raw, const void* deep, uint32_t depthFlag, uint32_t tag,
-                      uint32_t frameWidth, uint32_t frameHeight, uint64_t frameTag) VEX_EXCLUDES(frameLock);
+                      uint32_t frameWidth, uint32_t frameHeight, uint64_t frameTag, FrameStamp stamp = {})
+        VEX_EXCLUDES(frameLock);
+    /// Bytes that GetImage would write behind the header now; 0 where there is no such picture.
+    uint64_t ImageBytes(uint32_t kind) VEX_EXCLUDES(frameLock);
+    /// GetImage, and the stamp of the picture that it wrote.
+    HRESULT GrabImage(void* bitmap, int32_t capacity, uint32_t kind, FrameStamp& stamp) VEX_EXCLUDES(frameLock);
     /// See PictureStore::mayBeRead. Source thread.
     bool MayBeRead(const void* frame, uint32_t frameWidth, uint32_t frameHeight) VEX_EXCLUDES(frameLock);
     /// See PictureStore::lend. Source thread.
@@ -116,7 +121,7 @@ private:
         bool set() const { return window && message != 0; }
     };
 
-    void AnnounceTexture() VEX_EXCLUDES(frameLock);
+    void AnnounceTexture(const FrameStamp& stamp) VEX_EXCLUDES(frameLock);
     void KeepBehindHook(const SourceFrame& frame) VEX_EXCLUDES(frameLock);
     void Show(const SourceFrame& frame, bool invalidate) VEX_EXCLUDES(frameLock);
     void Feed(PictureSize size, const uint8_t* fed) VEX_EXCLUDES(frameLock);

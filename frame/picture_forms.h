@@ -52,6 +52,14 @@ private:
     uint64_t largestBytes(uint32_t pixelBytes) const;
 };
 
+/// Where a frame comes from, as far as its source reports it.
+struct FrameStamp {
+    uint32_t tick = 0;       ///< At which the sink got it.
+    bool numbered = false;   ///< The source numbers its frames.
+    uint64_t number = 0;     ///< Of the sensor's frame since the start of the stream.
+    uint64_t timestamp = 0;  ///< Start of the exposure, 100-nanosecond units of the source's steady clock; 0: unknown.
+};
+
 /// One frame as its source hands it over. The pointers are good during the call.
 struct SourceFrame {
     const void* display;
@@ -61,6 +69,7 @@ struct SourceFrame {
     uint32_t rawTag;   ///< Format of the raw picture.
     PictureSize size;  ///< An empty one stands for the size that is stored.
     uint64_t frameTag;
+    FrameStamp stamp = {};
 };
 
 /// What a source was lent for its next frame. The buffers live on here when the store makes others.

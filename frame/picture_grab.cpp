@@ -65,13 +65,6 @@ HRESULT readTexture(ISharedTexture& texture, PictureSize size, Read read) {
     return status.ok() && done ? S_OK : E_UNEXPECTED;
 }
 
-HRESULT canGrab(const PictureStore& pictures, uint32_t kind) {
-    const bool there = kind == uint32_t(PictureKind::Raw)
-                           ? pictures.readableRaw() != nullptr
-                           : pictures.readableDisplay() || pictures.readableDeep() || pictures.texture();
-    return there ? S_FALSE : E_POINTER;
-}
-
 HRESULT grabDisplay(const PictureStore& pictures, const PixelKernels& kernels, uint8_t* bitmap, int64_t capacity) {
     const uint8_t* const picture = pictures.readableDisplay();
     if (!picture) return E_FAIL;
@@ -132,9 +125,24 @@ int32_t readBackPixels(ISharedTexture& texture, PictureSize size, const vex_poin
 
 }  // namespace
 
+uint64_t grabBytes(const PictureStore& pictures, uint32_t kind) {
+    const auto [width, height] = pictures.size();
+    const uint64_t display = pictureBytes(width, height, bitmapBytesPerPixel);
+    if (pictures.texture()) return display == unholdable ? 0 : display;
+    switch (PictureKind(kind)) {
+        case PictureKind::Display:
+            return pictures.readableDisplay() ? display : 0;
+        case PictureKind::Raw:
+            return pictures.readableRaw() ? packedBytes(width, height, rawSampleBytes(pictures.rawDepth())) : 0;
+        case PictureKind::Deep:
+            return pictures.readableDeep() ? pictureBytes(width, height, deepBytesPerPixel) : 0;
+    }
+    return 0;
+}
+
 HRESULT grabImage(const PictureStore& pictures, const PixelKernels& kernels, void* bitmap, int32_t capacity,
                   uint32_t kind) {
-    if (!bitmap) return canGrab(pictures, kind);
+    if (!bitmap) return grabBytes(pictures, kind) ? S_FALSE : E_POINTER;
     uint8_t* const target = static_cast<uint8_t*>(bitmap);
     if (ISharedTexture* const texture = pictures.texture())
         return readBackImage(*texture, pictures.size(), kernels, target, capacity);

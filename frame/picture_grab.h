@@ -10,7 +10,10 @@
 
 namespace vexcap {
 
-/// See IFrameInfo::GetImage. The store's lock is held by the caller.
+/// Bytes that grabImage would write behind the header now; 0 where there is no such picture. The store's lock is held
+/// by the caller, here and below.
+uint64_t grabBytes(const PictureStore& pictures, uint32_t kind);
+/// See IFrameInfo::GetImage.
 HRESULT grabImage(const PictureStore& pictures, const PixelKernels& kernels, void* bitmap, int32_t capacity,
                   uint32_t kind);
 /// See IFrameInfo::GetPixels; `points` and `values` are there.

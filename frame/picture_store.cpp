@@ -70,19 +70,20 @@ bool PictureStore::take(const SourceFrame& frame) {
     });
     if (!taken) return false;
     sizes.present = size;
-    keepRawTags(frame);
+    keepTags(frame);
     return true;
 }
 
 void PictureStore::takeBehindHook(const SourceFrame& frame) {
     const uint64_t bytes = pictureBytes(frame.size.width, frame.size.height, sizes.bytesPerPixel);
     if (withForm([&](auto& kept) { return kept.takeBehindHook(frame, bytes); })) sizes.present = frame.size;
-    keepRawTags(frame);
+    keepTags(frame);
 }
 
-void PictureStore::keepRawTags(const SourceFrame& frame) {
+void PictureStore::keepTags(const SourceFrame& frame) {
     tags.raw = frame.rawTag;
     tags.rawDepth = frame.fullDepth ? sizes.sensorDepth : 8;
+    tags.stamp = frame.stamp;
 }
 
 PixelBuffer PictureStore::feedTarget() {

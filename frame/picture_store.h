@@ -71,6 +71,8 @@ public:
     bool mayBeRead(const void* frame, PictureSize frameSize) const;
     /// Takes a frame as the present picture. False where it has no size or no room: nothing changes then.
     bool take(const SourceFrame& frame);
+    /// A new picture is in the texture.
+    void takeTexture(const FrameStamp& stamp) { tags.stamp = stamp; }
     /// Takes what a hook leaves of a frame: its size where that fits, and its raw picture.
     void takeBehindHook(const SourceFrame& frame);
     /// Where the result of a hook is written, an empty buffer for nowhere. While a pooled store shows nothing this is
@@ -99,6 +101,8 @@ public:
     uint32_t rawTag() const { return tags.raw; }
     /// The host's own number of the present picture; 0 for previews.
     uint64_t frameTag() const { return tags.frame; }
+    /// Of the frame that was taken last.
+    const FrameStamp& stamp() const { return tags.stamp; }
     /// Where the display picture lives in a texture, else null.
     ISharedTexture* texture() const;
     /// What a camera library is offered; three nulls without a texture.
@@ -109,6 +113,7 @@ private:
         uint32_t raw = 0;
         uint32_t rawDepth = 8;
         uint64_t frame = 0;
+        FrameStamp stamp;
     };
 
     /// Calls `work` with the form by its type.
@@ -123,7 +128,7 @@ private:
     const uint8_t* display() const;
     const uint8_t* readable(PictureKind kind, uint64_t bytes) const;
     PictureSize sizeOf(PictureSize told) const;
-    void keepRawTags(const SourceFrame& frame);
+    void keepTags(const SourceFrame& frame);
 
     std::variant<PooledPictures, OwnedPictures, CopiedPicture, TexturePicture> form;
     PictureSizes sizes;

@@ -145,6 +145,12 @@ void expectNothingToSee(vexcap_context* context) {
     format.size = sizeof format;
     EXPECT_EQ(vexcap_picture_size(context, &format), 0);
     EXPECT_EQ(vexcap_picture_size(context, nullptr), 0);
+    for (const int32_t still : {0, 1})
+        for (const uint32_t kind : {0u, 1u, 2u, 0xFFFFFFFFu}) EXPECT_EQ(vexcap_grab_room(context, kind, still), 0);
+    vex_grab_info info = {};
+    info.size = sizeof info;
+    EXPECT_EQ(vexcap_grab_info(context, &info), 0);
+    EXPECT_EQ(vexcap_grab_info(context, nullptr), 0);
     EXPECT_LE(vexcap_get_pixel(context, &point, 1, rgb, nullptr), 0);
     EXPECT_EQ(rgb[0], 7);
     EXPECT_EQ(vexcap_has_stillimage(context), 0u);

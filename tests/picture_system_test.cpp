@@ -57,5 +57,31 @@ TEST_F(Pictures, TheirFormatAndTheSizeMessageFollowTheRegion) {
     EXPECT_EQ(sensorHeight, height);
 }
 
+TEST_F(Pictures, AGrabHasTheRoomTheNumberAndTheTimeThatAreTold) {
+    ASSERT_EQ(vexcap_put_capture(context.get(), VEX_GRAB_DEEP), S_OK);
+    ASSERT_TRUE(window.pumpUntil([&] { return vexcap_can_grabber(context.get(), VEX_GRAB_DEEP) == 1; }, patience));
+    EXPECT_EQ(vexcap_can_grabber(context.get(), VEX_GRAB_RAW), 0);
+    EXPECT_EQ(vexcap_grab_room(context.get(), VEX_GRAB_RAW, 0), 0);
+    const int32_t room = vexcap_grab_room(context.get(), VEX_GRAB_DEEP, 0);
+    EXPECT_EQ(uint32_t(room), format().deepBytes);
+    std::vector<uint8_t> bitmap(sizeof(vex_bitmap_header) + size_t(room));
+    vex_grab_info first = {}, second = {};
+    first.size = second.size = sizeof first;
+    EXPECT_EQ(vexcap_grab_info(context.get(), &first), 0) << "nothing was grabbed yet";
+    EXPECT_EQ(vexcap_grabber(context.get(), bitmap.data(), room - 1, VEX_GRAB_DEEP, 0, 0, 0, 0, 0), 0);
+    ASSERT_EQ(vexcap_grabber(context.get(), bitmap.data(), room, VEX_GRAB_DEEP, 0, 0, 0, 0, 0), 1);
+    ASSERT_EQ(vexcap_grab_info(context.get(), &first), 1);
+    EXPECT_EQ(first.numbered, 1u);
+    EXPECT_NE(first.timestamp, 0u);
+    EXPECT_LT(first.age, uint32_t(patience));
+    do {
+        ASSERT_TRUE(window.pumpUntilMessage(frameMessage, patience));
+        ASSERT_EQ(vexcap_grabber(context.get(), bitmap.data(), room, VEX_GRAB_DEEP, 0, 0, 0, 0, 0), 1);
+        ASSERT_EQ(vexcap_grab_info(context.get(), &second), 1);
+    } while (second.number == first.number);
+    EXPECT_GT(second.number, first.number);
+    EXPECT_GT(second.timestamp, first.timestamp);
+}
+
 }  // namespace picture_system_test
 }  // namespace vexcap::test

@@ -65,6 +65,18 @@ typedef struct vex_picture_format {
     uint32_t deepBytes;     ///< As displayBytes; rows are padded to four bytes.
 } vex_picture_format;
 
+/// About the picture that vexcap_grabber copied last, 32 bytes. A later version may append fields.
+typedef struct vex_grab_info {
+    uint32_t size;      ///< The caller's sizeof(vex_grab_info); becomes the number of bytes that were written.
+    uint32_t still;     ///< 1 when it was the last still, 0 when it was a picture of the preview.
+    uint32_t age;       ///< Milliseconds from the arrival of the frame to this call: the wall clock now, less these, is
+                        ///< when it came.
+    uint32_t numbered;  ///< 1 where the source numbers its frames, as cameras of a camera library do.
+    uint64_t number;    ///< Number of the sensor's frame since the start of the preview, from 0; see `numbered`.
+    uint64_t timestamp;  ///< Start of its exposure in 100-nanosecond units of a steady clock of the camera, whose zero
+                         ///< is anywhere: good for differences. 0 when unknown.
+} vex_grab_info;
+
 /// What became of the frames of a recording. 40 bytes.
 typedef struct vex_recording_counts {
     uint32_t offered;     ///< Frames that reached the recording before its frame limit.
@@ -92,6 +104,7 @@ VEX_RECORD_ASSERT(offsetof(vex_bitmap_header, biBitCount) == 14, "layout");
 VEX_RECORD_ASSERT(sizeof(vex_capability) == 80 && offsetof(vex_capability, inputSize) == 40, "record layout");
 VEX_RECORD_ASSERT(offsetof(vex_capability, minFrameInterval) == 64, "record layout");
 VEX_RECORD_ASSERT(sizeof(vex_picture_format) == 48 && offsetof(vex_picture_format, deepBytes) == 44, "record layout");
+VEX_RECORD_ASSERT(sizeof(vex_grab_info) == 32 && offsetof(vex_grab_info, number) == 16, "record layout");
 VEX_RECORD_ASSERT(sizeof(vex_recording_counts) == 40 && offsetof(vex_recording_counts, bytes) == 16, "record layout");
 
 #endif

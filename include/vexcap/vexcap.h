@@ -252,8 +252,21 @@ VEXCAP_API HRESULT vexcap_put_capture(vexcap_context* context, uint32_t kind);
 VEXCAP_API int32_t vexcap_grabber(vexcap_context* context, void* bitmap, int32_t capacity, int32_t kind, int32_t still,
                                   int32_t left, int32_t top, int32_t right, int32_t bottom);
 
-/// 1 when there is a picture that vexcap_grabber could copy.
+/// 1 when a grab of this kind would copy a picture of the preview now: VEX_GRAB_RAW and VEX_GRAB_DEEP need
+/// vexcap_put_capture and a frame that came after it.
 VEXCAP_API int32_t vexcap_can_grabber(vexcap_context* context, uint32_t kind);
+
+/// Bytes of the picture that vexcap_grabber would copy now: the `capacity` that it needs behind the header.
+/// vexcap_picture_size reports the same for the frames to come, before there is one.
+/// @param kind   VEX_GRAB_...
+/// @param still  Non-zero: the still.
+/// @return 0 for a null context and where there is no such picture.
+VEXCAP_API int32_t vexcap_grab_room(vexcap_context* context, uint32_t kind, int32_t still);
+
+/// Number, time and age of the picture that the last successful vexcap_grabber of this context copied.
+/// @param info  The caller's; its `size` is set before the call, and nothing beyond it is written.
+/// @return 1; 0 for null arguments, a `size` below 32, and before the first grab: nothing is written then.
+VEXCAP_API int32_t vexcap_grab_info(vexcap_context* context, vex_grab_info* info);
 
 /// Reads points of the present picture.
 /// @param points   From the top left; those outside are left out, without a gap in `rgb`.

@@ -40,6 +40,8 @@ public:
     std::map<uint32_t, uint32_t> largestRates = {{0, 30}};  ///< By resolution.
     uint32_t exposure = 0;                                  ///< Microseconds, 0 when it cannot be told.
     HRESULT snapResult = S_OK;
+    uint32_t sequence = 0;   ///< Number of the next frame.
+    uint64_t timestamp = 0;  ///< Of the next frame.
 
     // What was asked.
     std::vector<std::string> calls;
@@ -69,7 +71,7 @@ public:
         if (display) std::memset(display, fill, pixels * 3);
         if (raw) std::memset(raw, fill, pixels * (bitDepth > 8 ? 2 : 1));
         if (deep) std::memset(deep, fill, pixels * 6);
-        const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
+        const vex_frame_info info = {sequence, frameWidth, frameHeight, 0, timestamp};
         frameCallback(display, &info, still, raw, deep, bitDepth > 8, rawFourcc, 7, context);
     }
     void deliverLoss() { frameCallback(nullptr, nullptr, 0, nullptr, nullptr, 0, 0, 0, context); }
