@@ -85,6 +85,19 @@ TEST(Exports, GiveNoCapabilitiesForNullArguments) {
     EXPECT_EQ(vexcap_get_stillimage_capability(nullptr, &out), 0);
 }
 
+TEST(Exports, ConvertTextWhateverTheLocale) {
+    char narrow[8];
+    vex_char wide[8];
+    EXPECT_EQ(vexcap_utf8_from_utf16(u"50 µm", narrow, sizeof narrow), 6u);
+    EXPECT_STREQ(narrow, "50 µm");
+    EXPECT_EQ(vexcap_utf16_from_utf8(narrow, wide, 8), 5u);
+    EXPECT_EQ(std::u16string(wide), u"50 µm");
+    EXPECT_EQ(vexcap_utf8_from_utf16(u"50 µm", narrow, 5), 6u);
+    EXPECT_STREQ(narrow, "50 ") << "the sign for micro has two bytes";
+    EXPECT_EQ(vexcap_utf8_from_utf16(nullptr, nullptr, 99), 0u);
+    EXPECT_EQ(vexcap_utf16_from_utf8(nullptr, nullptr, 99), 0u);
+}
+
 TEST(Exports, FreeNullWithoutHarm) {
     vexcap_free_dsvi(nullptr);
     vexcap_free_capability(nullptr);

@@ -7,7 +7,7 @@
 /// Threads: every function here is called on one thread, the host's, the one that runs the timers of its windows.
 /// Null: every function takes null for the context, and for each out pointer unless told else. A null context gives 0,
 /// null or nothing unless told else.
-/// Text is UTF-16. Ticks are milliseconds of a steady clock that wraps at 32 bits.
+/// Text is UTF-16; vexcap/text.h converts it. Ticks are milliseconds of a steady clock that wraps at 32 bits.
 #ifndef VEXCAP_VEXCAP_H
 #define VEXCAP_VEXCAP_H
 
@@ -17,6 +17,7 @@
 #include <vexcap/records.h>
 #include <vexcap/report.h>
 #include <vexcap/settings.h>
+#include <vexcap/text.h>
 #include <vexcap/types.h>
 #include <vexcap/version.h>
 #include <vexcap/window.h>
