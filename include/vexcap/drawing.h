@@ -57,8 +57,10 @@ enum {
 #ifdef __cplusplus
 }  // extern "C"
 
-/// A target of the accelerated drawing road. A host with a graphics processor implements it. Its calls come on the
-/// thread that calls vexcap_draw_d2d, between the host's own begin and end of drawing. Colours are 0x00BBGGRR.
+/// A target of the accelerated drawing road. A host with a graphics processor implements it: in C++ as a class, in C as
+/// a struct whose first member points to a table (below); both are the same in memory (Itanium C++ ABI). Its calls come
+/// on the thread that calls vexcap_draw_d2d, between the host's own begin and end of drawing; what they are given is
+/// good until they return. Colours are 0x00BBGGRR.
 struct vex_render_target {
     /// Dots an inch; 96, 96 where nothing is known.
     virtual void GetDpi(uint32_t* x, uint32_t* y) = 0;
@@ -83,6 +85,26 @@ protected:
 extern "C" {
 #else
 typedef struct vex_render_target vex_render_target;
+
+/// The operations of a render target for C, in the order of the class and with its meanings. Each takes the target
+/// first; none may be null.
+typedef struct vex_render_target_table {
+    void (*GetDpi)(vex_render_target* self, uint32_t* x, uint32_t* y);
+    void (*DrawBitmap)(vex_render_target* self, const vex_picture* picture, const vex_rect_f* target, float opacity);
+    void (*DrawLine)(vex_render_target* self, vex_point_f from, vex_point_f to, uint32_t colour, float width);
+    void (*DrawEllipse)(vex_render_target* self, vex_point_f centre, float radiusX, float radiusY, uint32_t colour,
+                        float width);
+    void (*FillRectangle)(vex_render_target* self, const vex_rect_f* rectangle, uint32_t colour);
+    void (*MeasureText)(vex_render_target* self, const vex_text_format* format, const vex_char* text, uint32_t length,
+                        int32_t* width, int32_t* height);
+    void (*DrawText)(vex_render_target* self, const vex_text_format* format, const vex_char* text, uint32_t length,
+                     const vex_rect_f* rectangle, uint32_t colour);
+} vex_render_target_table;
+
+/// A host's own struct begins with this member and goes on as it likes.
+struct vex_render_target {
+    const vex_render_target_table* table;
+};
 #endif
 
 /// A render target that paints on a surface with the processor, hard edges without smoothing. The surface is copied,

@@ -113,3 +113,30 @@ int call_controls(void* object, const SlotArguments* in) {
     CALL(self->table->PutRoi(self, in->a, in->b, in->c, in->d));
     return slot;
 }
+
+int call_target(void* object, const SlotArguments* in) {
+    vex_render_target* const self = object;
+    int slot = 0;
+    uint32_t x = 0, y = 0;
+    int32_t width = 0, height = 0;
+    const vex_point_f from = {1.5f, 2.5f}, to = {3.5f, 4.5f};
+    const vex_rect_f rectangle = {1.25f, 2.25f, 3.25f, 4.25f};
+    const vex_picture* const picture = in->first;
+    const vex_text_format* const format = in->second;
+    const vex_char* const text = in->third;
+    self->table->GetDpi(self, &x, &y);
+    CALL(x);
+    self->table->DrawBitmap(self, picture, &rectangle, 0.75f);
+    CALL(*in->written);
+    self->table->DrawLine(self, from, to, in->a, 5.5f);
+    CALL(*in->written);
+    self->table->DrawEllipse(self, from, 6.5f, 7.5f, in->b, 5.5f);
+    CALL(*in->written);
+    self->table->FillRectangle(self, &rectangle, in->c);
+    CALL(*in->written);
+    self->table->MeasureText(self, format, text, in->d, &width, &height);
+    CALL(width);
+    self->table->DrawText(self, format, text, in->d, &rectangle, in->a);
+    CALL(*in->written);
+    return slot;
+}

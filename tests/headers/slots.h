@@ -3,6 +3,7 @@
 #define VEXCAP_TESTS_SLOTS_H
 
 #include <vexcap/camera_library.h>
+#include <vexcap/drawing.h>
 
 VEXCAP_EXTERN_C_BEGIN
 
@@ -15,6 +16,7 @@ typedef struct SlotArguments {
     void* second;
     void* third;
     vex_texture_target texture;
+    int64_t* written;  ///< Where an operation without a result leaves the number of its slot.
 } SlotArguments;
 
 /// Calls every operation of the table in its order, with these arguments, and gives how many those were.
@@ -23,6 +25,7 @@ int call_status(void* object, const SlotArguments* arguments);
 int call_still(void* object, const SlotArguments* arguments);
 int call_preview_size(void* object, const SlotArguments* arguments);
 int call_raw(void* object, const SlotArguments* arguments);
+int call_target(void* object, const SlotArguments* arguments);
 int call_controls(void* object, const SlotArguments* arguments);
 
 /// The callbacks that StartPull and SetRawCallback are given. They are never called.

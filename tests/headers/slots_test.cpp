@@ -8,6 +8,8 @@
 
 namespace slots_test {
 
+int64_t lastSlot;  // of operations without a result
+
 const SlotArguments arguments = {
     {0xF58A8E13, 0x175A, 0x40DB, {0xA2, 0xB2, 0x41, 0xCA, 0x34, 0x07, 0xCB, 0x96}},
     0x11,
@@ -18,7 +20,8 @@ const SlotArguments arguments = {
     reinterpret_cast<void*>(0x1111),
     reinterpret_cast<void*>(0x2222),
     reinterpret_cast<void*>(0x3333),
-    {reinterpret_cast<void*>(0x4444), reinterpret_cast<void*>(0x5555), reinterpret_cast<void*>(0x6666)}};
+    {reinterpret_cast<void*>(0x4444), reinterpret_cast<void*>(0x5555), reinterpret_cast<void*>(0x6666)},
+    &lastSlot};
 
 int closes;  // of the one operation that has no result
 
@@ -135,6 +138,41 @@ public:
     }
 };
 
+class AnsweringTarget final : public vex_render_target {
+public:
+    void GetDpi(uint32_t* x, uint32_t* y) override { *x = y ? 0 : 99; }
+    void DrawBitmap(const vex_picture* picture, const vex_rect_f* target, float opacity) override {
+        lastSlot = picture == arguments.first && IsRectangle(target) && opacity == 0.75f ? 1 : -1;
+    }
+    void DrawLine(vex_point_f from, vex_point_f to, uint32_t colour, float width) override {
+        const bool points = from.x == 1.5f && from.y == 2.5f && to.x == 3.5f && to.y == 4.5f;
+        lastSlot = points && colour == arguments.a && width == 5.5f ? 2 : -1;
+    }
+    void DrawEllipse(vex_point_f centre, float radiusX, float radiusY, uint32_t colour, float width) override {
+        const bool shape = centre.x == 1.5f && centre.y == 2.5f && radiusX == 6.5f && radiusY == 7.5f;
+        lastSlot = shape && colour == arguments.b && width == 5.5f ? 3 : -1;
+    }
+    void FillRectangle(const vex_rect_f* rectangle, uint32_t colour) override {
+        lastSlot = IsRectangle(rectangle) && colour == arguments.c ? 4 : -1;
+    }
+    void MeasureText(const vex_text_format* format, const vex_char* text, uint32_t length, int32_t* width,
+                     int32_t* height) override {
+        *width = IsText(format, text, length) && height ? 5 : -1;
+    }
+    void DrawText(const vex_text_format* format, const vex_char* text, uint32_t length, const vex_rect_f* rectangle,
+                  uint32_t colour) override {
+        lastSlot = IsText(format, text, length) && IsRectangle(rectangle) && colour == arguments.a ? 6 : -1;
+    }
+
+private:
+    static bool IsRectangle(const vex_rect_f* r) {
+        return r->left == 1.25f && r->top == 2.25f && r->right == 3.25f && r->bottom == 4.25f;
+    }
+    static bool IsText(const vex_text_format* format, const vex_char* text, uint32_t length) {
+        return format == arguments.second && text == arguments.third && length == arguments.d;
+    }
+};
+
 template <typename Interface>
 void expectSlots(Interface& object, int (*call)(void*, const SlotArguments*), int count) {
     for (int64_t& result : slot_results) result = -99;
@@ -174,6 +212,11 @@ TEST(Headers, RawHasTheSameTableInBothLanguages) {
 TEST(Headers, ControlsHaveTheSameTableInBothLanguages) {
     AnsweringControls controls;
     expectSlots(controls, call_controls, 7);
+}
+
+TEST(Headers, RenderTargetsHaveTheSameTableInBothLanguages) {
+    AnsweringTarget target;
+    expectSlots(target, call_target, 7);
 }
 
 // The bytes of an identifier in memory: the first three fields little-endian.
