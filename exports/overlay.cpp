@@ -5,6 +5,11 @@
 
 using namespace vexcap;
 
+void vexcap_standard_records(MarkerGeo* geo, MarkerTxt* txt) {
+    if (geo) *geo = standardGeo();
+    if (txt) *txt = standardTxt();
+}
+
 int32_t marker_init(vex_key* root, const vex_char* name1, const vex_char* name2) {
     return guarded<int32_t>(E_OUTOFMEMORY, [&] {
         return markerSettings().Init(engineState().platform->settings, root, textOf(name1), textOf(name2)).code();

@@ -68,6 +68,18 @@ void save(ISettingsKey& key, const Field<Record> (&fields)[count], const Record&
 
 }  // namespace
 
+MarkerGeo standardGeo() {
+    MarkerGeo geo;
+    load(nullptr, geoFields, geo);
+    return geo;
+}
+
+MarkerTxt standardTxt() {
+    MarkerTxt txt;
+    load(nullptr, txtFields, txt);
+    return txt;
+}
+
 Status MarkerSettings::Init(ISettings& settings, vex_key* root, std::u16string_view name1, std::u16string_view name2) {
     auto opened = settings.CreateKey(
         root, formatText(u"SOFTWARE\\%s\\%s\\marker", {std::u16string(name1), std::u16string(name2)}));

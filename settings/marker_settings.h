@@ -12,6 +12,10 @@
 
 namespace vexcap {
 
+/// The values of a record of which nothing is remembered.
+MarkerGeo standardGeo();
+MarkerTxt standardTxt();
+
 /// Before Init nothing is drawn and nothing is kept. Host's thread.
 class MarkerSettings final {
 public:

@@ -53,6 +53,11 @@ TEST(MarkerSettings, TheKeyIsNamedByTheHost) {
     EXPECT_EQ(rig.store.opened[0].path, u"SOFTWARE\\Optics\\Viewer\\marker");
 }
 
+TEST(MarkerSettings, TheStandardValuesNeedNoKey) {
+    EXPECT_TRUE(same(vexcap::standardGeo(), standardGeo));
+    EXPECT_TRUE(same(vexcap::standardTxt(), standardTxt));
+}
+
 TEST(MarkerSettings, AnEmptyKeyGivesStandardValues) {
     SettingsRig rig;
     EXPECT_EQ(rig.init().code(), S_OK);

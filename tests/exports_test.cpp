@@ -85,6 +85,21 @@ TEST(Exports, GiveNoCapabilitiesForNullArguments) {
     EXPECT_EQ(vexcap_get_stillimage_capability(nullptr, &out), 0);
 }
 
+TEST(Exports, GiveStandardRecordsWhateverIsRemembered) {
+    MarkerGeo geo;
+    MarkerTxt txt;
+    std::memset(&geo, 0x5A, sizeof geo);
+    std::memset(&txt, 0x5A, sizeof txt);
+    vexcap_standard_records(&geo, nullptr);
+    vexcap_standard_records(nullptr, &txt);
+    vexcap_standard_records(nullptr, nullptr);
+    const MarkerGeo wantedGeo = {VEX_MARKER_NONE, 0x0000FF, 1, 100, 100, 100, 100, 0, 0, 0};
+    const MarkerTxt wantedTxt = {VEX_CORNER_BOTTOM_RIGHT, 3,        1, 0,       3, 0, 0, 0x00FFFF,
+                                 VEX_DATE_NONE,           0x00FFFF, 0, 0xFF0000};
+    EXPECT_EQ(std::memcmp(&geo, &wantedGeo, sizeof geo), 0);
+    EXPECT_EQ(std::memcmp(&txt, &wantedTxt, sizeof txt), 0);
+}
+
 TEST(Exports, ConvertTextWhateverTheLocale) {
     char narrow[8];
     vex_char wide[8];

@@ -15,6 +15,7 @@
 #include "platform/fake/fake_date_text.h"
 #include "platform/fake/fake_disk.h"
 #include "platform/pango/pango_text.h"
+#include "settings/marker_settings.h"
 #include "tests/support/png.h"
 
 namespace vexcap::test {
@@ -213,16 +214,17 @@ protected:
     /// Shapes of every style, as wide as they are different.
     static Setting Shape(int32_t style, int32_t angle) {
         return [=](CMarker& marker) {
-            marker.SetGeo({.eMarkerGeo = style,
-                           .eMarkerGeoColor = 0x00FF00,
-                           .eMarkerGeoFlag = 1,
-                           .eMarkerGeox = style == VEX_MARKER_CIRCLE ? 30 : 75,
-                           .eMarkerGeoy = 60,
-                           .eMarkerGeox2 = style == VEX_MARKER_CROSS_CIRCLE ? 25 : 50,
-                           .eMarkerGeoy2 = 45,
-                           .eMarkerxPos = 5,
-                           .eMarkeryPos = -8,
-                           .eMarkerGeoAngle = angle});
+            MarkerGeo geo = standardGeo();
+            geo.eMarkerGeo = style;
+            geo.eMarkerGeoColor = 0x00FF00;
+            geo.eMarkerGeox = style == VEX_MARKER_CIRCLE ? 30 : 75;
+            geo.eMarkerGeoy = 60;
+            geo.eMarkerGeox2 = style == VEX_MARKER_CROSS_CIRCLE ? 25 : 50;
+            geo.eMarkerGeoy2 = 45;
+            geo.eMarkerxPos = 5;
+            geo.eMarkeryPos = -8;
+            geo.eMarkerGeoAngle = angle;
+            marker.SetGeo(geo);
             marker.SetTick(6.5);
         };
     }
@@ -237,17 +239,16 @@ protected:
                              .powerText = power});
         };
     }
-    static constexpr MarkerTxt everything = {.MarkerPos = VEX_CORNER_BOTTOM_RIGHT,
-                                             .FontSize = 1,
-                                             .FontWeight = 1,
-                                             .ScaleSize = 3,
-                                             .Scale = 1,
-                                             .ScaleWithPower = 1,
-                                             .ScaleColor = 0x00FFFF,
-                                             .Date = VEX_DATE_NUMERIC,
-                                             .DateColor = 0xFFFF00,
-                                             .Contrast = 1,
-                                             .ContrastColor = 0x8080FF};
+    static MarkerTxt Everything() {
+        MarkerTxt txt = standardTxt();
+        txt.FontSize = 1;
+        txt.Scale = txt.ScaleWithPower = txt.Contrast = 1;
+        txt.Date = VEX_DATE_NUMERIC;
+        txt.DateColor = 0xFFFF00;
+        txt.ContrastColor = 0x8080FF;
+        return txt;
+    }
+    const MarkerTxt everything = Everything();
     Setting Water(int32_t angle, uint8_t alpha, int32_t x = 20, int32_t y = 10) {
         Frame frame(vessel, 0, 0, vessel.width, vessel.height);
         const vex_bitmap_header header = {

@@ -78,6 +78,11 @@ typedef struct WaterInfo {
                       ///< padded to four bytes; a top-down one comes out upside down. Null: no watermark.
 } WaterInfo;
 
+/// The standard values of both records, as told above in brackets: a beginning that does not depend on what is
+/// remembered. Any thread, without marker_init and vexcap_init, too.
+/// @param geo, txt  Get the values; null is skipped.
+VEXCAP_API void vexcap_standard_records(MarkerGeo* geo, MarkerTxt* txt);
+
 // --- Of the process, remembered between runs -----------------------------------------------------------------------
 
 /// Reads what is remembered; once, before the first context. Without it nothing is drawn and nothing is kept.
