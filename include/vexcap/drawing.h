@@ -118,9 +118,9 @@ VEXCAP_API void vexcap_target_free(vex_render_target* target);
 /// Draws the present picture into a rectangle of a surface, stretched to fill it exactly, without smoothing, and the
 /// overlay over it. What lies outside the surface is clipped; a rectangle without an inside draws nothing, and one with
 /// a side of more than 1048576 pixels gets no overlay. Nothing else of the surface is touched.
-/// @param width, height  Size of the picture as vexcap_video_size tells it. With another one the picture is forgotten
-/// until
-///                       the next frame comes.
+/// Take a surface of about the picture's size, or let the host's toolkit scale: pixels are left out or repeated.
+/// @param width, height  Size of the picture as vexcap_video_size or vexcap_picture_size reports it. With any other one
+///                       the picture is forgotten until the next frame comes.
 VEXCAP_API void vexcap_draw_gdi(vexcap_context* context, vex_surface* surface, const vex_rect* rectangle,
                                 uint32_t width, uint32_t height);
 
@@ -131,7 +131,7 @@ VEXCAP_API void vexcap_draw_d2d(vexcap_context* context, vex_render_target* targ
 /// Non-zero when a paint would draw an overlay over the picture.
 VEXCAP_API uint32_t vexcap_draw_buffered(vexcap_context* context);
 
-/// Gives or changes the surface of the accelerated road, as after the host lost its render target. The source is
+/// Sets or changes the surface of the accelerated road, as after the host lost its render target. The source is
 /// stopped meanwhile; one that was paused comes back running, and a file stays stopped. Nothing happens without a
 /// started camera, or when neither this call nor an earlier one gave a device context.
 VEXCAP_API void vexcap_init_d2d(vexcap_context* context, void* d3dDevice, void* d3dContext,

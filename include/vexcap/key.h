@@ -11,11 +11,11 @@ VEXCAP_EXTERN_C_BEGIN
 typedef struct vex_key vex_key;
 
 /// The user's settings: below $XDG_CONFIG_HOME, or $HOME/.config. Null when neither is set.
-/// The caller gives it back to vex_key_free.
+/// The caller frees it with vex_key_free.
 VEXCAP_API vex_key* vex_key_user(void);
 
 /// A directory as settings root; it is made when first needed. Null for a null or empty path.
-/// `path` is UTF-8. The caller gives the key back to vex_key_free.
+/// `path` is UTF-8. The caller frees the key with vex_key_free.
 VEXCAP_API vex_key* vex_key_directory(const char* path);
 
 /// Frees a root. Null is allowed. The settings stay.

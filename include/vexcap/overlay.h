@@ -5,8 +5,8 @@
 /// own (vexcap_...), which begins as a copy of it. What is set on a context is not remembered.
 ///
 /// Colours are 0x00BBGGRR. Percentages are whole numbers. The records are read while a call runs and not kept.
-/// All functions are called on the host's thread, and take null for the context: then nothing happens, and the answer
-/// is 0, unless told else.
+/// All functions are called on the host's thread, and accept null for the context: then nothing happens, and the result
+/// is 0, unless stated otherwise.
 #ifndef VEXCAP_OVERLAY_H
 #define VEXCAP_OVERLAY_H
 
@@ -78,14 +78,16 @@ typedef struct WaterInfo {
                       ///< padded to four bytes; a top-down one comes out upside down. Null: no watermark.
 } WaterInfo;
 
-/// The standard values of both records, as told above in brackets: a beginning that does not depend on what is
+/// The standard values of both records, as described above in brackets: a beginning that does not depend on what is
 /// remembered. Any thread, without marker_init and vexcap_init, too.
 /// @param geo, txt  Get the values; null is skipped.
 VEXCAP_API void vexcap_standard_records(MarkerGeo* geo, MarkerTxt* txt);
 
 // --- Of the process, remembered between runs -----------------------------------------------------------------------
 
-/// Reads what is remembered; once, before the first context. Without it nothing is drawn and nothing is kept.
+/// Reads what is remembered; once, before the first context, and before or after vexcap_init. Without it the records of
+/// the process are zero but for the corner of the texts, so that contexts begin with nothing to be drawn, and nothing
+/// is kept; vexcap_standard_records has usable values for contexts then.
 /// @param root          Where settings are kept; null: nothing is remembered, and every value is the standard one.
 /// @param name1, name2  The two names of the settings path.
 /// @return 0, or the code with which the settings could not be opened; standard values hold then.
@@ -94,11 +96,11 @@ VEXCAP_API int32_t marker_init(vex_key* root, const vex_char* name1, const vex_c
 /// Does nothing: the settings stay open to the end of the process.
 VEXCAP_API void marker_fini(void);
 
-/// Copies the record out and gives its address back; null gives null.
+/// Copies the record out and returns its address; null for null.
 VEXCAP_API MarkerGeo* marker_get_markergeo(MarkerGeo* out);
 /// Takes the record as it comes, and stores all settings. Null: nothing happens.
 VEXCAP_API void marker_set_markergeo(const MarkerGeo* geo);
-/// Copies the record out and gives its address back; null gives null.
+/// Copies the record out and returns its address; null for null.
 VEXCAP_API MarkerTxt* marker_get_markertxt(MarkerTxt* out);
 /// Takes the record as it comes, and stores all settings. Null: nothing happens.
 VEXCAP_API void marker_set_markertxt(const MarkerTxt* txt);
@@ -119,10 +121,10 @@ VEXCAP_API void marker_set_waterrotate(int32_t angle);
 // --- Of a context --------------------------------------------------------------------------------------------------
 // They hold for the frames to come, of preview and recording alike. Files and broadcasts have no overlay.
 
-/// 1, or 0 without a record or an overlay. A null context gives the record of the process.
+/// 1, or 0 without a record or an overlay. With a null context it copies the record of the process.
 VEXCAP_API int32_t vexcap_get_markergeo(vexcap_context* context, MarkerGeo* out);
-/// 1; 0 for null arguments, without an overlay, and while a recording goes through a graph, which takes it all the
-/// same.
+/// 1; 0 for null arguments, without an overlay, and while a recording goes through a graph, where the record is taken
+/// all the same.
 VEXCAP_API int32_t vexcap_set_markergeo(vexcap_context* context, const MarkerGeo* geo);
 /// As vexcap_set_markergeo answers.
 VEXCAP_API int32_t vexcap_set_markertxt(vexcap_context* context, const MarkerTxt* txt);
@@ -132,13 +134,16 @@ VEXCAP_API int32_t vexcap_set_markertxt(vexcap_context* context, const MarkerTxt
 /// @param videoText    What stands above it.
 /// @param stillLength  The same for stills.
 /// @param stillText    The same for stills.
-/// @param powerText    What stands below it when `ScaleWithPower` is set. While it is null, a picture with nothing else
-///                     to be drawn gets no scale bar in recordings and stills.
+/// @param powerText    What stands below it when `ScaleWithPower` is set. An empty text stands for none. While it
+///                     is null, a picture with nothing else to be drawn has its scale bar in the preview alone, and
+///                     not in grabs, stills and recordings.
 VEXCAP_API void vexcap_set_scale(vexcap_context* context, double videoLength, const vex_char* videoText,
                                  uint32_t stillLength, const vex_char* stillText, const vex_char* powerText);
 
-/// Spacing of tick marks in pixels of whatever is drawn on. 0, and what is below a hundredth, not finite or negative:
-/// no ticks.
+/// Spacing of tick marks in pixels of what is drawn on: of the surface or target in a paint, of the picture in grabs,
+/// stills and recordings. Where the preview is shown smaller or larger than the picture, the same spacing therefore
+/// stands for another length there; ticks of a length are true in one of them. 0, and what is below a hundredth, not
+/// finite or negative: no ticks.
 VEXCAP_API void vexcap_set_tick(vexcap_context* context, double spacing);
 
 /// 1 when vexcap_markergeo_move would move something: a marker is set and the source is shown.
@@ -154,10 +159,10 @@ VEXCAP_API uint64_t vexcap_markergeo_move(vexcap_context* context, int32_t dx, i
 VEXCAP_API void vexcap_set_water(vexcap_context* context, const WaterInfo* info);
 /// 1 when there is a watermark and the preview runs.
 VEXCAP_API int32_t vexcap_water_can(vexcap_context* context);
-/// Moves the watermark by pixels of the picture. Gives the offset as marker_get_wateroffset does; 0 without a
-/// watermark.
+/// Moves the watermark by pixels of the picture. Returns the offset as marker_get_wateroffset does; 0 without
+/// a watermark.
 VEXCAP_API uint64_t vexcap_water_move(vexcap_context* context, int32_t dx, int32_t dy);
-/// Turns the watermark by thousandths of a degree. Gives the angle, -359999 to 359999; 0 without a watermark.
+/// Turns the watermark by thousandths of a degree. Returns the angle, -359999 to 359999; 0 without a watermark.
 VEXCAP_API int32_t vexcap_water_rotate(vexcap_context* context, int32_t delta);
 
 VEXCAP_EXTERN_C_END

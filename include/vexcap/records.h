@@ -17,7 +17,10 @@ enum {
 /// One source that can be opened, 24 bytes. An array of them ends with a record of two nulls and kind 0.
 /// The strings belong to the array, and the array goes back through vexcap_free_dsvi.
 typedef struct vex_device {
-    const vex_char* name;     ///< What opens the device; an open-mode character, then the identifier, for kind 1.
+    const vex_char* name;     ///< What opens the device. For kind 1 an open-mode character (VEX_OPEN_... of
+                              ///< vexcap/camera_library.h), which follows from astroMode and gainBalance of
+                              ///< vexcap_init, then the identifier. A host that stores a device stores what is behind
+                              ///< this character: in a run of another mode the whole name would open another mode.
     const vex_char* display;  ///< What a user sees.
     uint32_t kind;            ///< 1 to 6, VEX_KIND_...
     uint32_t reserved;        ///< 0.
@@ -79,11 +82,15 @@ typedef struct vex_grab_info {
 
 /// What became of the frames of a recording. 40 bytes.
 typedef struct vex_recording_counts {
-    uint32_t offered;     ///< Frames that reached the recording before its frame limit.
-    uint32_t kept;        ///< Frames that time lapse let through; vexcap_dwframecount tells the same number.
+    uint32_t offered;     ///< Frames that reached the recording before its limits: those kept, those that time lapse
+                          ///< left out, and those lost before they could be kept.
+    uint32_t kept;        ///< Frames that time lapse let through: vexcap_dwframecount, but for a recording through a
+                          ///< compressor, of which it counts the frames handed to it.
     uint32_t written;     ///< Frames that are in the file.
     uint32_t lost;        ///< Frames that should be in the file and are not: the disk refused them, their size was
-                          ///< not that of the recording, or a video input device lost them.
+                          ///< not that of the recording, or a video input device lost them. Frames
+                          ///< that a camera lost on their way to the library are counted by the camera alone, see
+                          ///< ICameraStatus of vexcap/camera_library.h.
     uint64_t bytes;       ///< Bytes of the frames written.
     HRESULT lastFailure;  ///< Code of the last frame lost to the disk, S_OK when there was none.
     uint32_t elapsed;     ///< Milliseconds from start to now, or to the stop.

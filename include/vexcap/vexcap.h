@@ -1,12 +1,15 @@
 /// vexcap: live preview and recording for microscope and telescope cameras.
 ///
 /// A host calls vexcap_init once, lists cameras with vexcap_enum_device, makes a context with vexcap_device, starts it
-/// with vexcap_start and ends it with vexcap_stop. What happens is told by messages that are posted to the host's
+/// with vexcap_start and ends it with vexcap_stop. Events are reported by messages that are posted to the host's
 /// windows (vexcap/window.h); the host answers the event message by calling vexcap_notify.
 ///
-/// Threads: every function here is called on one thread, the host's, the one that runs the timers of its windows.
-/// Null: every function takes null for the context, and for each out pointer unless told else. A null context gives 0,
-/// null or nothing unless told else.
+/// Threads: every function here is called on one thread, the host's, the one that runs the timers of its windows,
+/// unless its description says otherwise. Nothing checks this: calls from two threads are a data race, and the
+/// behaviour is undefined. A host with more threads queues its calls to that one.
+/// Null: every function accepts null for the context, and for each out pointer unless stated otherwise. A null context
+/// returns 0, null or nothing unless stated otherwise.
+/// A context must not be used after vexcap_stop. At most 511 contexts of cameras can exist at a time; more do not start.
 /// Text is UTF-16; vexcap/text.h converts it. Ticks are milliseconds of a steady clock that wraps at 32 bits.
 #ifndef VEXCAP_VEXCAP_H
 #define VEXCAP_VEXCAP_H
@@ -29,30 +32,37 @@ typedef struct vexcap_context vexcap_context;
 
 // --- The engine --------------------------------------------------------------------------------------------------
 
-/// Starts the engine, before anything else, and again only after vexcap_fini; no context may exist.
+/// The camera library of this project, and its prefix, as vexcap_init wants them.
+#define VEXCAP_CAMERA_LIBRARY u"libvexcap-cameras.so.1"
+#define VEXCAP_CAMERA_PREFIX "Vexcam"
+
+/// Starts the engine, and again only after vexcap_fini; no context may exist. Before it, marker_init may be called, and
+/// what says that it does not depend on vexcap_init. Libraries that are missing are no failure: vexcap_enum_device then
+/// lists none of their devices.
 /// The texts `product` and `software`, the windows and the root are borrowed until vexcap_fini.
 /// @param root            Where settings are kept; null: nothing is remembered.
 /// @param company         First name of the settings path.
 /// @param product         Second name of the settings path, and the title of error boxes.
 /// @param software        The host's own identity.
-/// @param cameraLibrary   Path or name of the camera library, see vexcap/camera_library.h. It may be missing: then
-///                        there are no cameras.
-/// @param prefix          Prefix of the camera library's exported names.
+/// @param cameraLibrary   Path or name of the camera library, see vexcap/camera_library.h; VEXCAP_CAMERA_LIBRARY is the
+///                        one of this project.
+/// @param prefix          Prefix of the camera library's exported names, as VEXCAP_CAMERA_PREFIX.
 /// @param networkLibrary  Path or name of the network camera library. It may be missing too.
-/// @param eventMessage    Posted to a context's preview window when the source has something to tell; answer it with
+/// @param eventMessage    Posted to a context's preview window for each event of the source; answer it with
 ///                        vexcap_notify. wparam: the camera's event number.
 /// @param sizeMessage     Posted to the preview window when a preview was built, and when a camera's frames begin to
 ///                        have another size (region of interest, binning, rotation). wparam: width, lparam: height, as
 ///                        vexcap_video_size reports them; vexcap_picture_size reports the size of the frames.
+///                        (The still message of vexcap_start carries both sides in its wparam.)
 /// @param limitMessage    Posted to the preview window when a recording ended at its limit. wparam: 1.
 /// @param dfcMessage      Posted to the owner window while a dark field is captured.
 /// @param frameMessage    Posted to the preview window for each new frame. wparam: 0, or 1 for a shared texture.
-/// @param networkEnabled  Non-zero: network devices are wished for. Astro mode switches them off.
+/// @param networkEnabled  Non-zero: network devices are wanted. Astro mode switches them off.
 /// @param astroMode       Non-zero: telescope cameras; raw recording, cameras only.
-/// @param deviceWindow    Told when the list of network devices changes.
+/// @param deviceWindow    Gets deviceMessage when the list of network devices changes.
 /// @param deviceMessage   The message for it.
 /// @param direct2d        Non-zero asks for the accelerated drawing road.
-/// @param gainBalance     Non-zero: white balance is told as three gains, else as temperature and tint.
+/// @param gainBalance     Non-zero: white balance as three gains, else as temperature and tint.
 /// @return The network library's status, 0 without one. Nothing depends on it.
 VEXCAP_API int32_t vexcap_init(vex_key* root, const vex_char* company, const vex_char* product,
                                const vex_char* software, const vex_char* cameraLibrary, const char* prefix,
@@ -61,7 +71,7 @@ VEXCAP_API int32_t vexcap_init(vex_key* root, const vex_char* company, const vex
                                uint32_t networkEnabled, uint32_t astroMode, vex_window* deviceWindow,
                                uint32_t deviceMessage, int32_t direct2d, uint32_t gainBalance);
 
-/// Ends the engine; every context was stopped before. Gives the network library's result, 0 without one.
+/// Ends the engine; every context was stopped before. Returns the network library's result, 0 without one.
 /// Libraries stay loaded.
 VEXCAP_API int32_t vexcap_fini(void);
 
@@ -83,7 +93,7 @@ VEXCAP_API void vexcap_set_framerate(uint32_t cap, uint32_t percent);
 // --- Devices -----------------------------------------------------------------------------------------------------
 
 /// What can be opened now: the camera library's cameras, then the system's video input devices (not in astro mode).
-/// The host gives the array back to vexcap_free_dsvi.
+/// The host frees the array with vexcap_free_dsvi.
 /// @param filter  Regular expression (ECMAScript, case sensitive) that is searched for in the names of video input
 ///                devices, as in u"vid_046d"; cameras are never filtered. May be null. One that cannot be understood
 ///                lists no video input device.
@@ -95,8 +105,8 @@ VEXCAP_API void vexcap_free_dsvi(vex_device* devices);
 
 /// Formats that a started source offers: of a camera the sizes alone, of a video input device size, layout
 /// (biCompression: a FourCC, 0 for 24 bits a pixel) and intervals.
-/// @param out  Set to null first, then to an array that the host gives back to vexcap_free_capability.
-/// @return The count; negative when the source could not tell. 0 for null arguments.
+/// @param out  Set to null first, then to an array that the host frees with vexcap_free_capability.
+/// @return The count; negative when the source does not report them. 0 for null arguments.
 VEXCAP_API int32_t vexcap_get_capability(vexcap_context* context, vex_capability** out);
 
 /// The same for stills.
@@ -134,8 +144,9 @@ VEXCAP_API vexcap_context* vexcap_device(vex_window* owner, vex_window* preview,
 VEXCAP_API vexcap_context* vexcap_file(vex_window* owner, vex_window* preview, const vex_char* path);
 
 /// Opens the source, builds the preview and runs it; what ran before is stopped first.
-/// @param still               Window that is told of stills, may be null.
-/// @param stillMessage        Posted to it for each still. wparam: height << 16 | width, lparam: the frame's tag.
+/// @param still               Window that gets the still message, may be null.
+/// @param stillMessage        Posted to it for each still. wparam: height << 16 | width, lparam: the frame's tag. (The
+///                            size message of vexcap_init has its two sides apart.)
 /// @param stillWanted         Non-zero: stills are wanted from a video input device.
 /// @param stillFollowsPreview Non-zero: its stills have the preview's size.
 /// @param retryStart          Non-zero: a video input device is tried for 8 seconds.
@@ -155,7 +166,7 @@ VEXCAP_API uint32_t vexcap_fsource(vexcap_context* context);
 /// the picture goes on: vexcap_fcapturing is 1 then.
 VEXCAP_API uint32_t vexcap_fpreviewing(vexcap_context* context);
 
-/// Looks at what the source told. Called for each event message. A lost source stops the preview and shows a box;
+/// Handles the events of the source. Called for each event message. A lost source stops the preview and shows a box;
 /// a recording of a camera stays open until vexcap_stop_capture, one of a video input device is ended. A file that was
 /// played to its end stops and goes back to its beginning. Always 0.
 VEXCAP_API int32_t vexcap_notify(vexcap_context* context);
@@ -173,7 +184,7 @@ VEXCAP_API int32_t vexcap_video_size(vexcap_context* context, int32_t* width, in
 VEXCAP_API int32_t vexcap_picture_size(vexcap_context* context, vex_picture_format* format);
 
 /// Frames since the start and the present rate as texts (a file that went back to its beginning has counted the picture
-/// there, too), "%u" and "%.1f"; each out has room for 32 characters.
+/// there, too), "%u" and "%.1f" with the decimal point of the process's locale; each out has room for 32 characters.
 /// 1 when a source answered, else 0.
 VEXCAP_API int32_t vexcap_get_property(vexcap_context* context, vex_char* countText, vex_char* rateText);
 
@@ -236,19 +247,17 @@ enum {
 
 /// Chooses what camera frames bring beside the display picture, from the next frames on: VEX_GRAB_...; 0, where it
 /// begins, is the display picture alone. It holds until another call, over a new start, too.
-/// @return The code of the preview's picture store: S_OK; E_NOTIMPL for VEX_GRAB_DEEP on a device of 8 bits, and the
-/// wish
-///         is remembered all the same; E_UNEXPECTED without a started camera.
+/// @return S_OK; E_NOTIMPL for VEX_GRAB_DEEP on a device of 8 bits, which is remembered all the same; E_UNEXPECTED
+///         without a started camera.
 VEXCAP_API HRESULT vexcap_put_capture(vexcap_context* context, uint32_t kind);
 
-/// Copies the present picture, or the last still.
+/// Copies the present picture, or the last still. vexcap_grab_info describes what was copied.
 /// @param bitmap    Gets a vex_bitmap_header and the pixels right behind it, rows from the bottom to the top.
-/// @param capacity  Bytes behind the header.
+/// @param capacity  Bytes behind the header; see vexcap_grab_room and vexcap_picture_size.
 /// @param kind      VEX_GRAB_...
 /// @param still     Non-zero: the still.
 /// @param left, top, right, bottom  Pixels from each side that the overlay keeps free. A display picture gets the
-/// overlay
-///                  while marker_get_captureafter is not 0.
+///                  overlay while marker_get_captureafter is not 0.
 /// @return 1, or 0 for null arguments, when there is no such picture, or when it does not fit: nothing is written then.
 VEXCAP_API int32_t vexcap_grabber(vexcap_context* context, void* bitmap, int32_t capacity, int32_t kind, int32_t still,
                                   int32_t left, int32_t top, int32_t right, int32_t bottom);
@@ -274,7 +283,7 @@ VEXCAP_API int32_t vexcap_grab_info(vexcap_context* context, vex_grab_info* info
 /// @param rgb      Red, green, blue of each point, in the depth of the picture.
 /// @param maximum  Gets the largest value that a sample can have, where that is known; may be null.
 /// @return How many points were written; 0 without a picture or for null points or values; E_UNEXPECTED without a
-/// preview.
+///         preview.
 VEXCAP_API int32_t vexcap_get_pixel(vexcap_context* context, const vex_point* points, uint32_t count, uint16_t* rgb,
                                     uint32_t* maximum);
 
@@ -287,7 +296,7 @@ VEXCAP_API uint32_t vexcap_has_stillimage(vexcap_context* context);
 /// 1 when a still may be taken now: the source takes stills, and its preview runs.
 VEXCAP_API int32_t vexcap_can_grabber_stillimage(vexcap_context* context);
 
-/// Asks for one still. It comes later: the still message of vexcap_start tells of it, and vexcap_grabber copies it.
+/// Asks for one still. It comes later: the still message of vexcap_start is posted, and vexcap_grabber copies it.
 /// @param value  Handed to the camera library unread.
 /// @return 1 when it was asked for.
 VEXCAP_API int32_t vexcap_grabber_stillimage(vexcap_context* context, void* value);
@@ -320,32 +329,34 @@ VEXCAP_API int64_t vexcap_get_pos(vexcap_context* context);
 
 /// Records as the remembered settings say (vexcap/settings.h). A running preview is needed.
 /// @param skipMediaFoundation  Non-zero: the network library's encoder is used where there is a choice.
-/// @param quick       Non-zero: at once, with a name that comes by itself (vexcap_auto_path); an existing file is
-///                    asked about. Zero: the recording wizard asks first.
+/// @param quick       Non-zero: at once, under the name that vexcap_auto_path makes; the user is asked about an
+///                    existing file. In astro mode the settings of names are not read: the file is called ".avi" then,
+///                    in the documents folder. Zero: the recording wizard asks first.
 /// @param promptFlag  Belongs to the host, may be null. While the flag is not 0 a quick start asks for a name; the user
 ///                    can clear it there.
 /// @return S_OK; VEX_E_CANCELLED when the user said no, or where no window can be shown; E_FAIL for a null context,
 ///         without a source, or when the file cannot be made; VEX_E_NO_ENCODER when nothing encodes the chosen format;
-///         the camera's code when it cannot tell its size or format. All but a null context and VEX_E_CANCELLED are
+///         the camera's code when it does not report its size or format. All but a null context and VEX_E_CANCELLED are
 ///         shown in a box.
 VEXCAP_API HRESULT vexcap_start_capture_micro(vexcap_context* context, uint8_t skipMediaFoundation, uint8_t quick,
                                               uint8_t* promptFlag);
 
 /// Records to a file without asking: a path that ends in ".avi" gets the display pictures, 24 bits a pixel, at the rate
 /// that they come at; any other one gets the raw frames of a telescope camera as SER, for which astro mode is needed.
-/// A running preview is needed. An existing file is replaced.
+/// A running preview is needed. An existing file is replaced. An AVI file is recorded in the same way as by
+/// vexcap_start_capture_avi without a compressor, with a frame limit beside the time limit; any mode and camera.
 /// @param path     The file; at most 259 characters.
 /// @param seconds  Time limit, 0 or less for none. It needs the owner window.
 /// @param frames   Frame limit, 0 or less for none: exactly that many frames are kept.
 /// @return S_OK; E_FAIL for a null context, without a source, or when the file cannot be made; the camera's code when
-///         it cannot tell its size or format. A failure is shown in a box. A camera that tells a size or depth of 0
-///         records nothing and gives S_OK: vexcap_fcapturing tells.
+///         it does not report its size or format. A failure is shown in a box. A camera that reports a size or depth of
+///         0 records nothing, and the result is S_OK: vexcap_fcapturing is 0 then.
 VEXCAP_API HRESULT vexcap_start_capture_astro(vexcap_context* context, const vex_char* path, int32_t seconds,
                                               int32_t frames);
 
 /// The compressors for AVI files, as an array like that of vexcap_enum_device: `name` identifies a compressor, also in
-/// the setting AviCodec, `display` is what a user sees, `kind` is 0. Null when there is none. It goes back to
-/// vexcap_free_dsvi.
+/// the setting AviCodec, `display` is what a user sees, `kind` is 0. Null when there is none. The host frees it
+/// with vexcap_free_dsvi.
 VEXCAP_API vex_device* vexcap_enum_codec(void);
 
 /// Records to an AVI file without asking, through a compressor; an existing file is replaced. A running preview is
@@ -373,7 +384,7 @@ VEXCAP_API uint32_t vexcap_fcapturing(vexcap_context* context);
 /// Tick at which the recording began.
 VEXCAP_API uint32_t vexcap_lcapstarttime(vexcap_context* context);
 
-/// Frames kept; 0 when idle.
+/// Frames kept, or handed to a compressor; 0 when idle.
 VEXCAP_API uint32_t vexcap_dwframecount(vexcap_context* context);
 
 /// Frame limit, 0 for none.
@@ -385,7 +396,8 @@ VEXCAP_API uint32_t vexcap_dwtimelimit(vexcap_context* context);
 /// Path of the running recording, into 260 characters. 0 when idle.
 VEXCAP_API int32_t vexcap_filepath(vexcap_context* context, vex_char* buffer260);
 
-/// KiB of frames written so far, in astro mode; 0 when idle.
+/// KiB of frames written so far, in astro mode; 0 when idle, and outside of astro mode: vexcap_recording has the bytes
+/// of every recording.
 VEXCAP_API uint64_t vexcap_filesize(vexcap_context* context);
 
 /// What became of the frames of the running recording, or of the last one when none runs: the numbers stay until the

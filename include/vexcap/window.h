@@ -37,11 +37,12 @@ typedef struct vex_message {
     intptr_t lparam;
 } vex_message;
 
-/// Comes once for any number of invalidate calls since it was last taken.
-#define VEX_MESSAGE_INVALIDATE 0u
+enum {
+    VEX_MESSAGE_INVALIDATE = 0  ///< Comes once for any number of invalidate calls since it was last taken.
+};
 
 /// Makes a ready window for hosts without a toolkit: a queue with a file descriptor, timers included.
-/// The caller owns it and gives it back to vex_window_queue_free on the thread that used it. Null when out of
+/// The caller owns it and frees it with vex_window_queue_free on the thread that used it. Null when out of
 /// descriptors or memory.
 VEXCAP_API vex_window* vex_window_queue_new(void);
 
