@@ -51,10 +51,15 @@ std::wstring wideOf(std::u16string_view text) { return {text.begin(), text.end()
 /// Software that poses as a device.
 bool isLoopback(std::u16string_view displayName) { return displayName.starts_with(u"@device:sw:{"); }
 
+/// Longer patterns are not understood: their brackets are read by recursion, which a stack must hold.
+constexpr size_t longestFilter = 1000;
+
 void addVideoInputs(const EngineState& engine, const vex_char* filter, std::vector<Entry>& entries) {
+    const std::u16string_view wanted = textOf(filter);
+    if (wanted.size() > longestFilter) return;
     std::optional<std::wregex> pattern;
     try {
-        if (filter) pattern.emplace(wideOf(textOf(filter)), std::regex_constants::ECMAScript);
+        if (filter) pattern.emplace(wideOf(wanted), std::regex_constants::ECMAScript);
         for (const VideoDeviceEntry& device : engine.platform->videoDevices.List()) {
             if (isLoopback(device.displayName)) continue;
             if (pattern && !std::regex_search(wideOf(device.displayName), *pattern)) continue;

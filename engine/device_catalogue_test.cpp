@@ -153,6 +153,13 @@ TEST_F(EnumVideoInputs, AFilterThatCannotBeUnderstoodListsNone) {
         EXPECT_EQ(list(broken).size(), 1u) << toUtf8(textOf(broken));
 }
 
+TEST_F(EnumVideoInputs, AFilterOfMoreThanAThousandCharactersListsNone) {
+    init();
+    EXPECT_EQ(list((u"(" + std::u16string(998, u'|') + u")").c_str()).size(), 2u) << "a thousand";
+    EXPECT_TRUE(list((u"(" + std::u16string(999, u'|') + u")").c_str()).empty());
+    EXPECT_TRUE(list((std::u16string(30'000, u'(') + std::u16string(30'000, u')')).c_str()).empty());
+}
+
 TEST_F(EnumVideoInputs, SoftwareThatPosesAsADeviceIsNotListed) {
     fakes.videoDevices.entries.push_back({u"@device:sw:{video4linux}#video9", u"Loopback"});
     init();

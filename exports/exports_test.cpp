@@ -28,6 +28,12 @@ protected:
     vexcap_context* context = nullptr;
 };
 
+TEST_F(Exports, TextsCanBeDrawnWhereThereIsAFont) {
+    EXPECT_EQ(vexcap_can_draw_texts(), 1);
+    fakes.texts.missing = true;
+    EXPECT_EQ(vexcap_can_draw_texts(), 0);
+}
+
 TEST_F(Exports, ThePictureFormatIsWrittenAsFarAsTheHostKnowsIt) {
     start();
     struct {

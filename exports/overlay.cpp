@@ -10,6 +10,10 @@ void vexcap_standard_records(MarkerGeo* geo, MarkerTxt* txt) {
     if (txt) *txt = standardTxt();
 }
 
+int32_t vexcap_can_draw_texts(void) {
+    return guarded<int32_t>(0, [] { return engineState().platform->texts.Measure({}, u"0").width > 0; });
+}
+
 int32_t marker_init(vex_key* root, const vex_char* name1, const vex_char* name2) {
     return guarded<int32_t>(E_OUTOFMEMORY, [&] {
         return markerSettings().Init(engineState().platform->settings, root, textOf(name1), textOf(name2)).code();

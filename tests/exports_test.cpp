@@ -388,7 +388,9 @@ TEST(Exports, RefusePathsThatNoFileCanHave) {
 }
 
 TEST(Exports, ListDevicesForAnyFilter) {
-    for (const vex_char* filter : {static_cast<const vex_char*>(nullptr), u"", u"(", u"[z-a]", u"\xD800"}) {
+    const std::u16string nested = std::u16string(30'000, u'(') + std::u16string(30'000, u')');
+    for (const vex_char* filter :
+         {static_cast<const vex_char*>(nullptr), u"", u"(", u"[z-a]", u"\xD800", nested.c_str()}) {
         vex_device* const devices = vexcap_enum_device(filter);
         if (!initialised) {
             EXPECT_EQ(devices, nullptr) << "nothing can be opened yet";

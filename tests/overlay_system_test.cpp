@@ -133,6 +133,8 @@ void expectEqualWithinASecond(First first, Second second) {
     EXPECT_TRUE(one == other);
 }
 
+TEST_F(Overlay, CanHaveTexts) { EXPECT_EQ(vexcap_can_draw_texts(), 1); }
+
 TEST_F(Overlay, IsTheSameOnTheScreenAndInAGrab) {
     start();
     drawEverything();

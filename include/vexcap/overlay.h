@@ -83,6 +83,10 @@ typedef struct WaterInfo {
 /// @param geo, txt  Get the values; null is skipped.
 VEXCAP_API void vexcap_standard_records(MarkerGeo* geo, MarkerTxt* txt);
 
+/// 1 when texts can be drawn: the library for it (libvexcap-text.so.1) and a font are there. Without them shapes and
+/// bars are drawn without texts. Before or after vexcap_init.
+VEXCAP_API int32_t vexcap_can_draw_texts(void);
+
 // --- Of the process, remembered between runs -----------------------------------------------------------------------
 
 /// Reads what is remembered; once, before the first context, and before or after vexcap_init. Without it the records of

@@ -95,8 +95,8 @@ VEXCAP_API void vexcap_set_framerate(uint32_t cap, uint32_t percent);
 /// What can be opened now: the camera library's cameras, then the system's video input devices (not in astro mode).
 /// The host frees the array with vexcap_free_dsvi.
 /// @param filter  Regular expression (ECMAScript, case sensitive) that is searched for in the names of video input
-///                devices, as in u"vid_046d"; cameras are never filtered. May be null. One that cannot be understood
-///                lists no video input device.
+///                devices, as in u"vid_046d"; cameras are never filtered. May be null. One that cannot be understood,
+///                or has more than 1000 characters, lists no video input device.
 /// @return An array that ends with a record of two nulls; null when nothing was found.
 VEXCAP_API vex_device* vexcap_enum_device(const vex_char* filter);
 
