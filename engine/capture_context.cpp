@@ -129,6 +129,8 @@ CaptureContext::~CaptureContext() {
 
 Status CaptureContext::Start(vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
                              uint32_t stillFollowsPreview, uint32_t retryStart) {
+    // A recording holds the preview and the source; its frames are worth more than a new start.
+    if (state.recording.captureMode() != captureIdle) return E_FAIL;
     state.stillWindow = still;
     state.stillMessage = stillMessage;
     state.stillWanted = stillWanted;
@@ -136,8 +138,6 @@ Status CaptureContext::Start(vex_window* still, uint32_t stillMessage, uint32_t 
     state.retryStart = retryStart;
     state.width = state.height = state.stillWidth = state.stillHeight = 0;
     if (state.previewing && !StopPreview()) return E_FAIL;
-    // What a recording on a capture graph holds is the graph itself: its file becomes whole first.
-    if (state.captureBuilt) EndRecording();
     if (state.previewBuilt) Teardown();
     state.graph.Release();
     if (!road) return E_FAIL;

@@ -304,10 +304,13 @@ TEST_F(CaptureContextTest, AStartWhileRecordingIsRefusedAndLosesNoFrameOfTheFile
     auto context = startedContext();
     ASSERT_TRUE(context->StartCaptureAstro(u"a.ser", 0, 0).ok());
     deliverRaw();
-    EXPECT_EQ(context->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL);
-    EXPECT_FALSE(context->Previewing());
+    const size_t calls = camera.calls.size();
+    EXPECT_EQ(context->Start(still.native(), stillMessage, 1, 0, 0).code(), E_FAIL);
+    EXPECT_EQ(camera.calls.size(), calls) << "the camera is not touched";
+    EXPECT_TRUE(context->Previewing());
+    deliverRaw();
     context->StopCapture();
-    EXPECT_EQ(fakes.files.bytes(u"a.ser").size(), 178u + 64 * 48);
+    EXPECT_EQ(fakes.files.bytes(u"a.ser").size(), 178u + 2 * 64 * 48);
     EXPECT_TRUE(context->Start(nullptr, 0, 0, 0, 0).ok());
 }
 

@@ -150,9 +150,9 @@ VEXCAP_API vexcap_context* vexcap_file(vex_window* owner, vex_window* preview, c
 /// @param stillWanted         Non-zero: stills are wanted from a video input device.
 /// @param stillFollowsPreview Non-zero: its stills have the preview's size.
 /// @param retryStart          Non-zero: a video input device is tried for 8 seconds.
-/// @return S_OK; E_POINTER for a null context; E_FAIL when the source cannot be opened, is busy, says a bit depth below
-///         8, cannot be run, or while a recording is open (vexcap_stop_capture first); E_INVALIDARG without a source; a
-///         source's own code otherwise.
+/// @return S_OK; E_POINTER for a null context; E_FAIL when the source cannot be opened, is busy, reports a bit depth
+///         below 8 or cannot be run; E_FAIL, and preview and recording go on untouched, while a recording is open
+///         (vexcap_stop_capture first); E_INVALIDARG without a source; a source's own code otherwise.
 VEXCAP_API HRESULT vexcap_start(vexcap_context* context, vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
                                 uint32_t stillFollowsPreview, uint32_t retryStart);
 
