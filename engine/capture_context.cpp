@@ -223,20 +223,19 @@ Status CaptureContext::PutFormat(uint32_t index) {
 
 void CaptureContext::PutFlip(uint32_t value, uint32_t mask) {
     if (!HasPictureSteps()) return;
-    const uint32_t bit = mask & 1 ? 1 : mask & 2;
-    state.flip = (state.flip & ~bit) | (value & bit);
+    state.steps.putFlip(value, mask);
     ApplyPictureSteps();
 }
 
 void CaptureContext::PutChrome(uint32_t on) {
     if (!HasPictureSteps()) return;
-    state.chrome = on;
+    state.steps.putChrome(on);
     ApplyPictureSteps();
 }
 
 void CaptureContext::PutNegative(uint32_t on) {
     if (!HasPictureSteps()) return;
-    state.negative = on;
+    state.steps.putNegative(on);
     ApplyPictureSteps();
 }
 
@@ -244,18 +243,18 @@ void CaptureContext::ApplyPictureSteps() {
     if (!HasPictureSteps()) return;
     const auto apply = [this](auto* target) {
         if (!target) return;
-        target->PutNegative(state.negative);
-        target->PutChrome(state.chrome);
-        target->PutFlip(state.flip, 1);
-        target->PutFlip(state.flip, 2);
+        target->PutNegative(state.steps.negative());
+        target->PutChrome(state.steps.chrome());
+        target->PutFlip(state.steps.flip(), 1);
+        target->PutFlip(state.steps.flip(), 2);
     };
     apply(state.graph.previewRender.get());
     apply(state.graph.stillRender.get());
     if (CMarkerFilter* const filter = state.graph.markerFilter.get()) {
-        filter->SetNegative(state.negative);
-        filter->SetChrome(state.chrome);
-        filter->SetFlip(state.flip, 1);
-        filter->SetFlip(state.flip, 2);
+        filter->SetNegative(state.steps.negative());
+        filter->SetChrome(state.steps.chrome());
+        filter->SetFlip(state.steps.flip(), 1);
+        filter->SetFlip(state.steps.flip(), 2);
     }
 }
 

@@ -65,9 +65,9 @@ public:
     void PutFlip(uint32_t value, uint32_t mask);
     void PutChrome(uint32_t on);
     void PutNegative(uint32_t on);
-    uint32_t Flip() const { return HasPictureSteps() ? state.flip : 0; }
-    uint32_t Chrome() const { return HasPictureSteps() ? state.chrome : 0; }
-    uint32_t Negative() const { return HasPictureSteps() ? state.negative : 0; }
+    uint32_t Flip() const { return HasPictureSteps() ? state.steps.flip() : 0; }
+    uint32_t Chrome() const { return HasPictureSteps() ? state.steps.chrome() : 0; }
+    uint32_t Negative() const { return HasPictureSteps() ? state.steps.negative() : 0; }
 
     /// Null where the source has no dark field. The context keeps it.
     IDfc* FindDfc() const;

@@ -91,10 +91,7 @@ struct ContextState {
     int64_t duration = 0;
     uint32_t seekCaps = 0;
 
-    // The picture of a video input device; given to each sink that is made.
-    uint32_t flip = 0;  ///< Bit 0 left and right, bit 1 top and bottom.
-    uint32_t chrome = 0;
-    uint32_t negative = 0;
+    PictureSteps steps;   ///< Of a video input device; passed to each sink that is made.
     LastGrab lastGrab;
     SavedDark savedDark;  ///< Over a rebuild of the graph.
 

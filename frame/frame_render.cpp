@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "base/guid.h"
+
 namespace vexcap {
 namespace {
 
@@ -43,10 +45,9 @@ CFrameRender::CFrameRender(SinkMode sinkMode, uint32_t rate, uint32_t pixelBytes
 
 HRESULT CFrameRender::QueryInterface(const vex_guid& iid, void** out) {
     if (!out) return E_POINTER;
-    const auto asked = [&iid](const vex_guid& known) { return std::memcmp(&iid, &known, sizeof iid) == 0; };
     *out = nullptr;
-    if (asked(IID_IFrameInfo) || asked(VEX_IID_UNKNOWN)) *out = static_cast<IFrameInfo*>(this);
-    if (asked(IID_IDfc)) *out = static_cast<IDfc*>(this);
+    if (iid == IID_IFrameInfo || iid == VEX_IID_UNKNOWN) *out = static_cast<IFrameInfo*>(this);
+    if (iid == IID_IDfc) *out = static_cast<IDfc*>(this);
     return *out ? S_OK : E_NOINTERFACE;
 }
 
@@ -92,22 +93,17 @@ HRESULT CFrameRender::GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uin
 }
 
 HRESULT CFrameRender::PutFlip(uint32_t value, uint32_t mask) {
-    const uint32_t bit = mask & 1 ? 1 : mask & 2;
-    if (value & bit) {
-        flip.fetch_or(bit, std::memory_order_relaxed);
-    } else {
-        flip.fetch_and(~bit, std::memory_order_relaxed);
-    }
+    steps.putFlip(value, mask);
     return S_OK;
 }
 
 HRESULT CFrameRender::PutChrome(uint32_t on) {
-    chrome.store(on, std::memory_order_relaxed);
+    steps.putChrome(on);
     return S_OK;
 }
 
 HRESULT CFrameRender::PutNegative(uint32_t on) {
-    negative.store(on, std::memory_order_relaxed);
+    steps.putNegative(on);
     return S_OK;
 }
 

@@ -9,6 +9,7 @@
 #include "frame/dark_field.h"
 #include "frame/frame_info.h"
 #include "frame/frame_rate.h"
+#include "frame/picture_steps.h"
 #include "frame/picture_store.h"
 #include "pixel/kernels.h"
 #include "platform/clock.h"
@@ -92,9 +93,7 @@ public:
 
     uint8_t TriggerOn() const { return uint8_t(trigger.load(std::memory_order_relaxed).on); }
     uint32_t TriggerCount() const { return trigger.load(std::memory_order_relaxed).count; }
-    uint32_t Flip() const { return flip.load(std::memory_order_relaxed); }
-    uint32_t Chrome() const { return chrome.load(std::memory_order_relaxed); }
-    uint32_t Negative() const { return negative.load(std::memory_order_relaxed); }
+    const PictureSteps& Steps() const { return steps; }
 
 protected:
     /// Of the last SetVideoSize, whatever became of the picture.
@@ -136,9 +135,7 @@ private:
     IClock& clock;
     ISharedTextures& textures;
 
-    std::atomic<uint32_t> chrome{0};
-    std::atomic<uint32_t> negative{0};
-    std::atomic<uint32_t> flip{0};
+    PictureSteps steps;
     std::atomic<Trigger> trigger{};
 
     // Recursive: a window may ask the sink from inside of a post.

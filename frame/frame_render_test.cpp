@@ -52,20 +52,20 @@ TEST(FrameRender, PutFlipChangesOneBitAndTheHorizontalOneWhenBothAreMasked) {
         SinkRig rig(SinkMode::Copying);
         rig.sink.PutFlip(row.before, 1);
         rig.sink.PutFlip(row.before, 2);
-        ASSERT_EQ(rig.sink.Flip(), row.before);
+        ASSERT_EQ(rig.sink.Steps().flip(), row.before);
         EXPECT_EQ(rig.sink.PutFlip(row.value, row.mask), S_OK);
-        EXPECT_EQ(rig.sink.Flip(), row.after) << row.before << " " << row.value << " " << row.mask;
+        EXPECT_EQ(rig.sink.Steps().flip(), row.after) << row.before << " " << row.value << " " << row.mask;
     }
 }
 
 TEST(FrameRender, GreyAndNegativeAreKeptAsGiven) {
     SinkRig rig(SinkMode::Copying);
-    EXPECT_EQ(rig.sink.Chrome(), 0u);
-    EXPECT_EQ(rig.sink.Negative(), 0u);
+    EXPECT_EQ(rig.sink.Steps().chrome(), 0u);
+    EXPECT_EQ(rig.sink.Steps().negative(), 0u);
     EXPECT_EQ(rig.sink.PutChrome(7), S_OK);
     EXPECT_EQ(rig.sink.PutNegative(9), S_OK);
-    EXPECT_EQ(rig.sink.Chrome(), 7u);
-    EXPECT_EQ(rig.sink.Negative(), 9u);
+    EXPECT_EQ(rig.sink.Steps().chrome(), 7u);
+    EXPECT_EQ(rig.sink.Steps().negative(), 9u);
 }
 
 TEST(FrameRender, GetFrameRateWantsTwoPlacesAndCanDoWithoutTheThird) {

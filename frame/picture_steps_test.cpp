@@ -40,23 +40,34 @@ Pixels expected(const Pixels& before, uint32_t bytesPerPixel, uint32_t flip, boo
     return want;
 }
 
-TEST(ApplyPictureSteps, EveryCombinationComesInTheOrderFlipGreyNegative) {
+TEST(PictureSteps, EveryCombinationComesInTheOrderFlipGreyNegative) {
     for (const uint32_t bytesPerPixel : {3u, 4u})
         for (uint32_t flip = 0; flip < 4; ++flip)
             for (const uint32_t chrome : {0u, 1u})
                 for (const uint32_t negative : {0u, 1u}) {
                     const Pixels before = picture(bytesPerPixel);
                     Pixels frame = before;
-                    applyPictureSteps(kernels(), frame.data(), bytesPerPixel, width, height, flip, chrome, negative);
+                    PictureSteps steps;
+                    steps.putFlip(flip, 1);
+                    steps.putFlip(flip, 2);
+                    steps.putChrome(chrome);
+                    steps.putNegative(negative);
+                    EXPECT_EQ(steps.any(), flip || chrome || negative);
+                    steps.apply(kernels(), frame.data(), bytesPerPixel, width, height);
                     EXPECT_EQ(frame, expected(before, bytesPerPixel, flip, chrome, negative))
                         << "flip " << flip << ", grey " << chrome << ", negative " << negative;
                 }
 }
 
-TEST(ApplyPictureSteps, AnyValueButZeroIsOnAndOnlyTwoBitsOfTheFlipCount) {
+TEST(PictureSteps, AnyValueButZeroIsOnAndIsKeptAsItCame) {
     const Pixels before = picture(3);
     Pixels frame = before;
-    applyPictureSteps(kernels(), frame.data(), 3, width, height, 0xFFFFFFFC, 0x80000000, 0x100);
+    PictureSteps steps;
+    steps.putChrome(0x80000000);
+    steps.putNegative(0x100);
+    EXPECT_EQ(steps.chrome(), 0x80000000u);
+    EXPECT_EQ(steps.negative(), 0x100u);
+    steps.apply(kernels(), frame.data(), 3, width, height);
     EXPECT_EQ(frame, expected(before, 3, 0, true, true));
 }
 

@@ -1,7 +1,6 @@
 #include "frame/vexcap_render.h"
 
 #include "base/dib.h"
-#include "frame/picture_steps.h"
 
 namespace vexcap {
 namespace {
@@ -41,7 +40,7 @@ HRESULT CVexcapRender::DoRenderSample(CMediaSample& sample) {
     const uint64_t frameBytes = uint64_t(dibStride(columns, pixelBytes)) * rows;
     if (!frame || frameBytes == 0 || sample.GetActualDataLength() < frameBytes) return S_OK;
     if (Accumulate(frame, pixelBytes, columns, rows) != S_OK) Apply(frame, pixelBytes, columns, rows);
-    applyPictureSteps(stepKernels, frame, pixelBytes, columns, rows, Flip(), Chrome(), Negative());
+    Steps().apply(stepKernels, frame, pixelBytes, columns, rows);
     ReceiveFrame(frame, nullptr, nullptr, depthTold, 0, columns, rows, 0);
     return S_OK;
 }

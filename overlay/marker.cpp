@@ -2,13 +2,10 @@
 
 #include <algorithm>
 
-#include "frame/picture_steps.h"
 #include "overlay/paint_area.h"
 
 namespace vexcap {
 namespace {
-
-constexpr auto relaxed = std::memory_order_relaxed;
 
 MarkerGeo clamped(MarkerGeo record) {
     for (int32_t* const size : {&record.eMarkerGeox, &record.eMarkerGeoy, &record.eMarkerGeox2, &record.eMarkerGeoy2})
@@ -22,8 +19,6 @@ MarkerGeo clamped(MarkerGeo record) {
 
 CMarker::CMarker(const OverlayPorts& ports, vex_camera_clarity clarity)
     : IDfcBaseImpl(ports.files), kernelsOfSteps(kernels()), clarityOf(clarity), textBlock(ports) {}
-
-// --- Settings -------------------------------------------------------------------------------------------------------
 
 int32_t CMarker::SetGeo(const MarkerGeo& record) {
     const MarkerGeo taken = clamped(record);
@@ -94,20 +89,9 @@ void CMarker::CopyFrom(CMarker& source) {
     clarityOf = source.clarityOf;
 }
 
-void CMarker::SetFlip(uint32_t value, uint32_t mask) {
-    const uint32_t bit = mask & 1 ? 1 : mask & 2;
-    if (value & bit) {
-        flip.fetch_or(bit, relaxed);
-    } else {
-        flip.fetch_and(~bit, relaxed);
-    }
-}
-
-// --- What there is to do --------------------------------------------------------------------------------------------
-
 bool CMarker::HasWorkIn(FrameMode mode) const {
     const MarkerTxt& txt = textBlock.Txt();
-    return flip.load(relaxed) || chrome.load(relaxed) || negative.load(relaxed) || HasDfc() ||
+    return steps.any() || HasDfc() ||
            geoMarker.geo.eMarkerGeo || txt.Date || txt.Contrast || (txt.Scale && textBlock.Scale().Complete(mode)) ||
            watermark.Present();
 }
@@ -128,8 +112,6 @@ bool CMarker::HasPaint() {
     return watermark.Present() || geoMarker.geo.eMarkerGeo || txt.Scale || txt.Date || txt.Contrast;
 }
 
-// --- Frames and paints ----------------------------------------------------------------------------------------------
-
 void CMarker::BurnOverlay(uint8_t* frame, int32_t width, int32_t height, bool still, const OverlayMargins& margins,
                           uint32_t bytesPerPixel) {
     if (!frame || width < 1 || height < 1) return;
@@ -137,8 +119,7 @@ void CMarker::BurnOverlay(uint8_t* frame, int32_t width, int32_t height, bool st
     const RecursiveMutexGuard lock(markerLock);
     if (!HasWorkIn(mode)) return;
     Apply(frame, bytesPerPixel, uint32_t(width), uint32_t(height));
-    applyPictureSteps(kernelsOfSteps, frame, bytesPerPixel, uint32_t(width), uint32_t(height), flip.load(relaxed),
-                      chrome.load(relaxed), negative.load(relaxed));
+    steps.apply(kernelsOfSteps, frame, bytesPerPixel, uint32_t(width), uint32_t(height));
     const TextTarget target = {mode, width, height, width, height, margins};
     textBlock.PrepareFigure(clarityOf, frame, bytesPerPixel, target);
     const Canvas canvas = canvasOf(frame, width, height, bytesPerPixel);

@@ -5,13 +5,13 @@
 #include <vexcap/drawing.h>
 #include <vexcap/overlay.h>
 
-#include <atomic>
 #include <cstdint>
 
 #include "base/lock_order.h"
 #include "base/mutex.h"
 #include "frame/dark_field.h"
 #include "frame/paint_overlay.h"
+#include "frame/picture_steps.h"
 #include "overlay/geo_marker.h"
 #include "overlay/text_block.h"
 #include "overlay/watermark.h"
@@ -29,17 +29,17 @@ public:
     /// The ports outlive it. `clarity`, the camera library's sharpness measure, may be null: the figure is 0 then.
     CMarker(const OverlayPorts& ports, vex_camera_clarity clarity);
 
-    /// Clamped: sizes to 1 to 100, offsets to -50 to 50, the angle to 0 to 360000. Gives 1.
+    /// Clamped: sizes to 1 to 100, offsets to -50 to 50, the angle to 0 to 360000. Returns 1.
     int32_t SetGeo(const MarkerGeo& record) VEX_EXCLUDES(markerLock);
     MarkerGeo GetGeo() VEX_EXCLUDES(markerLock);
-    /// As it comes. Gives 1.
+    /// Stored unchecked. Returns 1.
     int32_t SetTxt(const MarkerTxt& record) VEX_EXCLUDES(markerLock);
     MarkerTxt GetTxt() VEX_EXCLUDES(markerLock);
-    /// The texts are copied. Equal values change nothing. Gives 1.
+    /// The texts are copied. Equal values change nothing. Returns 1.
     int32_t SetScale(const ScaleTexts& scale) VEX_EXCLUDES(markerLock);
-    /// Pixels of whatever is drawn on. Gives 1.
+    /// In pixels of what is drawn on. Returns 1.
     int32_t SetTick(double spacing) VEX_EXCLUDES(markerLock);
-    /// As Watermark has them; the last two give 1.
+    /// As Watermark has them; the last two return 1.
     int32_t SetWater(const WaterInfo& info) VEX_EXCLUDES(markerLock);
     int32_t SetWaterOffset(int32_t x, int32_t y) VEX_EXCLUDES(markerLock);
     int32_t SetWaterRotate(int32_t angle) VEX_EXCLUDES(markerLock);
@@ -48,13 +48,11 @@ public:
     /// steps. The source's lock is held while its records are read, and under this one's for the rest.
     void CopyFrom(CMarker& source);
 
-    // Picture steps of BurnOverlay. They hold from the next one on.
+    // Picture steps of BurnOverlay, as PictureSteps has them.
 
-    /// Bit 0 mirrors left and right, bit 1 top and bottom. Mask bit 0 takes bit 0 of `value`, else mask bit 1 takes
-    /// bit 1.
-    void SetFlip(uint32_t value, uint32_t mask);
-    void SetChrome(uint32_t on) { chrome.store(on, std::memory_order_relaxed); }
-    void SetNegative(uint32_t on) { negative.store(on, std::memory_order_relaxed); }
+    void SetFlip(uint32_t value, uint32_t mask) { steps.putFlip(value, mask); }
+    void SetChrome(uint32_t on) { steps.putChrome(on); }
+    void SetNegative(uint32_t on) { steps.putNegative(on); }
 
     /// Would BurnOverlay change a picture? For a scale bar alone it asks for the power text, whether that is shown or
     /// not.
@@ -87,9 +85,7 @@ private:
     GeoMarker geoMarker VEX_GUARDED_BY(markerLock);
     TextBlock textBlock VEX_GUARDED_BY(markerLock);
     Watermark watermark VEX_GUARDED_BY(markerLock);
-    std::atomic<uint32_t> flip{0};
-    std::atomic<uint32_t> chrome{0};
-    std::atomic<uint32_t> negative{0};
+    PictureSteps steps;
 };
 
 }  // namespace vexcap
