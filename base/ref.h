@@ -1,6 +1,8 @@
 // A counted reference to an object that has AddRef and Release.
 #pragma once
 
+#include <vexcap/types.h>
+
 #include <cstddef>
 #include <utility>
 
@@ -50,12 +52,16 @@ Ref<T> makeRef(Arguments&&... arguments) {
     return Ref<T>::adopt(new T(std::forward<Arguments>(arguments)...));
 }
 
-/// The object under another of its interfaces, or null.
+/// The object under another of its interfaces; null where it has none, and for a null object.
+template <typename Interface, typename Object>
+Ref<Interface> queryInterface(Object* object, const vex_guid& id) {
+    void* out = nullptr;
+    if (!object || object->QueryInterface(id, &out) < 0) return nullptr;
+    return Ref<Interface>::adopt(static_cast<Interface*>(out));
+}
 template <typename Interface, typename Object>
 Ref<Interface> queryInterface(Object* object) {
-    void* out = nullptr;
-    if (!object || object->QueryInterface(Interface::iid, &out) < 0) return nullptr;
-    return Ref<Interface>::adopt(static_cast<Interface*>(out));
+    return queryInterface<Interface>(object, Interface::iid);
 }
 template <typename Interface, typename Object>
 Ref<Interface> queryInterface(const Ref<Object>& object) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <iterator>
 
+#include "base/ref.h"
 #include "base/text.h"
 
 namespace vexcap {
@@ -119,7 +120,7 @@ void CameraRoad::BuildStillPath() {
 }
 
 void CameraRoad::BuildStillSink() {
-    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    const auto still = queryInterface<ICameraStill>(camera, VEX_IID_CAMERA_STILL);
     if (!still || still->GetStillCount() <= 0) return;
     uint32_t width = 0, height = 0;
     if (still->GetStillSize(&width, &height) < 0 || !plausible(width, height)) return;
@@ -148,7 +149,7 @@ Status CameraRoad::PutCapture(uint32_t kind) {
 }
 
 uint32_t CameraRoad::StillCount() {
-    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    const auto still = queryInterface<ICameraStill>(camera, VEX_IID_CAMERA_STILL);
     return still ? uint32_t(std::max(still->GetStillCount(), 0)) : 0;
 }
 
@@ -185,7 +186,7 @@ Status CameraRoad::Halt() {
 }
 
 bool CameraRoad::SourceRemoved() {
-    CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
+    const auto status = queryInterface<ICameraStatus>(camera, VEX_IID_CAMERA_STATUS);
     uint32_t told = VEX_CAMERA_STATE_OK;
     return status && status->GetState(&told) >= 0 && told == VEX_CAMERA_STATE_REMOVED;
 }
@@ -203,11 +204,11 @@ bool CameraRoad::ChangeState(uint32_t from, uint32_t to) {
 
 void CameraRoad::SetSize(uint32_t size, bool still) {
     if (!still) {
-        CameraInterface<ICameraPreviewSize> preview(camera, VEX_IID_CAMERA_PREVIEW_SIZE);
+        const auto preview = queryInterface<ICameraPreviewSize>(camera, VEX_IID_CAMERA_PREVIEW_SIZE);
         if (preview) preview->SetPreviewIndex(size);
         return;
     }
-    CameraInterface<ICameraStill> stills(camera, VEX_IID_CAMERA_STILL);
+    const auto stills = queryInterface<ICameraStill>(camera, VEX_IID_CAMERA_STILL);
     if (!stills) return;
     stills->SetStillIndex(size);
     uint32_t width = 0, height = 0;
@@ -236,7 +237,7 @@ int32_t CameraRoad::Capabilities(std::vector<vex_capability>& out) {
 }
 
 int32_t CameraRoad::StillCapabilities(std::vector<vex_capability>& out) {
-    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    const auto still = queryInterface<ICameraStill>(camera, VEX_IID_CAMERA_STILL);
     if (!still) return 0;
     return readCapabilities(still->GetStillCount(), out, [&](uint32_t i, int32_t* width, int32_t* height) {
         still->GetStillResolution(i, width, height);
@@ -244,17 +245,17 @@ int32_t CameraRoad::StillCapabilities(std::vector<vex_capability>& out) {
 }
 
 Status CameraRoad::RawFormat(uint32_t& fourcc, uint32_t& depth) {
-    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    const auto raw = queryInterface<ICameraRaw>(camera, VEX_IID_CAMERA_RAW);
     return raw ? raw->GetRawFormat(&fourcc, &depth) : E_NOINTERFACE;
 }
 
 Status CameraRoad::StartRawFrames(void* token) {
-    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    const auto raw = queryInterface<ICameraRaw>(camera, VEX_IID_CAMERA_RAW);
     return raw ? raw->SetRawCallback(OnRawFrame, token) : E_NOINTERFACE;
 }
 
 void CameraRoad::StopRawFrames() {
-    CameraInterface<ICameraRaw> raw(camera, VEX_IID_CAMERA_RAW);
+    const auto raw = queryInterface<ICameraRaw>(camera, VEX_IID_CAMERA_RAW);
     if (raw) raw->SetRawCallback(nullptr, nullptr);
 }
 
@@ -346,7 +347,7 @@ void CameraRoad::TakeNewSize() {
             sink->PutCapture(state.captureKind);  // the buffers for it had the old size
         }
     }
-    CameraInterface<ICameraStill> still(camera, VEX_IID_CAMERA_STILL);
+    const auto still = queryInterface<ICameraStill>(camera, VEX_IID_CAMERA_STILL);
     uint32_t width = 0, height = 0;
     if (still && still->GetStillCount() > 0 && still->GetStillSize(&width, &height) >= 0) {
         state.stillWidth = width;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/ref.h"
+
 namespace vexcap {
 
 Status finalSize(ICamera* camera, uint32_t& width, uint32_t& height) {
@@ -25,7 +27,7 @@ Status finalSize(ICamera* camera, uint32_t& width, uint32_t& height) {
 
 uint32_t maxFrameRate(ICamera* camera) {
     constexpr uint32_t usual = 30, most = 1023;
-    const CameraInterface<ICameraStatus> status(camera, VEX_IID_CAMERA_STATUS);
+    const auto status = queryInterface<ICameraStatus>(camera, VEX_IID_CAMERA_STATUS);
     uint32_t index = 0, rate = 0;
     if (!status || camera->GetEsize(&index) < 0 || status->GetMaxFrameRate(index, &rate) < 0) return usual;
     return rate < 1 || rate > most ? usual : rate;
