@@ -1,6 +1,6 @@
 // What hosts see of the present picture: it is stretched into their surface or render target, and drawn over.
 #include "frame/frame_render.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

@@ -8,7 +8,7 @@
 #include <vexcap/drawing.h>
 #include <vexcap/overlay.h>
 
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "overlay/geo_marker.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_text_raster.h"
 

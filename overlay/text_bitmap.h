@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "overlay/text_target.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

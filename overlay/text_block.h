@@ -10,7 +10,7 @@
 #include "overlay/block_layout.h"
 #include "overlay/scale_bar.h"
 #include "overlay/text_line.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 #include "platform/clock.h"
 #include "platform/date_text.h"
 #include "platform/file.h"

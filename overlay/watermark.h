@@ -11,7 +11,7 @@
 
 #include "overlay/paint_area.h"
 #include "overlay/rotate_dib.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "pixel/kernels.h"
-#include "pixel/raster.h"
-#include "pixel/raster_bench.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_bench.h"
 
 namespace vexcap {
 namespace {

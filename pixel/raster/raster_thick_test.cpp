@@ -5,8 +5,8 @@
 #include <limits>
 #include <random>
 
-#include "pixel/raster.h"
-#include "pixel/raster_testing.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_testing.h"
 
 namespace vexcap {
 namespace raster_thick_test {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "pixel/kernels_testing.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

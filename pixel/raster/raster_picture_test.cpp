@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "pixel/raster.h"
-#include "pixel/raster_testing.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_testing.h"
 
 namespace vexcap {
 namespace raster_picture_test {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "pixel/kernels_testing.h"
-#include "pixel/raster.h"
-#include "pixel/raster_testing.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_testing.h"
 
 namespace vexcap {
 namespace raster_test {

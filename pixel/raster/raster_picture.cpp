@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "pixel/kernels.h"
-#include "pixel/raster.h"
-#include "pixel/raster_clip.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_clip.h"
 
 namespace vexcap {
 namespace {

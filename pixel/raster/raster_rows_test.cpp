@@ -7,7 +7,7 @@
 
 #include "pixel/kernels.h"
 #include "pixel/kernels_testing.h"
-#include "pixel/raster_testing.h"
+#include "pixel/raster/raster_testing.h"
 
 namespace vexcap {
 namespace raster_rows_test {

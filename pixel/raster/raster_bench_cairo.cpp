@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "pixel/kernels.h"
-#include "pixel/raster_bench.h"
+#include "pixel/raster/raster_bench.h"
 
 namespace vexcap {
 namespace {

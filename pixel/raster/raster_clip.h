@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "pixel/kernels.h"
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 namespace vexcap {
 

@@ -3,7 +3,7 @@
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "pixel/raster_bench.h"
+#include "pixel/raster/raster_bench.h"
 
 namespace vexcap {
 namespace {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "pixel/raster.h"
-#include "pixel/raster_clip.h"
+#include "pixel/raster/raster.h"
+#include "pixel/raster/raster_clip.h"
 
 namespace vexcap {
 namespace {

@@ -1,5 +1,5 @@
 // Shapes with hard edges: what is visible of them is worked out first, so that nothing is paid for the rest.
-#include "pixel/raster.h"
+#include "pixel/raster/raster.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "pixel/kernels.h"
-#include "pixel/raster_clip.h"
+#include "pixel/raster/raster_clip.h"
 
 namespace vexcap {
 namespace {
