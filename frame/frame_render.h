@@ -6,7 +6,7 @@
 
 #include "base/lock_order.h"
 #include "base/mutex.h"
-#include "frame/dark_field.h"
+#include "frame/dark/dark_field.h"
 #include "frame/frame_info.h"
 #include "frame/frame_rate.h"
 #include "frame/picture_steps.h"

@@ -9,7 +9,7 @@
 
 #include "base/lock_order.h"
 #include "base/mutex.h"
-#include "frame/dark_field.h"
+#include "frame/dark/dark_field.h"
 #include "frame/paint_overlay.h"
 #include "frame/picture_steps.h"
 #include "overlay/geo_marker.h"

@@ -1,4 +1,4 @@
-#include "frame/dark_field.h"
+#include "frame/dark/dark_field.h"
 
 #include <vexcap/records.h>
 

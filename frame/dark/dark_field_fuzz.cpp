@@ -3,7 +3,7 @@
 #include <cstring>
 #include <vector>
 
-#include "frame/dark_field.h"
+#include "frame/dark/dark_field.h"
 #include "platform/fake/fake_disk.h"
 
 using namespace vexcap;
