@@ -1,14 +1,15 @@
 // What the tests of contexts share: contexts of a scripted camera.
 #pragma once
 
-#include <chrono>
 #include <memory>
-#include <thread>
 
 #include "engine/capture_context.h"
 #include "engine/state/engine_testing.h"
+#include "platform/fake/patience.h"
 
 namespace vexcap {
+
+using test::eventually;
 
 class ContextFixture : public EngineFixture {
 protected:
@@ -23,17 +24,6 @@ protected:
         auto context = makeContext();
         EXPECT_EQ(context->Start(nullptr, 0, 0, 0, 0).code(), S_OK);
         return context;
-    }
-
-    /// Waits for something that another thread brings about.
-    template <typename Condition>
-    [[nodiscard]] static bool eventually(Condition holds) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
     }
 };
 

@@ -1,7 +1,7 @@
 // The filters that this library's graphs are made of.
 #pragma once
 
-#include "graph/class_factory.h"
+#include "graph/builder/class_factory.h"
 #include "graph/filter_graph.h"
 #include "overlay/text_block.h"
 #include "platform/platform.h"

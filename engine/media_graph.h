@@ -5,7 +5,7 @@
 
 #include "engine/graph_components.h"
 #include "frame/vexcap_render.h"
-#include "graph/capture_graph_builder.h"
+#include "graph/builder/capture_graph_builder.h"
 #include "overlay/marker_filter.h"
 #include "recording/avi_mux.h"
 #include "source/src_filter.h"

@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "frame/sink_testing.h"
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap::test {

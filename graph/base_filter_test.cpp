@@ -5,12 +5,15 @@
 
 #include <string>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
+#include "graph/testing/numbered_source.h"
+#include "graph/testing/sent_samples.h"
 
 namespace vexcap {
 namespace base_filter_test {
 
 using test::EventLog;
+using test::GraphEvent;
 using test::HandClock;
 using test::PushFilter;
 using Calls = std::vector<std::string>;
@@ -356,12 +359,12 @@ TEST_F(Pins, ARunTimeErrorIsToldOnceWhileRunningAndRefusesSamplesUntilTheNextSta
     source->Pause();
     sink->Pause();
     sink->pin.TellRunTimeError(E_FAIL);
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(events.count(), 0u);
     EXPECT_EQ(source->pin.Push(1), S_OK);
     sink->Run(0);
     sink->pin.TellRunTimeError(E_ACCESSDENIED);
     sink->pin.TellRunTimeError(E_FAIL);
-    EXPECT_EQ(events.log.all(), (std::vector<EventLog::Event>{{EC_ERRORABORT, E_ACCESSDENIED, 0}}));
+    EXPECT_EQ(events.all(), (std::vector<GraphEvent>{{EC_ERRORABORT, E_ACCESSDENIED, 0}}));
     EXPECT_EQ(source->pin.Push(2), VFW_E_RUNTIME_ERROR);
     source->pin.DeliverBeginFlush();
     source->pin.DeliverEndFlush();
@@ -469,7 +472,7 @@ TEST_F(Pins, EventsGoToTheGraphThatTheFilterIsIn) {
     EXPECT_EQ(sink->NotifyEvent(EC_COMPLETE, 1, 2), S_OK);
     sink->JoinFilterGraph(nullptr, u"");
     EXPECT_EQ(sink->NotifyEvent(EC_COMPLETE, 3, 4), VFW_E_NOT_IN_GRAPH);
-    EXPECT_EQ(events.log.all(), (std::vector<EventLog::Event>{{EC_COMPLETE, 1, 2}}));
+    EXPECT_EQ(events.all(), (std::vector<GraphEvent>{{EC_COMPLETE, 1, 2}}));
 }
 
 }  // namespace base_filter_test

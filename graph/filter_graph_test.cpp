@@ -8,16 +8,17 @@
 #include <thread>
 #include <vector>
 
-#include "graph/graph_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/numbered_source.h"
 #include "platform/fake/fake_window.h"
 
-namespace vexcap::graph_rig {
+namespace vexcap::test {
 namespace filter_graph_test {
 
 constexpr auto rgb = rgb24Type;
 
-Ref<Source> sourceOf(int64_t frames, bool seekable = false, std::chrono::microseconds pace = {}) {
-    return makeRef<Source>(SourceOptions{.frames = frames, .pace = pace, .seekable = seekable});
+Ref<NumberedSource> sourceOf(int64_t frames, bool seekable = false, std::chrono::microseconds pace = {}) {
+    return makeRef<NumberedSource>(SourceOptions{.frames = frames, .pace = pace, .seekable = seekable});
 }
 
 using Strings = std::vector<std::string>;
@@ -79,7 +80,7 @@ struct Chain : World {
         graph.ConnectDirect(far->Output(), screen->Input());
     }
     const std::shared_ptr<Strings> log = std::make_shared<Strings>();
-    Ref<Source> source;
+    Ref<NumberedSource> source;
     Ref<Step> near = makeRef<Step>("near", log), far = makeRef<Step>("far", log);
     Ref<Screen> screen = makeRef<Screen>();
 };
@@ -90,7 +91,7 @@ struct Player : World {
         : source(add(sourceOf(frames, seekable, pace), u"source")), screen(add(makeRef<Screen>(), u"screen")) {
         graph.ConnectDirect(source->Output(), screen->Input());
     }
-    Ref<Source> source;
+    Ref<NumberedSource> source;
     Ref<Screen> screen;
 };
 
@@ -131,7 +132,7 @@ TEST(FilterGraph, RemovingDisconnectsAndLetsGo) {
 }
 
 TEST(FilterGraph, TheEndOfAGraphStopsAndLetsGoOfItsFilters) {
-    Ref<Source> source;
+    Ref<NumberedSource> source;
     Ref<Screen> screen;
     {
         Player player(-1);
@@ -175,7 +176,8 @@ TEST(FilterGraph, PinsOfStrangersAreNotConnected) {
 TEST(FilterGraph, ADirectConnectionTakesTheTypeThatIsAskedFor) {
     World world;
     const MediaType small = rgb(8, 8, 0), large = rgb(32, 8, 0), other = rgb(9, 9, 0);
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {large, small}}}}), u"source");
+    const auto source =
+        world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {large, small}}}}), u"source");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     EXPECT_EQ(world.graph.ConnectDirect(source->Output(), screen->Input(), &other), VFW_E_NO_ACCEPTABLE_TYPES);
     EXPECT_FALSE(screen->Input().IsConnected());
@@ -207,19 +209,20 @@ TEST(FilterGraph, DisconnectBreaksBothEnds) {
 TEST(FilterGraph, AConverterIsPutInWhereTypesDoNotFit) {
     World world;
     const auto source =
-        world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}, .frames = 5}), u"source");
+        world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}, .frames = 5}), u"source");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     ASSERT_EQ(world.graph.Connect(source->Output(), screen->Input()), S_OK);
     EXPECT_EQ(world.graph.Filters().size(), 3u);
     EXPECT_EQ(screen->Input().CurrentMediaType(), toRgb24(rawType()));
     ASSERT_GE(world.graph.Run(), 0);
     EXPECT_EQ(world.event().code, EC_COMPLETE);
-    EXPECT_EQ(screen->count(), 5u);
+    EXPECT_EQ(screen->shown.count(), 5u);
 }
 
 TEST(FilterGraph, ATypeThatFitsGoesBeforeAConverter) {
     World world;
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rawType(), rgb(8, 8, 0)}}}}), u"s");
+    const auto source =
+        world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType(), rgb(8, 8, 0)}}}}), u"s");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     ASSERT_EQ(world.graph.Connect(source->Output(), screen->Input()), S_OK);
     EXPECT_EQ(world.graph.Filters().size(), 2u);
@@ -229,7 +232,7 @@ TEST(FilterGraph, ATypeThatFitsGoesBeforeAConverter) {
 TEST(FilterGraph, WithoutAConverterTypesThatDoNotFitStayApart) {
     World world;
     world.converters = false;
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
+    const auto source = world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     EXPECT_EQ(world.graph.Connect(source->Output(), screen->Input()), VFW_E_CANNOT_CONNECT);
     EXPECT_FALSE(source->Output().IsConnected());
@@ -238,7 +241,7 @@ TEST(FilterGraph, WithoutAConverterTypesThatDoNotFitStayApart) {
 
 TEST(FilterGraph, APinThatIsTakenGetsNoConverter) {
     World world;
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
+    const auto source = world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
     const auto first = world.add(sourceOf(1), u"first");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     ASSERT_EQ(world.graph.ConnectDirect(first->Output(), screen->Input()), S_OK);
@@ -260,7 +263,7 @@ private:
 
 TEST(FilterGraph, AConverterWhoseOutputNobodyTakesGoesAgain) {
     World world;
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
+    const auto source = world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}}), u"source");
     const auto refuser = world.add(makeRef<Refuser>(), u"refuser");
     EXPECT_EQ(world.graph.Connect(source->Output(), refuser->Input()), VFW_E_CANNOT_CONNECT);
     EXPECT_EQ(world.graph.Filters().size(), 2u);
@@ -312,7 +315,7 @@ TEST(FilterGraph, AFileGoesToTheFirstFilterThatTakesIt) {
 
 TEST(FilterGraph, AFileIsConvertedWhereNobodyTakesItAsItIs) {
     World world;
-    world.file = makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}, .frames = 3});
+    world.file = makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}, .frames = 3});
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     ASSERT_EQ(world.graph.RenderFile(u"a.avi"), S_OK);
     EXPECT_EQ(screen->Input().CurrentMediaType(), toRgb24(rawType()));
@@ -323,7 +326,7 @@ TEST(FilterGraph, AFileThatIsNotShownLeavesNothing) {
     World world;
     EXPECT_EQ(world.graph.RenderFile(u"gone.avi"), VEX_E_FILE_NOT_FOUND);
     const auto refuser = world.add(makeRef<Refuser>(), u"refuser");
-    world.file = makeRef<Source>(SourceOptions{.pins = {{.types = {rawType()}}}});
+    world.file = makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rawType()}}}});
     EXPECT_EQ(world.graph.RenderFile(u"a.avi"), VFW_E_CANNOT_RENDER);
     EXPECT_EQ(world.graph.Filters(), std::vector<Ref<CBaseFilter>>{refuser});
     world.file = makeRef<Refuser>();  // a source without an output
@@ -470,7 +473,7 @@ TEST(FilterGraph, TheStateIsCompleteWhenEveryFilterIs) {
 TEST(FilterGraph, APausedLiveSourceIsNotWaitedFor) {
     World world;
     const auto source =
-        world.add(makeRef<Source>(SourceOptions{.pace = std::chrono::hours(1), .live = true}), u"source");
+        world.add(makeRef<NumberedSource>(SourceOptions{.pace = std::chrono::hours(1), .live = true}), u"source");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     ASSERT_EQ(world.graph.ConnectDirect(source->Output(), screen->Input()), S_OK);
     ASSERT_GE(world.graph.Pause(), 0);
@@ -493,9 +496,9 @@ TEST(FilterGraph, AFilterThatCannotTellItsStateFailsTheGraphs) {
 
 TEST(FilterGraph, TheEndIsToldOnceWhenAllRenderersToldIt) {
     World world;
-    const auto source = world.add(
-        makeRef<Source>(SourceOptions{.pins = {{.name = u"One"}, {.name = u"Two"}, {.name = u"Three"}}, .frames = 3}),
-        u"source");
+    const auto source = world.add(makeRef<NumberedSource>(SourceOptions{
+                                      .pins = {{.name = u"One"}, {.name = u"Two"}, {.name = u"Three"}}, .frames = 3}),
+                                  u"source");
     const auto one = world.add(makeRef<Screen>(), u"one");
     const auto writer = world.add(makeRef<Writer>(), u"two");
     const auto blind = world.add(makeRef<Stamp>(), u"a transform that leads nowhere");
@@ -509,7 +512,7 @@ TEST(FilterGraph, TheEndIsToldOnceWhenAllRenderersToldIt) {
     EXPECT_EQ(world.event(0).code, 0u) << "one renderer still shows";
     one->shut(false);
     EXPECT_EQ(world.event().code, EC_COMPLETE);
-    EXPECT_EQ(one->count(), 3u);
+    EXPECT_EQ(one->shown.count(), 3u);
     // A renderer tells it in each run; the graph once.
     ASSERT_GE(world.graph.Pause(), 0);
     ASSERT_GE(world.graph.Run(), 0);
@@ -539,7 +542,7 @@ TEST(FilterGraph, AFailureWhileShowingIsToldWithItsCode) {
     Player player(3);
     player.screen->renderResult = E_OUTOFMEMORY;
     ASSERT_GE(player.graph.Run(), 0);
-    const World::Event event = player.event();
+    const GraphEvent event = player.event();
     EXPECT_EQ(event.code, EC_ERRORABORT);
     EXPECT_EQ(HRESULT(event.first), E_OUTOFMEMORY);
 }
@@ -550,7 +553,7 @@ TEST(FilterGraph, ANewRunForgetsWhatAnOlderOneTold) {
     player.screen->NotifyEvent(EC_VIDEO_SIZE_CHANGED, 640 | 480 << 16, 0);
     player.source->NotifyEvent(EC_DEVICE_LOST, reinterpret_cast<intptr_t>(player.source.get()), 0);
     ASSERT_GE(player.graph.Run(), 0);
-    const World::Event event = player.event(0);
+    const GraphEvent event = player.event(0);
     EXPECT_EQ(event.code, EC_DEVICE_LOST) << "a device that went is gone in every run";
     EXPECT_EQ(player.graph.FreeEventParams(event.code, event.first, event.second), S_OK);
     EXPECT_EQ(player.event(0).code, 0u);
@@ -566,8 +569,8 @@ TEST(FilterGraph, EventsComeInTheirOrderWithTheirParameters) {
     const auto screen = world.add(makeRef<Screen>(), u"screen");
     screen->NotifyEvent(EC_VIDEO_SIZE_CHANGED, 640 | 480 << 16, 7);
     world.graph.Notify(EC_ERRORABORT, E_FAIL, 0);
-    EXPECT_EQ(world.event(0), (World::Event{EC_VIDEO_SIZE_CHANGED, 640 | 480 << 16, 7}));
-    EXPECT_EQ(world.event(0), (World::Event{EC_ERRORABORT, E_FAIL, 0}));
+    EXPECT_EQ(world.event(0), (GraphEvent{EC_VIDEO_SIZE_CHANGED, 640 | 480 << 16, 7}));
+    EXPECT_EQ(world.event(0), (GraphEvent{EC_ERRORABORT, E_FAIL, 0}));
 
     uint32_t code = 0;
     intptr_t first = 0, second = 0;
@@ -620,7 +623,7 @@ TEST(FilterGraph, ALostDevicesFilterLivesUntilTheEventIsFreed) {
     source->NotifyEvent(EC_DEVICE_LOST, reinterpret_cast<intptr_t>(&filter), 0);
     ASSERT_EQ(world.graph.RemoveFilter(filter), S_OK);
     EXPECT_EQ(references(filter), 2u);
-    const World::Event event = world.event(0);
+    const GraphEvent event = world.event(0);
     ASSERT_EQ(event.code, EC_DEVICE_LOST);
     EXPECT_EQ(references(filter), 2u) << "until it is freed";
     EXPECT_EQ(reinterpret_cast<IVexUnknown*>(event.first), static_cast<IVexUnknown*>(&filter));
@@ -696,11 +699,11 @@ TEST(FilterGraph, ASeekWhilePausedShowsTheNewPlace) {
         ASSERT_EQ(player.graph.GetState(30'000, &state), S_OK);
         EXPECT_EQ(state, State_Paused);
         EXPECT_EQ(player.screen->newest(), frame);
-        EXPECT_EQ(player.screen->count(), 0u);
+        EXPECT_EQ(player.screen->shown.count(), 0u);
     }
     ASSERT_GE(player.graph.Run(), 0);
     EXPECT_EQ(player.event().code, EC_COMPLETE);
-    EXPECT_EQ(player.screen->count(), 100u);
+    EXPECT_EQ(player.screen->shown.count(), 100u);
 }
 
 TEST(FilterGraph, ASeekWhileRunningGoesOnFromTheNewPlace) {
@@ -733,7 +736,7 @@ TEST(FilterGraph, ASeekMakesAnEndThatWaitsUntrue) {
     ASSERT_EQ(player.event().code, EC_COMPLETE);
     ASSERT_EQ(player.graph.SetPosition(0), S_OK);
     EXPECT_EQ(player.event().code, EC_COMPLETE) << "of the second showing";
-    EXPECT_EQ(player.screen->count(), 6u);
+    EXPECT_EQ(player.screen->shown.count(), 6u);
 
     player.graph.SetNotifyWindow(window.native(), 1, 0);
     ASSERT_EQ(player.graph.SetPosition(0), S_OK);
@@ -761,10 +764,10 @@ TEST(FilterGraph, StopWhenReadyEndsWithTheStream) {
 TEST(FilterGraph, AThousandFramesOf640x480GoThroughWithoutALossOrACopy) {
     constexpr int64_t frames = 1000;
     World world;
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {rgb(640, 480, frameTime)}}},
-                                                                .frames = frames,
-                                                                .pace = std::chrono::milliseconds(1),
-                                                                .live = true}),
+    const auto source = world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {rgb(640, 480, frameTime)}}},
+                                                                        .frames = frames,
+                                                                        .pace = std::chrono::milliseconds(1),
+                                                                        .live = true}),
                                   u"source");
     const auto stamp = world.add(makeRef<Stamp>(), u"stamp");
     const auto screen = world.add(makeRef<Screen>(), u"screen");
@@ -777,7 +780,7 @@ TEST(FilterGraph, AThousandFramesOf640x480GoThroughWithoutALossOrACopy) {
     RecordProperty("frames_per_second", int(double(frames) / took.count()));
     ASSERT_EQ(world.graph.Stop(), S_OK);
     EXPECT_EQ(source->lost, 0);
-    const std::vector<Seen> seen = screen->seen();
+    const std::vector<Seen> seen = screen->shown.all();
     ASSERT_EQ(seen.size(), size_t(frames));
     for (size_t i = 0; i < seen.size(); ++i) {
         ASSERT_EQ(seen[i].number, int64_t(i));
@@ -788,4 +791,4 @@ TEST(FilterGraph, AThousandFramesOf640x480GoThroughWithoutALossOrACopy) {
 }
 
 }  // namespace filter_graph_test
-}  // namespace vexcap::graph_rig
+}  // namespace vexcap::test

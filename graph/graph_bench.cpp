@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "graph/test_filters.h"
+#include "graph/testing/sent_samples.h"
 
 namespace vexcap {
 namespace {

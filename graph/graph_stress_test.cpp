@@ -8,11 +8,12 @@
 #include <random>
 #include <thread>
 
-#include "graph/capture_graph_builder.h"
-#include "graph/graph_rig.h"
+#include "graph/builder/capture_graph_builder.h"
 #include "graph/smart_tee.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/numbered_source.h"
 
-namespace vexcap::graph_rig {
+namespace vexcap::test {
 namespace graph_stress_test {
 
 /// Ends the program with a word about the seed when a step takes longer than a minute.
@@ -62,7 +63,7 @@ void stress(uint32_t seed, bool live, std::chrono::milliseconds span) {
     CCaptureGraphBuilder builder(world);
     builder.SetFiltergraph(&world.graph);
     const auto source =
-        world.add(makeRef<Source>(SourceOptions{
+        world.add(makeRef<NumberedSource>(SourceOptions{
                       .pins = {{.types = {rawType(), rgb24Type(16, 8, 0)}, .category = PIN_CATEGORY_CAPTURE}},
                       .frames = live ? -1 : 200,
                       .pace = std::chrono::microseconds(200),
@@ -79,7 +80,7 @@ void stress(uint32_t seed, bool live, std::chrono::milliseconds span) {
     std::atomic<bool> over{false};
     std::thread listener([&] {
         while (!over) {
-            const World::Event event = world.event(20);
+            const GraphEvent event = world.event(20);
             world.graph.FreeEventParams(event.code, event.first, event.second);
         }
     });
@@ -185,4 +186,4 @@ TEST(GraphStress, ALiveSourceUnderRandomCalls) { stress(20240229, true, std::chr
 TEST(GraphStress, AFileUnderRandomCalls) { stress(8128, false, std::chrono::seconds(3)); }
 
 }  // namespace graph_stress_test
-}  // namespace vexcap::graph_rig
+}  // namespace vexcap::test

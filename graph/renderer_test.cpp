@@ -5,19 +5,23 @@
 
 #include <thread>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
+#include "graph/testing/numbered_source.h"
+#include "graph/testing/screen.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
 namespace renderer_test {
 
 using test::EventLog;
+using test::GraphEvent;
 using test::HandClock;
 using test::NumberedSource;
 using test::PushFilter;
-using test::RecordingRenderer;
-using Numbers = std::vector<uint32_t>;
-using Events = std::vector<EventLog::Event>;
+using test::Screen;
+using Numbers = std::vector<int64_t>;
+using Events = std::vector<GraphEvent>;
 
 struct Renderer : ::testing::Test {
     void SetUp() override {
@@ -38,7 +42,7 @@ struct Renderer : ::testing::Test {
     void push(uint32_t number, int64_t start = 0, int64_t stop = -1) {
         threads.emplace_back([this, number, start, stop] { received.add(source->pin.Push(number, start, stop)); });
     }
-    EventLog::Event complete() const {
+    GraphEvent complete() const {
         return {EC_COMPLETE, S_OK, reinterpret_cast<intptr_t>(static_cast<CBaseFilter*>(renderer.get()))};
     }
     FilterState stateOf(uint32_t milliseconds, HRESULT expected) {
@@ -52,7 +56,7 @@ struct Renderer : ::testing::Test {
     test::Log<HRESULT> received;
     std::vector<std::thread> threads;
     const Ref<PushFilter> source = makeRef<PushFilter>();
-    const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
+    const Ref<Screen> renderer = makeRef<Screen>();
 };
 
 constexpr uint32_t forever = 60'000;
@@ -61,14 +65,14 @@ TEST_F(Renderer, RefusesSamplesWhileStopped) {
     EXPECT_EQ(source->pin.Push(1), VFW_E_WRONG_STATE);
     EXPECT_EQ(source->pin.DeliverEndOfStream(), VFW_E_WRONG_STATE);
     EXPECT_EQ(renderer->shown.count(), 0u);
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(events.count(), 0u);
 }
 
 TEST_F(Renderer, ShowsASampleWithoutTimesAtOnce) {
     renderer->Run(0);
     EXPECT_EQ(source->pin.Push(1), S_OK);
     EXPECT_EQ(source->pin.Push(2), S_OK);
-    EXPECT_EQ(renderer->shown.all(), (Numbers{1, 2}));
+    EXPECT_EQ(renderer->numbers(), (Numbers{1, 2}));
     EXPECT_EQ(renderer->first.count(), 0u);
 }
 
@@ -76,14 +80,14 @@ TEST_F(Renderer, ShowsALateSampleAtOnce) {
     clock.now = 5000;
     renderer->Run(1000);
     EXPECT_EQ(source->pin.Push(1, 4000, 4001), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
 }
 
 TEST_F(Renderer, WithoutAClockShowsEverySampleAtOnce) {
     renderer->SetSyncSource(nullptr);
     renderer->Run(0);
     EXPECT_EQ(source->pin.Push(1, 1'000'000'000'000, 1'000'000'000'001), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
 }
 
 TEST_F(Renderer, WaitsUntilStreamTimeReachesTheStartOfTheSample) {
@@ -115,7 +119,7 @@ TEST_F(Renderer, APauseIsCompleteWithTheFirstSample) {
     EXPECT_EQ(renderer->Run(0), S_OK);
     ASSERT_TRUE(renderer->shown.waitFor(1));
     EXPECT_EQ(renderer->first.all(), Numbers{7});
-    EXPECT_EQ(renderer->shown.all(), Numbers{7});
+    EXPECT_EQ(renderer->numbers(), Numbers{7});
 }
 
 TEST_F(Renderer, GetStateAsksForAPlace) { EXPECT_EQ(renderer->GetState(0, nullptr), E_POINTER); }
@@ -182,8 +186,8 @@ TEST_F(Renderer, ASampleThatEndsBeforeItBeginsIsDroppedAndTheStreamGoesOn) {
     EXPECT_EQ(renderer->shown.count(), 0u);
     sample->SetTime(-20, -20);
     EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
+    EXPECT_EQ(events.count(), 0u);
 }
 
 TEST_F(Renderer, ASecondSampleAtTheSameTimeIsAFailure) {
@@ -191,23 +195,23 @@ TEST_F(Renderer, ASecondSampleAtTheSameTimeIsAFailure) {
     push(1);
     ASSERT_TRUE(renderer->first.waitFor(1));
     EXPECT_EQ(source->pin.Push(2), E_UNEXPECTED);
-    EXPECT_EQ(events.log.count(), 0u) << "only while running";
+    EXPECT_EQ(events.count(), 0u) << "only while running";
 }
 
 TEST_F(Renderer, TheEndOfTheStreamIsToldOnceAndOnlyWhenRunning) {
     renderer->Pause();
     EXPECT_EQ(source->pin.DeliverEndOfStream(), S_OK);
     EXPECT_EQ(stateOf(0, S_OK), State_Paused) << "the end completes a pause, too";
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(events.count(), 0u);
     renderer->Run(0);
-    EXPECT_EQ(events.log.all(), Events{complete()});
+    EXPECT_EQ(events.all(), Events{complete()});
     EXPECT_EQ(source->pin.DeliverEndOfStream(), S_OK);
     renderer->Run(0);
-    EXPECT_EQ(events.log.count(), 1u);
+    EXPECT_EQ(events.count(), 1u);
     EXPECT_EQ(source->pin.Push(1), S_FALSE) << "none is wanted behind the end";
     renderer->Pause();
     renderer->Run(0);
-    EXPECT_EQ(events.log.all(), (Events{complete(), complete()})) << "once in each run";
+    EXPECT_EQ(events.all(), (Events{complete(), complete()})) << "once in each run";
 }
 
 TEST_F(Renderer, TheEndOfTheStreamWaitsForTheLastSample) {
@@ -216,12 +220,12 @@ TEST_F(Renderer, TheEndOfTheStreamWaitsForTheLastSample) {
     ASSERT_TRUE(renderer->first.waitFor(1));
     EXPECT_EQ(source->pin.DeliverEndOfStream(), S_OK);
     size_t toldBefore = 99;
-    renderer->onRender = [&](CMediaSample&) { toldBefore = events.log.count(); };
+    renderer->onRender = [&](CMediaSample&) { toldBefore = events.count(); };
     renderer->Run(0);
-    ASSERT_TRUE(events.log.waitFor(1));
+    ASSERT_TRUE(events.waitFor(1));
     EXPECT_EQ(toldBefore, 0u);
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
-    EXPECT_EQ(events.log.all(), Events{complete()});
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
+    EXPECT_EQ(events.all(), Events{complete()});
 }
 
 TEST_F(Renderer, AStopForgetsTheEndOfTheStream) {
@@ -230,24 +234,24 @@ TEST_F(Renderer, AStopForgetsTheEndOfTheStream) {
     renderer->Stop();
     source->pin.Pool()->Commit().ignore();
     renderer->Run(0);
-    EXPECT_EQ(events.log.count(), 1u);
+    EXPECT_EQ(events.count(), 1u);
     EXPECT_EQ(source->pin.Push(1), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
 }
 
 TEST_F(Renderer, AFailureWhileRunningIsToldOnceAndRefusesWhatFollows) {
     renderer->Run(0);
-    renderer->answer = VEX_E_DISK_FULL;
+    renderer->renderResult = VEX_E_DISK_FULL;
     EXPECT_EQ(source->pin.Push(1), VEX_E_DISK_FULL);
-    renderer->answer = S_OK;
+    renderer->renderResult = S_OK;
     EXPECT_EQ(source->pin.Push(2), VFW_E_RUNTIME_ERROR);
-    EXPECT_EQ(events.log.all(), (Events{{EC_ERRORABORT, VEX_E_DISK_FULL, 0}}));
-    EXPECT_EQ(renderer->shown.all(), Numbers{1});
+    EXPECT_EQ(events.all(), (Events{{EC_ERRORABORT, VEX_E_DISK_FULL, 0}}));
+    EXPECT_EQ(renderer->numbers(), Numbers{1});
     renderer->Stop();
     source->pin.Pool()->Commit().ignore();
     renderer->Run(0);
     EXPECT_EQ(source->pin.Push(3), S_OK) << "a new start";
-    EXPECT_EQ(renderer->shown.all(), (Numbers{1, 3}));
+    EXPECT_EQ(renderer->numbers(), (Numbers{1, 3}));
 }
 
 TEST_F(Renderer, AFlushEndsTheWaitAndRefusesSamplesUntilItsEnd) {
@@ -265,14 +269,14 @@ TEST_F(Renderer, AFlushEndsTheWaitAndRefusesSamplesUntilItsEnd) {
     EXPECT_EQ(stateOf(forever, S_OK), State_Paused);
     renderer->Run(0);
     ASSERT_TRUE(renderer->shown.waitFor(1));
-    EXPECT_EQ(renderer->shown.all(), Numbers{3});
+    EXPECT_EQ(renderer->numbers(), Numbers{3});
 }
 
 TEST_F(Renderer, AFlushForgetsTheEndOfTheStreamAndAFailure) {
     renderer->Run(0);
-    renderer->answer = E_FAIL;
+    renderer->renderResult = E_FAIL;
     EXPECT_EQ(source->pin.Push(1), E_FAIL);
-    renderer->answer = S_OK;
+    renderer->renderResult = S_OK;
     source->pin.DeliverBeginFlush();
     source->pin.DeliverEndFlush();
     EXPECT_EQ(source->pin.Push(2), S_OK);
@@ -280,9 +284,9 @@ TEST_F(Renderer, AFlushForgetsTheEndOfTheStreamAndAFailure) {
     source->pin.DeliverBeginFlush();
     source->pin.DeliverEndFlush();
     EXPECT_EQ(source->pin.Push(3), S_OK);
-    EXPECT_EQ(renderer->shown.all(), (Numbers{1, 2, 3}));
+    EXPECT_EQ(renderer->numbers(), (Numbers{1, 2, 3}));
     source->pin.DeliverEndOfStream();
-    EXPECT_EQ(events.log.all(), (Events{{EC_ERRORABORT, E_FAIL, 0}, complete(), complete()}));
+    EXPECT_EQ(events.all(), (Events{{EC_ERRORABORT, E_FAIL, 0}, complete(), complete()}));
 }
 
 TEST_F(Renderer, AStopEndsAFlushThatNobodyEnded) {
@@ -309,7 +313,7 @@ TEST_F(Renderer, BothLocksAreHeldWhileASampleIsShown) {
     EXPECT_EQ(source->pin.Push(1), S_OK);
     stopping.join();
     EXPECT_EQ(order.all(), (std::vector<int>{1, 2}));
-    EXPECT_EQ(renderer->shown.all(), Numbers{1}) << "what was begun is shown to its end";
+    EXPECT_EQ(renderer->numbers(), Numbers{1}) << "what was begun is shown to its end";
 }
 
 TEST_F(Renderer, ShowingASampleAllocatesNothing) {
@@ -348,15 +352,15 @@ TEST_F(Renderer, StopsAndStartsWhileSamplesComeLeaveNothingBehind) {
 
 TEST(UnconnectedRenderer, IsReadyAtOnceAndComplete) {
     EventLog events;
-    const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
+    const Ref<Screen> renderer = makeRef<Screen>();
     renderer->JoinFilterGraph(&events, u"");
     EXPECT_EQ(renderer->Pause(), S_OK);
     FilterState state;
     EXPECT_EQ(renderer->GetState(0, &state), S_OK);
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(events.count(), 0u);
     EXPECT_EQ(renderer->Run(0), S_OK);
-    ASSERT_EQ(events.log.count(), 1u);
-    EXPECT_EQ(events.log.all().front().code, uint32_t(EC_COMPLETE));
+    ASSERT_EQ(events.count(), 1u);
+    EXPECT_EQ(events.all().front().code, uint32_t(EC_COMPLETE));
     EXPECT_EQ(renderer->Stop(), S_OK);
 }
 
@@ -374,8 +378,8 @@ TEST_F(Renderer, WithoutASeekingSourceSeekingIsNotOffered) {
 
 TEST(RendererSeeking, GoesUpstreamAndThePositionIsThatOfTheSampleShownLast) {
     EventLog events;
-    const auto source = makeRef<NumberedSource>(10u, 1000);
-    const auto renderer = makeRef<RecordingRenderer>();
+    const auto source = makeRef<NumberedSource>(test::SourceOptions{.frames = 10, .interval = 1000, .seekable = true});
+    const auto renderer = makeRef<Screen>();
     ASSERT_EQ(source->Output().Connect(renderer->Input()), S_OK);
     renderer->JoinFilterGraph(&events, u"");
     const auto seeking = queryInterface<IMediaSeeking>(renderer);
@@ -389,8 +393,8 @@ TEST(RendererSeeking, GoesUpstreamAndThePositionIsThatOfTheSampleShownLast) {
     EXPECT_EQ(seeking->SetPosition(4000), S_OK);
     renderer->Run(0);
     source->Run(0);
-    ASSERT_TRUE(events.log.waitFor(1));
-    EXPECT_EQ(renderer->shown.all(), (Numbers{4, 5, 6, 7, 8, 9}));
+    ASSERT_TRUE(events.waitFor(1));
+    EXPECT_EQ(renderer->numbers(), (Numbers{4, 5, 6, 7, 8, 9}));
     EXPECT_EQ(seeking->GetCurrentPosition(&time), S_OK);
     EXPECT_EQ(time, 9000);
     renderer->Stop();

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap {

@@ -3,16 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include "graph/graph_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/numbered_source.h"
 #include "platform/fake/allocations.h"
 
-namespace vexcap::graph_rig {
+namespace vexcap::test {
 namespace smart_tee_test {
 
 /// source -> tee, with nothing behind it yet
 struct Tee : World {
     explicit Tee(SourceOptions options = {})
-        : source(add(makeRef<Source>(std::move(options)), u"source")), tee(add(makeRef<CSmartTee>(), u"tee")) {
+        : source(add(makeRef<NumberedSource>(std::move(options)), u"source")), tee(add(makeRef<CSmartTee>(), u"tee")) {
         graph.ConnectDirect(source->Output(), tee->Input());
     }
     /// -> writer
@@ -26,7 +27,7 @@ struct Tee : World {
         EXPECT_EQ(graph.ConnectDirect(tee->Preview(), made->Input()), S_OK);
         return made;
     }
-    Ref<Source> source;
+    Ref<NumberedSource> source;
     Ref<CSmartTee> tee;
 };
 
@@ -52,7 +53,8 @@ TEST(SmartTee, ItsOutputsComeAfterItsInputAndHaveItsType) {
     EXPECT_EQ(world.graph.ConnectDirect(tee->Capture(), writer->Input()), E_UNEXPECTED);
 
     const MediaType small = rgb24Type(8, 8, 0), large = rgb24Type(16, 8, 0);
-    const auto source = world.add(makeRef<Source>(SourceOptions{.pins = {{.types = {large, small}}}}), u"source");
+    const auto source =
+        world.add(makeRef<NumberedSource>(SourceOptions{.pins = {{.types = {large, small}}}}), u"source");
     ASSERT_EQ(world.graph.ConnectDirect(source->Output(), tee->Input(), &small), S_OK);
     for (CBaseOutputPin* const pin : {&tee->Capture(), &tee->Preview()}) {
         EXPECT_EQ(pin->GetMediaType(0, &type), S_OK);
@@ -111,7 +113,7 @@ TEST(SmartTee, OneReaderGetsTheSamplesThemselves) {
         ASSERT_GE(tee.graph.Run(), 0);
         ASSERT_EQ(tee.event().code, EC_COMPLETE);
         ASSERT_EQ(tee.graph.Stop(), S_OK);
-        const std::vector<Seen> seen = screen->seen();
+        const std::vector<Seen> seen = screen->shown.all();
         ASSERT_EQ(seen.size(), 20u);
         for (size_t i = 0; i < seen.size(); ++i) {
             EXPECT_EQ(seen[i].number, int64_t(i));
@@ -140,7 +142,7 @@ TEST(SmartTee, TwoReadersGetTheSampleAndACopyWithoutTimes) {
     ASSERT_EQ(tee.event().code, EC_COMPLETE);
     ASSERT_EQ(tee.graph.Stop(), S_OK);
 
-    const std::vector<Seen> recorded = record->seen();
+    const std::vector<Seen> recorded = record->shown.all();
     ASSERT_EQ(recorded.size(), 50u);
     for (size_t i = 0; i < recorded.size(); ++i) {
         EXPECT_EQ(recorded[i].number, int64_t(i));
@@ -148,7 +150,7 @@ TEST(SmartTee, TwoReadersGetTheSampleAndACopyWithoutTimes) {
         EXPECT_TRUE(recorded[i].timed);
         EXPECT_EQ(recorded[i].lastByte, Stamp::mark);
     }
-    const std::vector<Seen> shown = preview->seen();
+    const std::vector<Seen> shown = preview->shown.all();
     ASSERT_FALSE(shown.empty());
     int64_t before = -1;
     for (const Seen& one : shown) {
@@ -171,11 +173,11 @@ TEST(SmartTee, APreviewThatStandsStillHoldsNoCaptureUp) {
     ASSERT_TRUE(eventually([&] { return writer->ended.load(); }));
     EXPECT_EQ(writer->numbers(), upTo(500));
     EXPECT_EQ(tee.source->lost, 0);
-    EXPECT_EQ(screen->count(), 0u);
+    EXPECT_EQ(screen->shown.count(), 0u);
     EXPECT_EQ(tee.event(0).code, 0u) << "the preview's end comes behind its samples";
     screen->shut(false);
     EXPECT_EQ(tee.event().code, EC_COMPLETE);
-    EXPECT_LE(screen->count(), 2u);
+    EXPECT_LE(screen->shown.count(), 2u);
     EXPECT_EQ(tee.graph.Stop(), S_OK);
     EXPECT_TRUE(isWhole(*tee.source->Pool()));
 }
@@ -188,7 +190,7 @@ TEST(SmartTee, APausedPreviewHoldsNoCaptureUp) {
     ASSERT_TRUE(eventually([&] { return writer->ended.load(); }));
     EXPECT_EQ(writer->numbers(), upTo(100));
     EXPECT_TRUE(eventually([&] { return screen->newest() == 0; })) << "the first one is shown while paused";
-    EXPECT_EQ(screen->count(), 0u);
+    EXPECT_EQ(screen->shown.count(), 0u);
     EXPECT_EQ(tee.graph.Stop(), S_OK);
     EXPECT_TRUE(isWhole(*tee.source->Pool()));
 }
@@ -202,13 +204,13 @@ TEST(SmartTee, APreviewThatFailsOrEndsLeavesTheRecordingAlone) {
     ASSERT_TRUE(eventually([&] { return writer->ended.load(); }));
     EXPECT_EQ(writer->numbers(), upTo(200));
     EXPECT_EQ(tee.event().code, EC_ERRORABORT) << "which the preview tells itself";
-    EXPECT_EQ(screen->count(), 1u);
+    EXPECT_EQ(screen->shown.count(), 1u);
     ASSERT_EQ(tee.graph.Stop(), S_OK);
     // The next run is another chance.
     screen->renderResult = S_OK;
     ASSERT_GE(tee.graph.Run(), 0);
     EXPECT_EQ(tee.event().code, EC_COMPLETE);
-    EXPECT_GT(screen->count(), 1u);
+    EXPECT_GT(screen->shown.count(), 1u);
 }
 
 TEST(SmartTee, ARecordingThatFailsEndsTheStream) {
@@ -228,7 +230,7 @@ TEST(SmartTee, ARecordingThatWantsNoMoreLeavesThePreviewOn) {
     const auto screen = tee.show();
     writer->writeResult = S_FALSE;
     ASSERT_GE(tee.graph.Run(), 0);
-    EXPECT_TRUE(eventually([&] { return screen->count() > 5; }));
+    EXPECT_TRUE(eventually([&] { return screen->shown.count() > 5; }));
     EXPECT_EQ(tee.graph.Stop(), S_OK);
 }
 
@@ -240,7 +242,7 @@ TEST(SmartTee, WhatTheCapturePinHoldsBackIsShownAllTheSame) {
     const int64_t never = IAMStreamControl::never, now = 0;
     ASSERT_EQ(control->StartAt(&never), S_OK);
     ASSERT_GE(tee.graph.Run(), 0);
-    ASSERT_TRUE(eventually([&] { return screen->count() > 5; }));
+    ASSERT_TRUE(eventually([&] { return screen->shown.count() > 5; }));
     EXPECT_TRUE(writer->numbers().empty());
     ASSERT_EQ(control->StartAt(&now), S_OK);
     ASSERT_EQ(control->StopAt(&never), S_OK);
@@ -249,8 +251,8 @@ TEST(SmartTee, WhatTheCapturePinHoldsBackIsShownAllTheSame) {
     // One that was under way may still come; then none.
     const int64_t mark = tee.source->sent;
     ASSERT_TRUE(eventually([&] { return tee.source->sent > mark + 1; }));
-    const size_t written = writer->numbers().size(), shown = screen->count();
-    ASSERT_TRUE(eventually([&] { return screen->count() > shown + 5; }));
+    const size_t written = writer->numbers().size(), shown = screen->shown.count();
+    ASSERT_TRUE(eventually([&] { return screen->shown.count() > shown + 5; }));
     EXPECT_EQ(writer->numbers().size(), written);
     EXPECT_EQ(tee.graph.Stop(), S_OK);
 }
@@ -270,10 +272,10 @@ TEST(SmartTee, ASeekReachesBothReaders) {
     }
     ASSERT_GE(tee.graph.Run(), 0);
     ASSERT_EQ(tee.event().code, EC_COMPLETE);
-    EXPECT_EQ(record->count(), 10u);
+    EXPECT_EQ(record->shown.count(), 10u);
     ASSERT_EQ(tee.graph.SetPosition(995 * frameTime), S_OK);
     ASSERT_EQ(tee.event().code, EC_COMPLETE);
-    EXPECT_EQ(record->count(), 15u);
+    EXPECT_EQ(record->shown.count(), 15u);
     EXPECT_EQ(tee.graph.Stop(), S_OK);
     EXPECT_TRUE(isWhole(*tee.source->Pool()));
 }
@@ -282,10 +284,10 @@ TEST(SmartTee, SamplesThatOthersReadAreCopiedForThePreview) {
     Tee tee({.pins = {{.readOnly = true}}, .frames = 3});
     const auto screen = tee.show();
     ASSERT_GE(tee.graph.Run(), 0);
-    ASSERT_TRUE(eventually([&] { return screen->count() > 0; }));
+    ASSERT_TRUE(eventually([&] { return screen->shown.count() > 0; }));
     EXPECT_EQ(tee.event().code, EC_COMPLETE);
     ASSERT_EQ(tee.graph.Stop(), S_OK);
-    for (const Seen& one : screen->seen())
+    for (const Seen& one : screen->shown.all())
         for (const uint8_t* const memory : tee.source->handedOut) EXPECT_NE(one.memory, memory);
 }
 
@@ -333,4 +335,4 @@ TEST(SmartTee, NoFrameAsksForMemory) {
 }
 
 }  // namespace smart_tee_test
-}  // namespace vexcap::graph_rig
+}  // namespace vexcap::test

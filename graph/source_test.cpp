@@ -5,14 +5,16 @@
 
 #include <string>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
+#include "graph/testing/numbered_source.h"
+#include "graph/testing/screen.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
 namespace source_test {
 
 using test::NumberedSource;
-using test::RecordingRenderer;
+using test::Screen;
 
 /// A source whose worker the test commands itself.
 class CommandedSource final : public CSource {
@@ -133,7 +135,7 @@ struct ConnectedSource : ::testing::Test {
     }
     void SetUp() override { ASSERT_EQ(source->pin.Connect(renderer->Input()), S_OK); }
     const Ref<CommandedSource> source = makeRef<CommandedSource>();
-    const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
+    const Ref<Screen> renderer = makeRef<Screen>();
 };
 
 TEST_F(ConnectedSource, APauseCommitsThePoolAndStartsTheLoopAndAStopUndoesBoth) {
@@ -170,12 +172,15 @@ struct NumberedStream : ::testing::Test {
         source->Output().Disconnect();
         renderer->Input().Disconnect();
     }
-    void make(uint32_t count, uint32_t buffers = 3) {
-        source = makeRef<NumberedSource>(count, 0, rgb24Type(8, 4, 0), buffers);
+    /// -1: a stream without end.
+    void make(int64_t count, uint32_t buffers = 3) {
+        source = makeRef<NumberedSource>(
+            test::SourceOptions{.pins = {{.buffers = buffers}}, .frames = count, .interval = 0});
+        source->keepsTrack = false;
         ASSERT_EQ(source->Output().Connect(renderer->Input()), S_OK);
     }
     Ref<NumberedSource> source;
-    const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
+    const Ref<Screen> renderer = makeRef<Screen>();
 };
 
 TEST_F(NumberedStream, EverySampleArrivesInOrderAndOnce) {
@@ -183,14 +188,14 @@ TEST_F(NumberedStream, EverySampleArrivesInOrderAndOnce) {
     ASSERT_EQ(renderer->Run(0), S_OK);
     ASSERT_EQ(source->Run(0), S_OK);
     ASSERT_TRUE(renderer->shown.waitFor(500));
-    ASSERT_TRUE(source->Ends().waitFor(1));
-    const std::vector<uint32_t> shown = renderer->shown.all();
+    ASSERT_TRUE(source->ends.waitFor(1));
+    const std::vector<int64_t> shown = renderer->numbers();
     ASSERT_EQ(shown.size(), 500u);
-    for (uint32_t i = 0; i < 500; ++i) ASSERT_EQ(shown[i], i);
+    for (int64_t i = 0; i < 500; ++i) ASSERT_EQ(shown[size_t(i)], i);
 }
 
 TEST_F(NumberedStream, AStopComesThroughWhileTheWorkerWaitsForABuffer) {
-    make(NumberedSource::endless, 1);
+    make(-1, 1);
     ASSERT_EQ(renderer->Run(0), S_OK);
     // The only buffer is kept, so that the worker waits for it.
     test::Log<Ref<CMediaSample>> kept;
@@ -200,24 +205,24 @@ TEST_F(NumberedStream, AStopComesThroughWhileTheWorkerWaitsForABuffer) {
     EXPECT_EQ(source->Stop(), S_OK);
     EXPECT_EQ(kept.count(), 1u);
     // The stop may have come before the wait, too.
-    ASSERT_EQ(source->Ends().count(), 1u);
-    EXPECT_TRUE(source->Ends().all().front() == VFW_E_NOT_COMMITTED || source->Ends().all().front() == S_FALSE);
+    ASSERT_EQ(source->ends.count(), 1u);
+    EXPECT_TRUE(source->ends.all().front() == VFW_E_NOT_COMMITTED || source->ends.all().front() == S_FALSE);
     EXPECT_EQ(test::numberOf(*kept.all().front()), 0u) << "a sample outlives the stop";
 }
 
 TEST_F(NumberedStream, AStopOfTheReceiverFirstEndsTheLoopAndTheSourceStops) {
-    make(NumberedSource::endless);
+    make(-1);
     ASSERT_EQ(renderer->Pause(), S_FALSE);  // holds the first sample
     ASSERT_EQ(source->Pause(), S_OK);
     ASSERT_TRUE(renderer->first.waitFor(1));
     EXPECT_EQ(renderer->Stop(), S_OK);
-    ASSERT_TRUE(source->Ends().waitFor(1));
+    ASSERT_TRUE(source->ends.waitFor(1));
     EXPECT_EQ(source->Stop(), S_OK);
     EXPECT_EQ(renderer->shown.count(), 0u);
 }
 
 TEST_F(NumberedStream, StartsAndStopsManyTimes) {
-    make(NumberedSource::endless);
+    make(-1);
     for (int turn = 0; turn < 50; ++turn) {
         ASSERT_GE(renderer->Run(0), 0);
         ASSERT_EQ(source->Run(0), S_OK);
@@ -232,12 +237,12 @@ TEST_F(NumberedStream, StartsAndStopsManyTimes) {
 }
 
 TEST_F(NumberedStream, TheWayOfASampleAllocatesNothing) {
-    make(NumberedSource::endless);
+    make(-1);
     // The worker runs all of it: GetBuffer, Deliver, Receive and Release. The first sample may allocate.
     size_t before = 0;
     std::atomic<size_t> most{0};
     renderer->onRender = [&](CMediaSample& sample) {
-        const uint32_t number = test::numberOf(sample);
+        const int64_t number = test::numberOf(sample);
         if (number == 1) before = allocations();
         if (number > 1 && number < 200) most = std::max<size_t>(most, allocations() - before);
     };
@@ -250,7 +255,7 @@ TEST_F(NumberedStream, TheWayOfASampleAllocatesNothing) {
 }
 
 TEST(Source, ListsItsPins) {
-    const auto source = makeRef<NumberedSource>(1u);
+    const auto source = makeRef<NumberedSource>(test::SourceOptions{});
     EXPECT_EQ(source->GetPinCount(), 1u);
     EXPECT_EQ(source->GetPin(0), &source->Output());
     EXPECT_EQ(source->GetPin(1), nullptr);

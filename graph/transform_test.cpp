@@ -5,7 +5,11 @@
 
 #include <thread>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
+#include "graph/testing/numbered_source.h"
+#include "graph/testing/screen.h"
+#include "graph/testing/sent_samples.h"
+#include "graph/testing/transforms.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap {
@@ -13,11 +17,12 @@ namespace transform_test {
 
 using test::AddInPlace;
 using test::EventLog;
+using test::GraphEvent;
 using test::NumberedSource;
 using test::PushFilter;
-using test::RecordingRenderer;
-using Numbers = std::vector<uint32_t>;
-using Events = std::vector<EventLog::Event>;
+using test::Screen;
+using Numbers = std::vector<int64_t>;
+using Events = std::vector<GraphEvent>;
 
 /// Makes a picture of twice the width; the number in it is negated.
 class Widen final : public CTransformFilter {
@@ -111,7 +116,7 @@ struct Chain {
     std::vector<std::thread> threads;
     const Ref<PushFilter> source = makeRef<PushFilter>();
     const Ref<Filter> filter;
-    const Ref<RecordingRenderer> renderer = makeRef<RecordingRenderer>();
+    const Ref<Screen> renderer = makeRef<Screen>();
 };
 
 struct Transform : ::testing::Test, Chain<Widen> {
@@ -171,7 +176,7 @@ TEST_F(Transform, MakesASampleOfEachSampleWithItsTimesAndFlags) {
         sample->SetSyncPoint(true);
         EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
     }
-    EXPECT_EQ(renderer->shown.all(), Numbers{~5u});
+    EXPECT_EQ(renderer->numbers(), Numbers{~5});
     EXPECT_EQ(start, -20);
     EXPECT_EQ(stop, -10);
     EXPECT_TRUE(syncPoint);
@@ -195,8 +200,8 @@ TEST_F(Transform, ADroppedSampleIsNoEndOfTheStream) {
     EXPECT_EQ(source->pin.Push(1), S_OK);
     filter->answer = S_OK;
     EXPECT_EQ(source->pin.Push(2), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{~2u});
-    EXPECT_EQ(events.log.count(), 0u);
+    EXPECT_EQ(renderer->numbers(), Numbers{~2});
+    EXPECT_EQ(events.count(), 0u);
 }
 
 TEST_F(Transform, AFailureIsToldOnceWhileRunningAndRefusesWhatFollows) {
@@ -205,21 +210,21 @@ TEST_F(Transform, AFailureIsToldOnceWhileRunningAndRefusesWhatFollows) {
     filter->answer = E_OUTOFMEMORY;
     EXPECT_EQ(source->pin.Push(1), E_OUTOFMEMORY);
     EXPECT_EQ(source->pin.Push(2), VFW_E_RUNTIME_ERROR);
-    EXPECT_EQ(events.log.all(), (Events{{EC_ERRORABORT, E_OUTOFMEMORY, 0}}));
+    EXPECT_EQ(events.all(), (Events{{EC_ERRORABORT, E_OUTOFMEMORY, 0}}));
     filter->answer = S_OK;
     stop();
     run();
     EXPECT_EQ(source->pin.Push(3), S_OK);
-    EXPECT_EQ(renderer->shown.all(), Numbers{~3u});
+    EXPECT_EQ(renderer->numbers(), Numbers{~3});
 }
 
 TEST_F(Transform, AFailureDownstreamIsToldThereAlone) {
     connect();
     run();
-    renderer->answer = E_FAIL;
+    renderer->renderResult = E_FAIL;
     EXPECT_EQ(source->pin.Push(1), E_FAIL);
-    EXPECT_EQ(events.log.count(), 0u);
-    EXPECT_EQ(renderEvents.log.all(), (Events{{EC_ERRORABORT, E_FAIL, 0}}));
+    EXPECT_EQ(events.count(), 0u);
+    EXPECT_EQ(renderEvents.all(), (Events{{EC_ERRORABORT, E_FAIL, 0}}));
 }
 
 TEST_F(Transform, StreamingBeginsAndEndsOnceAroundTheSamples) {
@@ -266,9 +271,9 @@ TEST_F(Transform, EndFlushAndSegmentGoThrough) {
     filter->Run(0);
     EXPECT_EQ(source->pin.Push(2), S_OK);
     EXPECT_EQ(source->pin.DeliverEndOfStream(), S_OK);
-    EXPECT_EQ(renderEvents.log.count(), 1u);
+    EXPECT_EQ(renderEvents.count(), 1u);
     EXPECT_EQ(source->pin.Push(3), S_FALSE);
-    EXPECT_EQ(renderer->shown.all(), Numbers{~2u});
+    EXPECT_EQ(renderer->numbers(), Numbers{~2});
 }
 
 TEST_F(Transform, AStopComesThroughWhileASampleWaitsDownstream) {
@@ -292,7 +297,7 @@ TEST_F(Transform, AStopComesThroughWhileTheFilterWaitsForABuffer) {
     EXPECT_EQ(filter->Stop(), S_OK);
     ASSERT_TRUE(received.waitFor(1));
     EXPECT_LT(received.all().front(), 0);
-    EXPECT_EQ(events.log.count(), 0u) << "a stop is no failure";
+    EXPECT_EQ(events.count(), 0u) << "a stop is no failure";
 }
 
 TEST_F(Transform, AStopWaitsForTheSampleThatIsBeingMade) {
@@ -325,8 +330,8 @@ TEST_F(InPlace, InputAndOutputShareOnePoolAndTheSampleStaysWhereItIs) {
         memory = sample->GetPointer();
         EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
     }
-    EXPECT_EQ(renderer->shown.all(), Numbers{105});
-    EXPECT_EQ(renderer->pointers.all(), std::vector<const uint8_t*>{memory});
+    EXPECT_EQ(renderer->numbers(), Numbers{105});
+    EXPECT_EQ(renderer->shown.all().front().memory, memory);
 }
 
 TEST_F(InPlace, SamplesOfOthersAreCopiedIntoAPoolOfItsOwn) {
@@ -350,8 +355,8 @@ TEST_F(InPlace, SamplesOfOthersAreCopiedIntoAPoolOfItsOwn) {
     };
     EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
     EXPECT_EQ(test::numberOf(*sample), 5u) << "upstream's sample is untouched";
-    EXPECT_EQ(renderer->shown.all(), Numbers{105});
-    EXPECT_NE(renderer->pointers.all().front(), sample->GetPointer());
+    EXPECT_EQ(renderer->numbers(), Numbers{105});
+    EXPECT_NE(renderer->shown.all().front().memory, sample->GetPointer());
     EXPECT_EQ(length, 50u);
     EXPECT_EQ(last, 77);
     EXPECT_EQ(start, -2);
@@ -364,7 +369,7 @@ TEST_F(InPlace, ADroppedSampleComesBackToThePoolAndTheStreamGoesOn) {
     connect();
     run();
     for (uint32_t i = 0; i < 7; ++i) EXPECT_EQ(source->pin.Push(i), S_OK);
-    EXPECT_EQ(renderer->shown.all(), (Numbers{100, 103, 106}));
+    EXPECT_EQ(renderer->numbers(), (Numbers{100, 103, 106}));
 }
 
 TEST_F(InPlace, AFailureIsToldOnceWhileRunning) {
@@ -373,7 +378,7 @@ TEST_F(InPlace, AFailureIsToldOnceWhileRunning) {
     run();
     EXPECT_EQ(source->pin.Push(1), E_POINTER);
     EXPECT_EQ(source->pin.Push(2), VFW_E_RUNTIME_ERROR);
-    EXPECT_EQ(events.log.all(), (Events{{EC_ERRORABORT, E_POINTER, 0}}));
+    EXPECT_EQ(events.all(), (Events{{EC_ERRORABORT, E_POINTER, 0}}));
 }
 
 TEST_F(InPlace, TakesOnlyTheTypeOfTheInputFurther) {
@@ -398,7 +403,7 @@ TEST_F(InPlace, AnInputThatIsConnectedAnewSharesTheNewPool) {
         memory = sample->GetPointer();
         EXPECT_EQ(other->pin.Deliver(*sample), S_OK);
     }
-    EXPECT_EQ(renderer->pointers.all(), std::vector<const uint8_t*>{memory});
+    EXPECT_EQ(renderer->shown.all().front().memory, memory);
     stop();
     other->Stop();
     other->pin.Disconnect();
@@ -419,8 +424,8 @@ TEST_F(InPlace, AChainOfThemSharesOnePoolToo) {
         memory = sample->GetPointer();
         EXPECT_EQ(source->pin.Deliver(*sample), S_OK);
     }
-    EXPECT_EQ(renderer->shown.all(), Numbers{1101});
-    EXPECT_EQ(renderer->pointers.all(), std::vector<const uint8_t*>{memory});
+    EXPECT_EQ(renderer->numbers(), Numbers{1101});
+    EXPECT_EQ(renderer->shown.all().front().memory, memory);
     renderer->Stop();
     second->Stop();
     second->Input().Disconnect();
@@ -446,9 +451,9 @@ TEST_F(Transform, TheWayOfASampleAllocatesNothing) {
 }
 
 TEST(TransformSeeking, GoesThroughToTheSource) {
-    const auto source = makeRef<NumberedSource>(10u, 1000);
+    const auto source = makeRef<NumberedSource>(test::SourceOptions{.frames = 10, .interval = 1000, .seekable = true});
     const auto filter = makeRef<AddInPlace>(1u);
-    const auto renderer = makeRef<RecordingRenderer>();
+    const auto renderer = makeRef<Screen>();
     EXPECT_FALSE(queryInterface<IMediaSeeking>(&filter->Output()));
     ASSERT_EQ(source->Output().Connect(filter->Input()), S_OK);
     ASSERT_EQ(filter->Output().Connect(renderer->Input()), S_OK);
@@ -462,9 +467,9 @@ TEST(TransformSeeking, GoesThroughToTheSource) {
 }
 
 TEST(TransformStream, ASourceThroughAFilterStartsAndStopsManyTimes) {
-    const auto source = makeRef<NumberedSource>(NumberedSource::endless);
+    const auto source = makeRef<NumberedSource>(test::SourceOptions{.interval = 0});
     const auto filter = makeRef<AddInPlace>(1u);
-    const auto renderer = makeRef<RecordingRenderer>();
+    const auto renderer = makeRef<Screen>();
     ASSERT_EQ(source->Output().Connect(filter->Input()), S_OK);
     ASSERT_EQ(filter->Output().Connect(renderer->Input()), S_OK);
     EventLog events;
@@ -479,7 +484,7 @@ TEST(TransformStream, ASourceThroughAFilterStartsAndStopsManyTimes) {
         ASSERT_EQ(filter->Stop(), S_OK);
         ASSERT_EQ(source->Stop(), S_OK);
     }
-    EXPECT_EQ(events.log.count(), 0u) << "no stop looks like a failure";
+    EXPECT_EQ(events.count(), 0u) << "no stop looks like a failure";
     filter->JoinFilterGraph(nullptr, u"");
     renderer->JoinFilterGraph(nullptr, u"");
     source->Output().Disconnect();

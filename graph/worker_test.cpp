@@ -5,7 +5,8 @@
 
 #include <functional>
 
-#include "graph/test_filters.h"
+#include "graph/testing/log.h"
+#include "platform/fake/patience.h"
 
 namespace vexcap {
 namespace worker_test {

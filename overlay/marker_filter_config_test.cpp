@@ -3,7 +3,9 @@
 
 #include <cstring>
 
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/kept_samples.h"
+#include "graph/testing/sent_samples.h"
 #include "overlay/marker_filter.h"
 #include "overlay/text_testing.h"
 #include "platform/fake/fake_settings.h"

@@ -6,7 +6,9 @@
 #include <thread>
 
 #include "base/dib.h"
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/kept_samples.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_clock.h"
 #include "platform/fake/fake_date_text.h"

@@ -7,7 +7,8 @@
 #include <thread>
 
 #include "base/dib.h"
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_media.h"

@@ -9,7 +9,9 @@
 #include <sstream>
 #include <thread>
 
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/kept_samples.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_disk.h"
 #include "platform/fake/fake_media.h"

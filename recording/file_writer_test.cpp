@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "graph/stream_rig.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/kept_samples.h"
+#include "graph/testing/sent_samples.h"
 #include "platform/fake/fake_disk.h"
 #include "recording/avi_mux.h"
 

@@ -14,7 +14,8 @@
 namespace vexcap {
 namespace media_file_source_test {
 
-using test::EventEar;
+using test::EventLog;
+using test::GraphEvent;
 using test::SampleSink;
 
 constexpr uint32_t width = 6, height = 4;
@@ -106,7 +107,7 @@ protected:
     }
 
     ScriptedFile file;
-    EventEar ear;
+    EventLog ear;
     Ref<CMediaFileSource> filter = makeRef<CMediaFileSource>(std::make_unique<ScriptedReader>(file));
     Ref<SampleSink> sink = makeRef<SampleSink>();
     CBaseOutputPin& pin = test::outputOf(*filter);
@@ -140,16 +141,16 @@ TEST_F(MediaFileSource, EveryPictureComesWithItsTimesAndThenTheEnd) {
         EXPECT_TRUE(arrived[i].syncPoint);
     }
     EXPECT_EQ(sink->segments(), std::vector<int64_t>{0});
-    EXPECT_TRUE(ear.events().empty());
+    EXPECT_TRUE(ear.all().empty());
 }
 
 TEST_F(MediaFileSource, AReadFailureEndsTheStreamWithItsCode) {
     file.failing = 3;
     connect();
     start();
-    ear.waitFor(1);
+    ASSERT_TRUE(ear.waitFor(1));
     EXPECT_EQ(sink->count(), 3u);
-    EXPECT_EQ(ear.events(), (std::vector<EventEar::Event>{{EC_ERRORABORT, E_ACCESSDENIED, 0}}));
+    EXPECT_EQ(ear.all(), (std::vector<GraphEvent>{{EC_ERRORABORT, E_ACCESSDENIED, 0}}));
 }
 
 TEST_F(MediaFileSource, CapabilitiesAreThoseOfTheFile) {

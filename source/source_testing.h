@@ -1,11 +1,13 @@
-// What tests of sources share: a sink that keeps what it gets, or holds it up, and a graph's ear.
+// What tests of sources share: a sink that keeps what it gets, or holds it up.
 #pragma once
 
 #include <chrono>
 #include <cstring>
+#include <stdexcept>
 #include <vector>
 
 #include "graph/base_filter.h"
+#include "graph/testing/log.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap::test {
@@ -52,14 +54,16 @@ public:
     }
     void bring(Ref<CBaseAllocator> pool) { pin.own = std::move(pool); }
 
-    /// Waits until so many samples came in all.
+    /// Waits until so many samples came in all; throws when the patience is over first.
     void waitFor(size_t count) VEX_EXCLUDES(lock) {
+        const auto end = std::chrono::steady_clock::now() + patience;
         const MutexGuard held(lock);
-        while (calls < count) changed.wait(lock);
+        while (calls < count) waitUntil(end);
     }
     void waitForEnd() VEX_EXCLUDES(lock) {
+        const auto end = std::chrono::steady_clock::now() + patience;
         const MutexGuard held(lock);
-        while (!ended) changed.wait(lock);
+        while (!ended) waitUntil(end);
     }
     size_t count() VEX_EXCLUDES(lock) {
         const MutexGuard held(lock);
@@ -115,6 +119,11 @@ private:
         SampleSink& sink;
     };
 
+    void waitUntil(std::chrono::steady_clock::time_point end) VEX_REQUIRES(lock) {
+        const auto left = end - std::chrono::steady_clock::now();
+        if (left <= left.zero()) throw std::runtime_error("what was waited for did not come");
+        changed.waitFor(lock, left);
+    }
     HRESULT Receive(CMediaSample& sample) VEX_EXCLUDES(lock) {
         if (const HRESULT result = pin.CheckStreaming(); result != S_OK) return result;
         const MutexGuard held(lock);
@@ -148,34 +157,6 @@ private:
     std::vector<int64_t> begun VEX_GUARDED_BY(lock);
     std::vector<Ref<CMediaSample>> inHand VEX_GUARDED_BY(lock);
     Pin pin;
-};
-
-/// Keeps a graph's events. Any thread.
-class EventEar final : public IGraphEvents {
-public:
-    struct Event {
-        uint32_t code;
-        intptr_t first, second;
-        friend bool operator==(const Event&, const Event&) = default;
-    };
-    void Notify(uint32_t code, intptr_t first, intptr_t second) override {
-        const MutexGuard held(lock);
-        heard.push_back({code, first, second});
-        changed.notifyAll();
-    }
-    void waitFor(size_t count) VEX_EXCLUDES(lock) {
-        const MutexGuard held(lock);
-        while (heard.size() < count) changed.wait(lock);
-    }
-    std::vector<Event> events() VEX_EXCLUDES(lock) {
-        const MutexGuard held(lock);
-        return heard;
-    }
-
-private:
-    Mutex lock;
-    Condition changed;
-    std::vector<Event> heard VEX_GUARDED_BY(lock);
 };
 
 /// The object under another of its interfaces, which it has.

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "base/dib.h"
-#include "graph/class_factory.h"
+#include "graph/builder/class_factory.h"
 #include "platform/fake/allocations.h"
 #include "platform/fake/fake_camera.h"
 #include "platform/fake/fake_clock.h"

@@ -1,11 +1,11 @@
 // Making filters by class identifier.
-#include "graph/class_factory.h"
+#include "graph/builder/class_factory.h"
 
 #include <gtest/gtest.h>
 
 #include <new>
 
-#include "graph/test_filters.h"
+#include "graph/testing/transforms.h"
 
 namespace vexcap {
 namespace class_factory_test {

@@ -1,12 +1,13 @@
 // Building capture graphs: which pin, which tee, which converter, and nothing left behind.
-#include "graph/capture_graph_builder.h"
+#include "graph/builder/capture_graph_builder.h"
 
 #include <gtest/gtest.h>
 
-#include "graph/graph_rig.h"
 #include "graph/smart_tee.h"
+#include "graph/testing/graphs.h"
+#include "graph/testing/numbered_source.h"
 
-namespace vexcap::graph_rig {
+namespace vexcap::test {
 namespace capture_graph_builder_test {
 
 const SourcePinOptions capturePin = {.category = PIN_CATEGORY_CAPTURE, .streamControl = true};
@@ -21,7 +22,7 @@ SourcePinOptions ofTypes(SourcePinOptions pin, std::vector<MediaType> types) {
 /// A source with these pins, and a builder.
 struct Bench : World {
     explicit Bench(std::vector<SourcePinOptions> pins = {capturePin})
-        : source(add(makeRef<Source>(
+        : source(add(makeRef<NumberedSource>(
                          SourceOptions{.pins = std::move(pins), .pace = std::chrono::milliseconds(1), .live = true}),
                      u"source")) {
         builder.SetFiltergraph(&graph);
@@ -38,7 +39,7 @@ struct Bench : World {
     }
 
     CCaptureGraphBuilder builder{*this};
-    Ref<Source> source;
+    Ref<NumberedSource> source;
     Ref<Screen> screen = add(makeRef<Screen>(), u"screen");
     Ref<Writer> file = add(makeRef<Writer>(), u"file");
 };
@@ -85,7 +86,7 @@ TEST(CaptureGraphBuilder, ASourceWithACapturePinOnlyPreviewsThroughATee) {
     EXPECT_EQ(bench.behind(bench.tee()->Preview()), bench.screen.get());
     EXPECT_FALSE(bench.tee()->Capture().IsConnected());
     ASSERT_GE(bench.graph.Run(), 0);
-    EXPECT_TRUE(eventually([&] { return bench.screen->count() > 3; }));
+    EXPECT_TRUE(eventually([&] { return bench.screen->shown.count() > 3; }));
     EXPECT_EQ(bench.graph.Stop(), S_OK);
 }
 
@@ -95,7 +96,7 @@ TEST(CaptureGraphBuilder, TheRecordingGoesThroughTheTeeThatStands) {
     EXPECT_EQ(bench.render(PIN_CATEGORY_CAPTURE, *bench.file), S_OK);
     EXPECT_EQ(bench.behind(bench.tee()->Capture()), bench.file.get());
     ASSERT_GE(bench.graph.Run(), 0);
-    EXPECT_TRUE(eventually([&] { return bench.screen->count() > 3 && bench.file->numbers().size() > 3; }));
+    EXPECT_TRUE(eventually([&] { return bench.screen->shown.count() > 3 && bench.file->numbers().size() > 3; }));
     EXPECT_EQ(bench.graph.Stop(), S_OK);
 }
 
@@ -114,7 +115,7 @@ TEST(CaptureGraphBuilder, ATeeGoesInFrontOfARecordingThatStands) {
         EXPECT_EQ(bench.source->Output().CurrentMediaType(), type);
         EXPECT_EQ(bench.behind(bench.tee()->Preview()) == bench.screen.get(), !raw);
         ASSERT_GE(bench.graph.Run(), 0);
-        EXPECT_TRUE(eventually([&] { return bench.screen->count() > 3 && bench.file->numbers().size() > 3; }));
+        EXPECT_TRUE(eventually([&] { return bench.screen->shown.count() > 3 && bench.file->numbers().size() > 3; }));
         EXPECT_EQ(bench.graph.Stop(), S_OK);
         EXPECT_EQ(bench.source->lost, 0);
     }
@@ -146,7 +147,7 @@ TEST(CaptureGraphBuilder, APreviewIsConvertedBehindTheTee) {
     EXPECT_EQ(bench.source->Output().CurrentMediaType(), rawType());
     EXPECT_EQ(bench.screen->Input().CurrentMediaType(), toRgb24(rawType()));
     ASSERT_GE(bench.graph.Run(), 0);
-    EXPECT_TRUE(eventually([&] { return bench.screen->count() > 3; }));
+    EXPECT_TRUE(eventually([&] { return bench.screen->shown.count() > 3; }));
     EXPECT_EQ(bench.graph.Stop(), S_OK);
 }
 
@@ -195,7 +196,7 @@ TEST(CaptureGraphBuilder, ASinkThatDoesNotFitLeavesTheIntermediateFilterFree) {
 
 TEST(CaptureGraphBuilder, FiltersThatLeadNowhereAreRefused) {
     Bench bench;
-    const auto another = bench.add(makeRef<Source>(SourceOptions{}), u"another");
+    const auto another = bench.add(makeRef<NumberedSource>(SourceOptions{}), u"another");
     EXPECT_EQ(bench.render(PIN_CATEGORY_CAPTURE, *another), E_INVALIDARG) << "it takes nothing";
     EXPECT_EQ(bench.render(PIN_CATEGORY_CAPTURE, *bench.file, bench.screen.get()), E_INVALIDARG)
         << "it hands nothing on";
@@ -305,7 +306,7 @@ TEST(CaptureGraphBuilder, WithATeeTheRecordingWaitsAndThePreviewGoesOn) {
     ASSERT_EQ(bench.builder.ControlStream(PIN_CATEGORY_CAPTURE, *bench.source, &never, nullptr), S_OK);
     EXPECT_EQ(bench.source->controlStarts, 0);
     ASSERT_GE(bench.graph.Run(), 0);
-    ASSERT_TRUE(eventually([&] { return bench.screen->count() > 3; }));
+    ASSERT_TRUE(eventually([&] { return bench.screen->shown.count() > 3; }));
     EXPECT_TRUE(bench.file->numbers().empty());
     ASSERT_EQ(bench.builder.ControlStream(PIN_CATEGORY_CAPTURE, *bench.source, &now, &never), S_OK);
     EXPECT_TRUE(eventually([&] { return bench.file->numbers().size() > 3; }));
@@ -339,7 +340,7 @@ TEST(CaptureGraphBuilder, AnOutputIsAMultiplexerAndAWriter) {
     ASSERT_EQ(bench.render(PIN_CATEGORY_PREVIEW, *bench.screen), VFW_S_NOPREVIEWPIN);
     ASSERT_GE(bench.graph.Run(), 0);
     auto& writer = static_cast<Writer&>(*bench.writer);
-    EXPECT_TRUE(eventually([&] { return bench.screen->count() > 3 && writer.numbers().size() > 3; }));
+    EXPECT_TRUE(eventually([&] { return bench.screen->shown.count() > 3 && writer.numbers().size() > 3; }));
     EXPECT_EQ(bench.graph.Stop(), S_OK);
     EXPECT_EQ(bench.source->lost, 0);
 }
@@ -372,4 +373,4 @@ TEST(CaptureGraphBuilder, AnOutputThatFailsLeavesNothing) {
 }
 
 }  // namespace capture_graph_builder_test
-}  // namespace vexcap::graph_rig
+}  // namespace vexcap::test

@@ -1,5 +1,5 @@
 // Filters are made in the process itself, by class identifier out of a table.
-#include "graph/class_factory.h"
+#include "graph/builder/class_factory.h"
 
 #include <new>
 

@@ -1,5 +1,5 @@
 // The ways from a source's pin to a sink.
-#include "graph/capture_graph_builder.h"
+#include "graph/builder/capture_graph_builder.h"
 
 #include <algorithm>
 
