@@ -27,11 +27,11 @@ public:
 
 private:
     static constexpr uint64_t fileTimePerMillisecond = 10'000;
-    static constexpr uint64_t noonOf2024 = 133'485'408'000'000'000;  // the first of January
+    static constexpr uint64_t startOf2024 = 133'485'408'000'000'000;  // midnight of the first of January
 
     std::atomic<uint64_t> now = 100'000;
-    std::atomic<uint64_t> utcAtZero = noonOf2024;
-    std::atomic<uint64_t> localAtZero = noonOf2024;
+    std::atomic<uint64_t> utcAtZero = startOf2024;
+    std::atomic<uint64_t> localAtZero = startOf2024;
 };
 
 }  // namespace vexcap
