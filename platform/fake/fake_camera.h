@@ -3,9 +3,6 @@
 
 #include <vexcap/camera_library.h>
 
-#include <algorithm>
-#include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -64,152 +61,55 @@ public:
 
     /// Delivers a frame into the buffers that the engine gives; `fill` is every byte of it. Raw samples have 8 bits,
     /// unless the device has more.
-    void deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still = 0) {
-        void *display = nullptr, *raw = nullptr, *deep = nullptr;
-        bufferCallback(still, &display, &raw, &deep, context);
-        const size_t pixels = size_t(frameWidth) * frameHeight;
-        if (display) std::memset(display, fill, pixels * 3);
-        if (raw) std::memset(raw, fill, pixels * (bitDepth > 8 ? 2 : 1));
-        if (deep) std::memset(deep, fill, pixels * 6);
-        const vex_frame_info info = {sequence, frameWidth, frameHeight, 0, timestamp};
-        frameCallback(display, &info, still, raw, deep, bitDepth > 8, rawFourcc, 7, context);
-    }
-    void deliverLoss() { frameCallback(nullptr, nullptr, 0, nullptr, nullptr, 0, 0, 0, context); }
+    void deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still = 0);
+    void deliverLoss();
     void deliverEvent(uint32_t event) { eventCallback(event, eventContext); }
-    void deliverRaw(const void* samples, uint32_t frameWidth, uint32_t frameHeight, uint32_t depth) {
-        const vex_frame_info info = {0, frameWidth, frameHeight, 0, 0};
-        if (lastRawCallback) lastRawCallback(samples, &info, rawFourcc, depth, rawContext);
-    }
+    void deliverRaw(const void* samples, uint32_t frameWidth, uint32_t frameHeight, uint32_t depth);
 
-    HRESULT QueryInterface(const vex_guid& iid, void** out) override {
-        const auto is = [&](const vex_guid& other) { return std::memcmp(&iid, &other, sizeof iid) == 0; };
-        *out = nullptr;
-        if (is(VEX_IID_CAMERA_STATUS) && offersStatus) *out = static_cast<ICameraStatus*>(this);
-        if (is(VEX_IID_CAMERA_STILL) && offersStill) *out = static_cast<ICameraStill*>(this);
-        if (is(VEX_IID_CAMERA_PREVIEW_SIZE)) *out = static_cast<ICameraPreviewSize*>(this);
-        if (is(VEX_IID_CAMERA_RAW) && offersRaw) *out = static_cast<ICameraRaw*>(this);
-        if (!*out) return E_NOINTERFACE;
-        ++references;
-        return S_OK;
-    }
+    HRESULT QueryInterface(const vex_guid& iid, void** out) override;
     uint32_t AddRef() override { return uint32_t(++references); }
     uint32_t Release() override { return uint32_t(--references); }
-    HRESULT GetSize(int32_t* w, int32_t* h) override {
-        *w = width;
-        *h = height;
-        return sizeResult;
-    }
+    HRESULT GetSize(int32_t* w, int32_t* h) override;
     HRESULT GetEsize(uint32_t* index) override { return *index = resolution, S_OK; }
     HRESULT GetWhiteBalanceGains(int32_t*) override { return E_NOTIMPL; }
-    HRESULT GetExposureTime(uint32_t* microseconds) override {
-        return *microseconds = exposure, exposure ? S_OK : E_NOTIMPL;
-    }
+    HRESULT GetExposureTime(uint32_t* microseconds) override;
     int32_t GetResolutionCount() override { return resolutionCount; }
-    HRESULT GetResolution(uint32_t index, int32_t* w, int32_t* h) override {
-        *w = width >> index;
-        *h = height >> index;
-        return S_OK;
-    }
+    HRESULT GetResolution(uint32_t index, int32_t* w, int32_t* h) override;
     HRESULT GetTempTint(int32_t*, int32_t*) override { return E_NOTIMPL; }
     uint32_t GetBitDepth() override { return bitDepth; }
-    HRESULT GetRoi(uint32_t*, uint32_t*, uint32_t* w, uint32_t* h) override {
-        *w = roiWidth;
-        *h = roiHeight;
-        return roiResult;
-    }
-    HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) override {
-        *frames = rateFrames;
-        *milliseconds = rateMilliseconds;
-        *total = rateTotal;
-        return rateResult;
-    }
-    HRESULT PutOption(uint32_t number, int32_t value) override {
-        return log("PutOption(" + std::to_string(number) + "," + std::to_string(value) + ")");
-    }
-    HRESULT GetOption(uint32_t number, int32_t* value) override {
-        const auto found = options.find(number);
-        if (found == options.end()) return E_NOTIMPL;
-        *value = found->second;
-        return S_OK;
-    }
+    HRESULT GetRoi(uint32_t*, uint32_t*, uint32_t* w, uint32_t* h) override;
+    HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) override;
+    HRESULT PutOption(uint32_t number, int32_t value) override;
+    HRESULT GetOption(uint32_t number, int32_t* value) override;
     HRESULT StartPull(uint32_t zero0, uint32_t zero1, vex_camera_frame_callback frame,
                       vex_camera_buffer_callback buffer, void* callbackContext, vex_camera_event_callback event,
                       void* callbackEventContext, uint32_t zero2, uint32_t zero3, const vex_texture_target* target,
-                      uint32_t one) override {
-        log(zero0 || zero1 || zero2 || zero3 || one != 1 ? "StartPull with wrong constants" : "StartPull");
-        frameCallback = frame;
-        bufferCallback = buffer;
-        eventCallback = event;
-        context = callbackContext;
-        eventContext = callbackEventContext;
-        textureOffered = target;
-        if (target) texture = *target;
-        streaming = startResult >= 0;
-        return startResult;
-    }
-    HRESULT Stop() override {
-        streaming = false;
-        return log("Stop");
-    }
-    void Close() override {
-        log("Close");
-        closed = true;
-        streaming = false;
-        --references;
-    }
-    HRESULT Snap(uint32_t index, uint32_t count, void* value) override {
-        snapValue = value;
-        log("Snap(" + std::to_string(index) + "," + std::to_string(count) + ")");
-        return snapResult;
-    }
-    HRESULT Pause(uint32_t pause) override { return log("Pause(" + std::to_string(pause) + ")"); }
-    HRESULT Trigger(uint32_t on) override { return log("Trigger(" + std::to_string(on) + ")"); }
+                      uint32_t one) override;
+    HRESULT Stop() override;
+    void Close() override;
+    HRESULT Snap(uint32_t index, uint32_t count, void* value) override;
+    HRESULT Pause(uint32_t pause) override;
+    HRESULT Trigger(uint32_t on) override;
     uint32_t TextureAccepted() override { return textureAccepted; }
     HRESULT PipelineOcl(void*, void*, void*) override { return E_NOTIMPL; }
 
     HRESULT GetState(uint32_t* out) override { return *out = state, S_OK; }
     HRESULT GetLostFrames(uint32_t* lost) override { return *lost = 0, S_OK; }
-    HRESULT GetMaxFrameRate(uint32_t index, uint32_t* rate) override {
-        const auto found = largestRates.find(index);
-        if (found == largestRates.end()) return E_NOTIMPL;
-        return *rate = found->second, S_OK;
-    }
-    HRESULT GetStillSize(uint32_t* w, uint32_t* h) override {
-        *w = stillWidth;
-        *h = stillHeight;
-        return S_OK;
-    }
-    HRESULT SetStillIndex(uint32_t index) override { return log("SetStillIndex(" + std::to_string(index) + ")"); }
+    HRESULT GetMaxFrameRate(uint32_t index, uint32_t* rate) override;
+    HRESULT GetStillSize(uint32_t* w, uint32_t* h) override;
+    HRESULT SetStillIndex(uint32_t index) override;
     int32_t GetStillCount() override { return stillCount; }
-    HRESULT GetStillResolution(uint32_t index, int32_t* w, int32_t* h) override {
-        *w = int32_t(stillWidth >> index);
-        *h = int32_t(stillHeight >> index);
-        return S_OK;
-    }
+    HRESULT GetStillResolution(uint32_t index, int32_t* w, int32_t* h) override;
     HRESULT GetPreviewIndex(uint32_t* index) override { return *index = 0, S_OK; }
     HRESULT GetPreviewSize(int32_t* w, int32_t* h) override { return GetSize(w, h); }
     HRESULT SetPreviewIndex(uint32_t) override { return S_OK; }
-    HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) override {
-        *fourcc = rawFourcc;
-        *depth = rawDepth;
-        return rawFormatResult;
-    }
-    HRESULT SetRawCallback(vex_camera_raw_callback callback, void* callbackContext) override {
-        rawCallback = callback;
-        if (callback) {
-            lastRawCallback = callback;
-            rawContext = callbackContext;
-        }
-        return log(callback ? "SetRawCallback" : "SetRawCallback(null)");
-    }
+    HRESULT GetRawFormat(uint32_t* fourcc, uint32_t* depth) override;
+    HRESULT SetRawCallback(vex_camera_raw_callback callback, void* callbackContext) override;
 
-    bool wasCalled(const std::string& call) const { return std::find(calls.begin(), calls.end(), call) != calls.end(); }
+    bool wasCalled(const std::string& call) const;
 
 private:
-    HRESULT log(std::string call) {
-        calls.push_back(std::move(call));
-        return S_OK;
-    }
+    HRESULT log(std::string call);
 };
 
 /// The library's four functions over one scripted camera. One at a time, since the functions carry no context.
@@ -228,26 +128,11 @@ public:
     int initOclCalls = 0;
     std::vector<std::u16string> opened;
 
-    static uint32_t EnumV2(vex_camera_entry* out) {
-        const size_t room = std::min<size_t>(current->entries.size(), VEX_CAMERA_ENTRIES);
-        std::copy_n(current->entries.begin(), room, out);
-        return current->countAnswer == UINT32_MAX ? uint32_t(room) : current->countAnswer;
-    }
-    static ICamera* Open(const vex_char* name) {
-        current->opened.emplace_back(name);
-        if (current->refuses) return nullptr;
-        current->camera.closed = false;
-        current->camera.references = 1;
-        return &current->camera;
-    }
+    static uint32_t EnumV2(vex_camera_entry* out);
+    static ICamera* Open(const vex_char* name);
     /// The first byte of the picture.
-    static double calc_ClarityFactor(const void* picture, uint32_t, uint32_t, uint32_t) {
-        return *static_cast<const uint8_t*>(picture);
-    }
-    static int32_t InitOcl() {
-        ++current->initOclCalls;
-        return current->initOclAnswer;
-    }
+    static double calc_ClarityFactor(const void* picture, uint32_t, uint32_t, uint32_t);
+    static int32_t InitOcl();
 
 private:
     static inline FakeCameraLibrary* current = nullptr;
