@@ -2,8 +2,8 @@
 # One case of the command line program, run as a user runs it.
 # Usage: tests/cli_test.sh BUILD CASE    status 77: the case needs what this machine does not have
 set -euo pipefail
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-vexcap=$(cd "$1" && pwd)/bin/vexcap
+bin=$(cd "$1" && pwd)/bin
+vexcap=$bin/vexcap
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
@@ -39,7 +39,7 @@ records() {
 contains() { grep -qF -- "$2" "$1" || fail "\"$2\" is not in $1"; }
 
 # ser FILE: "FRAMES WIDTHxHEIGHT DEPTH" of a whole file.
-ser() { python3 "$here/ser_check.py" "$1"; }
+ser() { "$bin/ser_check" "$1"; }
 
 frames() { ser "$1" | cut -d' ' -f1; }
 
@@ -426,7 +426,7 @@ case_disk_full() {
         status=0
         "$0" record --device "sim-fast;fps=100" --output disk/full.ser --seconds 60 >out 2>err || status=$?
         echo $status >status
-        python3 "$1" disk/full.ser >file' "$vexcap" "$here/ser_check.py" || fail "the file is not whole"
+        "$1" disk/full.ser >file' "$vexcap" "$bin/ser_check" || fail "the file is not whole"
     [[ $(cat status) -eq 5 ]] || fail "status $(cat status) instead of 5"
     contains out "The disk is full"
     # 8 MiB hold 27 frames of 640x480 bytes; the file's header and the disk's own need take at most two.
