@@ -8,7 +8,6 @@ namespace vexcap {
 namespace {
 
 constexpr uint32_t displayBytesPerPixel = 3;
-constexpr uint32_t deepBytesPerPixel = 6;
 
 }  // namespace
 
