@@ -75,7 +75,7 @@ TEST_F(Pictures, AGrabHasTheRoomTheNumberAndTheTimeThatAreTold) {
     EXPECT_NE(first.timestamp, 0u);
     EXPECT_LT(first.age, uint32_t(patience));
     do {
-        ASSERT_TRUE(window.pumpUntilMessage(frameMessage, patience));
+        ASSERT_TRUE(window.pumpUntilMessage(host::messageFrame, patience));
         ASSERT_EQ(vexcap_grabber(context.get(), bitmap.data(), room, VEX_GRAB_DEEP, 0, 0, 0, 0, 0), 1);
         ASSERT_EQ(vexcap_grab_info(context.get(), &second), 1);
     } while (second.number == first.number);
