@@ -3,7 +3,7 @@
 
 #include "graph/builder/class_factory.h"
 #include "graph/filter_graph.h"
-#include "overlay/text_block.h"
+#include "overlay/text/text_block.h"
 #include "platform/platform.h"
 
 namespace vexcap {

@@ -91,9 +91,8 @@ void CMarker::CopyFrom(CMarker& source) {
 
 bool CMarker::HasWorkIn(FrameMode mode) const {
     const MarkerTxt& txt = textBlock.Txt();
-    return steps.any() || HasDfc() ||
-           geoMarker.geo.eMarkerGeo || txt.Date || txt.Contrast || (txt.Scale && textBlock.Scale().Complete(mode)) ||
-           watermark.Present();
+    return steps.any() || HasDfc() || geoMarker.geo.eMarkerGeo || txt.Date || txt.Contrast ||
+           (txt.Scale && textBlock.Scale().Complete(mode)) || watermark.Present();
 }
 
 bool CMarker::HasWork(FrameMode mode) {

@@ -13,7 +13,7 @@
 #include "frame/paint_overlay.h"
 #include "frame/picture_steps.h"
 #include "overlay/geo_marker.h"
-#include "overlay/text_block.h"
+#include "overlay/text/text_block.h"
 #include "overlay/watermark.h"
 #include "pixel/kernels.h"
 

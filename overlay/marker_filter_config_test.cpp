@@ -7,7 +7,7 @@
 #include "graph/testing/kept_samples.h"
 #include "graph/testing/sent_samples.h"
 #include "overlay/marker_filter.h"
-#include "overlay/text_testing.h"
+#include "overlay/text/text_testing.h"
 #include "platform/fake/fake_settings.h"
 #include "settings/marker_settings.h"
 

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "overlay/text_testing.h"
+#include "overlay/text/text_testing.h"
 #include "platform/fake/allocations.h"
 
 namespace vexcap {

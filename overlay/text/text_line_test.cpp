@@ -1,11 +1,11 @@
 // Fonts, sizes, and texts that are kept as pixels.
-#include "overlay/text_line.h"
+#include "overlay/text/text_line.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "overlay/date_line.h"
+#include "overlay/text/date_line.h"
 #include "platform/fake/fake_date_text.h"
 #include "platform/fake/recording_target.h"
 

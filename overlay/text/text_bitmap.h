@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "overlay/text_target.h"
+#include "overlay/text/text_target.h"
 #include "pixel/raster/raster.h"
 
 namespace vexcap {

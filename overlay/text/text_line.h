@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "overlay/text_bitmap.h"
+#include "overlay/text/text_bitmap.h"
 
 namespace vexcap {
 

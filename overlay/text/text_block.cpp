@@ -1,4 +1,4 @@
-#include "overlay/text_block.h"
+#include "overlay/text/text_block.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <utility>
 
-#include "overlay/date_line.h"
+#include "overlay/text/date_line.h"
 
 namespace vexcap {
 namespace {

@@ -1,4 +1,4 @@
-#include "overlay/text_target.h"
+#include "overlay/text/text_target.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "overlay/text_bitmap.h"
+#include "overlay/text/text_bitmap.h"
 
 #include <new>
 

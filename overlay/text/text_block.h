@@ -7,9 +7,9 @@
 
 #include <cstdint>
 
-#include "overlay/block_layout.h"
-#include "overlay/scale_bar.h"
-#include "overlay/text_line.h"
+#include "overlay/text/block_layout.h"
+#include "overlay/text/scale_bar.h"
+#include "overlay/text/text_line.h"
 #include "pixel/raster/raster.h"
 #include "platform/clock.h"
 #include "platform/date_text.h"

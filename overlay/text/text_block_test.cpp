@@ -1,11 +1,11 @@
 // The text block in frames, byte by byte.
-#include "overlay/text_block.h"
+#include "overlay/text/text_block.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "overlay/text_testing.h"
+#include "overlay/text/text_testing.h"
 
 namespace vexcap {
 namespace text_block_test {

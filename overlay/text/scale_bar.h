@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "overlay/text_bitmap.h"
+#include "overlay/text/text_bitmap.h"
 
 namespace vexcap {
 

@@ -1,4 +1,4 @@
-#include "overlay/scale_bar.h"
+#include "overlay/text/scale_bar.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "overlay/text_target.h"
+#include "overlay/text/text_target.h"
 
 namespace vexcap {
 

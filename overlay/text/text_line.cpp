@@ -1,4 +1,4 @@
-#include "overlay/text_line.h"
+#include "overlay/text/text_line.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "overlay/block_layout.h"
+#include "overlay/text/block_layout.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // The text block on surfaces and render targets.
 #include <gtest/gtest.h>
 
-#include "overlay/text_testing.h"
+#include "overlay/text/text_testing.h"
 #include "platform/fake/recording_target.h"
 
 namespace vexcap {

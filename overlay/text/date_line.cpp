@@ -1,4 +1,4 @@
-#include "overlay/date_line.h"
+#include "overlay/text/date_line.h"
 
 #include <vexcap/overlay.h>
 
