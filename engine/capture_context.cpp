@@ -439,7 +439,7 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
     }
     if (!combinePath(info)) return E_FAIL;
     // Where nothing writes WMV, AVI takes its place.
-    if (!info.encoderKind && !engine.libraries.WMCreateProfileManager) info.aviOutput = true;
+    if (!info.encoderKind && !engine.libraries.MayWriteWmv()) info.aviOutput = true;
     normaliseExtension(info);
     resolveGpu(info);
     // From here on the settings are kept, also when the user does not want to replace a file.

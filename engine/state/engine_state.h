@@ -1,4 +1,4 @@
-// What is true for the whole process: the host's wishes, and the libraries that are bound at run time.
+// The state of the process: what the host asked for at vexcap_init, and the libraries that are bound at run time.
 #pragma once
 
 #include <vexcap/camera_library.h>
@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "engine/state/network_library.h"
+#include "engine/state/platform_bindings.h"
 #include "platform/platform.h"
 #include "settings/settings_ports.h"
 
@@ -43,28 +44,6 @@ struct CameraLibrary {
     vex_camera_init_ocl InitOcl = nullptr;
 };
 
-/// Functions of the platform's own components. Their users give them their types; null when missing.
-struct PlatformLibraries {
-    void* WMCreateProfileManager = nullptr;
-    void* WMCreateWriter = nullptr;
-    void* WMCreateWriterNetworkSink = nullptr;
-    void* WMCreateWriterFileSink = nullptr;
-    void* WMCreateReader = nullptr;
-    uint64_t (*GetTickCount64)() = nullptr;
-    void* MFStartup = nullptr;
-    void* MFCreateMediaType = nullptr;
-    void* MFCreateMemoryBuffer = nullptr;
-    void* MFCreateSample = nullptr;
-    void* MFCreateAttributes = nullptr;
-    void* MFTEnumEx = nullptr;
-    void* MFTEnum2 = nullptr;
-    void* MFCreateDXGIDeviceManager = nullptr;
-    void* MFCreateSinkWriterFromURL = nullptr;
-    void* CreateDXGIFactory1 = nullptr;
-    void* D3D11CreateDevice = nullptr;
-    int32_t (*userLocaleName)(vex_char* buffer, int32_t room) = nullptr;
-};
-
 /// One per process. Written by Init, Fini, SetFrameRate and `factoryMode` alone; read by every thread without a lock.
 struct EngineState {
     Platform* platform = nullptr;  ///< Handed in by the composition root, or by a test.
@@ -82,19 +61,16 @@ struct EngineState {
     vex_window* deviceWindow = nullptr;
     uint32_t deviceMessage = 0;
     uint32_t gainBalance = 0;
-    std::atomic<uint32_t> factoryMode = 0;
+    std::atomic<uint32_t> factoryMode = 0;       ///< For the Diagnose rows.
     std::atomic<uint32_t> frameRateCap = 0;      ///< Bound of the display frame rate; 0: none.
     std::atomic<uint32_t> frameRatePercent = 0;  ///< Share of the rate that suits the frame size.
-    uint32_t totalMemoryMB = 0;
-    uint32_t windows10 = 0;
+    uint32_t totalMemoryMB = 0;  ///< For the Diagnose rows, and for broadcasts, which need memory to spare.
     uint32_t d2dAvailable = 0;
-    IVexUnknown* d2dFactory = nullptr;     ///< Owned; there only together with dwriteFactory.
-    IVexUnknown* dwriteFactory = nullptr;  ///< Owned.
 
     CameraLibrary camera;
     NetworkLibrary network;
-    PlatformLibraries libraries;
-    const vex_char* (*i18n_string)(const char* key) = nullptr;  ///< Texts by key; the library owns what it gives.
+    PlatformBindings libraries;
+    const vex_char* (*i18n_string)(const char* key) = nullptr;  ///< Texts by key, owned by the library.
 
     /// Binds everything and opens the settings. No context exists.
     HRESULT Init(const EngineArguments& arguments);
@@ -108,9 +84,6 @@ struct EngineState {
 private:
     void BindCameraLibrary(std::u16string_view path, const char* prefix);
     void BindNetworkLibrary(std::u16string_view path);
-    void ReadSystemVersion();
-    void BindReaderAndWriter();
-    void BindMediaFoundation();
     void BindDrawing();
 };
 

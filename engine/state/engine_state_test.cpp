@@ -64,10 +64,10 @@ protected:
         asked = {};
         drawing.references = text.references = 1;
         textFactoryFails = false;
-        engine.d2dFactory = engine.dwriteFactory = nullptr;
+        engine.libraries.d2dFactory = engine.libraries.dwriteFactory = nullptr;
         addNetworkLibrary();
     }
-    ~EngineStateTest() override { engine.d2dFactory = engine.dwriteFactory = nullptr; }
+    ~EngineStateTest() override { engine.libraries.d2dFactory = engine.libraries.dwriteFactory = nullptr; }
 
     static const std::vector<std::string>& networkNames() {
         static const std::vector<std::string> names = {"Close",        "Enum",       "Init",      "Fini",    "Open",
@@ -116,7 +116,7 @@ protected:
     }
     /// The eight functions that are there only together with a sink writer.
     int foundationBindings() const {
-        const PlatformLibraries& b = engine.libraries;
+        const PlatformBindings& b = engine.libraries;
         int count = 0;
         for (void* f : {b.MFStartup, b.MFCreateMediaType, b.MFCreateMemoryBuffer, b.MFCreateSample,
                         b.MFCreateAttributes, b.MFTEnumEx, b.MFTEnum2, b.MFCreateDXGIDeviceManager})
@@ -143,11 +143,11 @@ TEST_F(EngineStateTest, TheArgumentsAreKept) {
 
 TEST_F(EngineStateTest, InitClearsTheFactoryModeAndItsScratch) {
     engine.factoryMode = 1;
-    engine.d2dAvailable = engine.windows10 = 1;
+    engine.d2dAvailable = engine.libraries.windows10 = 1;
     init();
     EXPECT_EQ(engine.factoryMode, 0u);
     EXPECT_EQ(engine.d2dAvailable, 0u);
-    EXPECT_EQ(engine.windows10, 0u);
+    EXPECT_EQ(engine.libraries.windows10, 0u);
 }
 
 TEST_F(EngineStateTest, InAstroModeTheNetworkIsOffWhateverTheHostWishes) {
@@ -237,7 +237,7 @@ TEST_F(EngineStateTest, LibrariesAreLoadedInOrder) {
                                            u"Mfplat.dll", u"Mfreadwrite.dll", u"dxgi.dll", u"d3d11.dll",
                                            u"libvexcap-i18n.so.1", u"Kernel32.dll", u"d2d1.dll", u"dwrite.dll"}));
     EXPECT_EQ(foundationBindings(), 8);
-    const PlatformLibraries& b = engine.libraries;
+    const PlatformBindings& b = engine.libraries;
     for (void* f : {b.WMCreateProfileManager, b.WMCreateWriter, b.WMCreateWriterNetworkSink, b.WMCreateWriterFileSink,
                     b.WMCreateReader, b.MFCreateSinkWriterFromURL, b.CreateDXGIFactory1, b.D3D11CreateDevice})
         EXPECT_NE(f, nullptr);
@@ -251,11 +251,11 @@ TEST_F(EngineStateTest, TheRealVersionDecidesWindows10) {
     for (const auto& c : cases) {
         fakes.loader.add(u"ntdll.dll", {{"RtlGetVersion", c.function}});
         init();
-        EXPECT_EQ(engine.windows10, c.expected);
+        EXPECT_EQ(engine.libraries.windows10, c.expected);
     }
     fakes.loader.hide(u"ntdll.dll");
     init();
-    EXPECT_EQ(engine.windows10, 0u);
+    EXPECT_EQ(engine.libraries.windows10, 0u);
 }
 
 TEST_F(EngineStateTest, OnVersion61NoFoundationBindingIsMadeEvenIfTheFileExists) {
@@ -311,7 +311,7 @@ TEST_F(EngineStateTest, WithoutTheWishForAcceleratedDrawingInitOclIsNotCalled) {
     init();
     EXPECT_EQ(library.initOclCalls, 0);
     EXPECT_EQ(engine.d2dAvailable, 0u);
-    EXPECT_EQ(engine.d2dFactory, nullptr);
+    EXPECT_EQ(engine.libraries.d2dFactory, nullptr);
 }
 
 TEST_F(EngineStateTest, InitOclReturningNonZeroLeavesBothFactoriesNull) {
@@ -322,8 +322,8 @@ TEST_F(EngineStateTest, InitOclReturningNonZeroLeavesBothFactoriesNull) {
     init();
     EXPECT_EQ(library.initOclCalls, 1);
     EXPECT_EQ(engine.d2dAvailable, 0u);
-    EXPECT_EQ(engine.d2dFactory, nullptr);
-    EXPECT_EQ(engine.dwriteFactory, nullptr);
+    EXPECT_EQ(engine.libraries.d2dFactory, nullptr);
+    EXPECT_EQ(engine.libraries.dwriteFactory, nullptr);
     EXPECT_EQ(asked.drawingFactories, 0);
 }
 
@@ -342,13 +342,13 @@ TEST_F(EngineStateTest, BothFactoriesAreMadeAndReleasedAtTheEnd) {
     addSystemModules();
     arguments.direct2d = 1;
     init();
-    EXPECT_EQ(engine.d2dFactory, &drawing);
-    EXPECT_EQ(engine.dwriteFactory, &text);
+    EXPECT_EQ(engine.libraries.d2dFactory, &drawing);
+    EXPECT_EQ(engine.libraries.dwriteFactory, &text);
     engine.Fini();
     EXPECT_EQ(drawing.references, 0u);
     EXPECT_EQ(text.references, 0u);
-    EXPECT_EQ(engine.d2dFactory, nullptr);
-    EXPECT_EQ(engine.dwriteFactory, nullptr);
+    EXPECT_EQ(engine.libraries.d2dFactory, nullptr);
+    EXPECT_EQ(engine.libraries.dwriteFactory, nullptr);
 }
 
 TEST_F(EngineStateTest, WithoutATextFactoryTheDrawingFactoryEndsNullAndIsNotReleased) {
@@ -358,7 +358,7 @@ TEST_F(EngineStateTest, WithoutATextFactoryTheDrawingFactoryEndsNullAndIsNotRele
     init();
     EXPECT_EQ(asked.drawingFactories, 1);
     EXPECT_EQ(asked.textFactories, 1);
-    EXPECT_EQ(engine.d2dFactory, nullptr);
+    EXPECT_EQ(engine.libraries.d2dFactory, nullptr);
     EXPECT_EQ(drawing.references, 1u);
 }
 
@@ -368,8 +368,8 @@ TEST_F(EngineStateTest, AMissingStepOfTheDrawingChainEndsIt) {
         addSystemModules();
         fakes.loader.hide(missing);
         init();
-        EXPECT_EQ(engine.d2dFactory, nullptr);
-        EXPECT_EQ(engine.dwriteFactory, nullptr);
+        EXPECT_EQ(engine.libraries.d2dFactory, nullptr);
+        EXPECT_EQ(engine.libraries.dwriteFactory, nullptr);
     }
 }
 
