@@ -194,7 +194,7 @@ bool CaptureContext::RestartPreview() { return BuildPreview() >= 0 && Run().ok()
 void CaptureContext::SetEsize(uint32_t size, bool still) {
     // A recording has one size, and its file is worth more than a wish.
     if (!HasSource() || state.recording.captureMode() != captureIdle || road->SizeIsSet(size)) return;
-    if (!state.cameraSource && !state.graph.sourceFilter) return;  // a file has the size that it has
+    if (!state.cameraSource && !state.graph.sourceFilter) return;  // the frames of a file have one size
     if (state.cameraSource && still) return road->SetSize(size, true);
     StopPreview();
     if (state.previewBuilt) Teardown();

@@ -103,7 +103,7 @@ CFilterGraph::~CFilterGraph() {
     for (const Event& event : left) FreeEventParams(event.code, event.first, event.second);
 }
 
-// --- building
+// Building
 
 bool CFilterGraph::Has(const CBaseFilter& filter) const {
     return std::any_of(members.begin(), members.end(),
@@ -214,7 +214,7 @@ HRESULT CFilterGraph::RenderFile(std::u16string_view path) {
     return VFW_E_CANNOT_RENDER;
 }
 
-// --- running
+// Running
 
 std::vector<Ref<CBaseFilter>> CFilterGraph::DownstreamFirst() const {
     std::vector<CBaseFilter*> order;
@@ -321,7 +321,7 @@ HRESULT CFilterGraph::GetState(uint32_t milliseconds, FilterState* out) {
     return S_OK;
 }
 
-// --- events
+// Events
 
 void CFilterGraph::Member::Notify(uint32_t event, intptr_t first, intptr_t second) {
     MutexGuard guard(graph.eventLock);
@@ -390,7 +390,7 @@ HRESULT CFilterGraph::FreeEventParams(uint32_t event, intptr_t first, intptr_t) 
     return S_OK;
 }
 
-// --- seeking
+// Seeking
 
 Ref<IMediaSeeking> CFilterGraph::Seeking() const {
     RecursiveMutexGuard guard(lock);

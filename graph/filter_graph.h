@@ -45,7 +45,7 @@ public:
     CFilterGraph(const CFilterGraph&) = delete;
     CFilterGraph& operator=(const CFilterGraph&) = delete;
 
-    // --- building
+    // Building
 
     // Only while stopped: VFW_E_NOT_STOPPED. A pin of a filter that is not in here: VFW_E_NOT_IN_GRAPH.
 
@@ -66,7 +66,7 @@ public:
     /// What was added is taken out again after a failure. VFW_E_CANNOT_RENDER when no filter takes it.
     HRESULT RenderFile(std::u16string_view path);
 
-    // --- running; a failure stops the filters that had begun
+    // Running; a failure stops the filters that had begun
 
     /// From stopped through paused. Stream time goes on where a pause stopped it, and begins anew after a stop or a
     /// seek. S_FALSE when a filter is still on the way (see GetState).
@@ -82,7 +82,7 @@ public:
     /// Like CBaseFilter::GetState, over all filters. VFW_S_CANT_CUE without a wait when there is a live source.
     HRESULT GetState(uint32_t milliseconds, FilterState* out);
 
-    // --- events
+    // Events
 
     /// Posts `message` (wparam 0, lparam) for each event that comes, and once when one waits now. Null ends it: no
     /// message comes once it returned.
@@ -96,7 +96,7 @@ public:
     /// alive.
     void Notify(uint32_t event, intptr_t first, intptr_t second) override;
 
-    // --- seeking, by the first renderer that can. E_NOTIMPL without one
+    // Seeking, by the first renderer that can. E_NOTIMPL without one
 
     HRESULT GetCapabilities(uint32_t* capabilities);
     HRESULT GetDuration(int64_t* duration);

@@ -48,7 +48,7 @@ HRESULT CBaseRenderer::NonDelegatingQueryInterface(const vex_guid& id, void** ou
     return CBaseFilter::NonDelegatingQueryInterface(id, out);
 }
 
-// --- states
+// States
 
 HRESULT CBaseRenderer::Stop() {
     RecursiveMutexGuard held(interfaceLock);  // no sample is being shown any more
@@ -122,7 +122,7 @@ void CBaseRenderer::SetReady(bool ready) {
     signal.notifyAll();
 }
 
-// --- samples
+// Samples
 
 HRESULT CBaseRenderer::Receive(CMediaSample& sample) {
     uint64_t stretch = 0;
@@ -216,7 +216,7 @@ HRESULT CBaseRenderer::NewSegment(int64_t start) {
     return S_OK;
 }
 
-// --- seeking
+// Seeking
 
 Ref<IMediaSeeking> CBaseRenderer::Upstream() const { return queryInterface<IMediaSeeking>(pin.ConnectedTo()); }
 

@@ -190,7 +190,7 @@ private:
     std::thread worker;
 };
 
-// --- input
+// Input
 
 HRESULT CSmartTee::InputPin::CheckMediaType(const MediaType* candidate) {
     if (!candidate) return E_POINTER;
@@ -252,7 +252,7 @@ HRESULT CSmartTee::InputPin::NewSegment(int64_t start) {
     return result;
 }
 
-// --- preview
+// Preview
 
 void CSmartTee::PreviewPin::QueueCopy(const CMediaSample& sample) {
     if (!Wanted()) return;
@@ -375,7 +375,7 @@ HRESULT CSmartTee::PreviewPin::DecideBufferSize(CBaseAllocator& pool, const Allo
     return pool.SetProperties(properties).code();
 }
 
-// --- filter
+// Filter
 
 CSmartTee::CSmartTee()
     : input(std::make_unique<InputPin>(*this)),

@@ -151,7 +151,7 @@ HRESULT CTransformFilter::BeginFlush() { return output->DeliverBeginFlush(); }
 HRESULT CTransformFilter::EndFlush() { return output->DeliverEndFlush(); }
 HRESULT CTransformFilter::NewSegment(int64_t start) { return output->DeliverNewSegment(start); }
 
-// --- in place
+// In place
 
 class CTransInPlaceFilter::OutputPin final : public CTransformOutputPin {
 public:

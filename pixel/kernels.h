@@ -62,7 +62,7 @@ struct PixelKernels {
     void (*bgr24ToBgrx32)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* source, ptrdiff_t sourceStride,
                           uint32_t width, uint32_t height);
 
-    // --- Colour conversion of video input: BT.601, limited range, a colour sample for the pixels that share it. Terms
+    // Colour conversion of video input: BT.601, limited range, a colour sample for the pixels that share it. Terms
     // are rounded down at 1/64, and so is their sum: the same integers at every level.
 
     /// Luma and colour in turn, two pixels in four bytes (Y U Y V), to blue-green-red. A row of an odd width ends with
@@ -77,7 +77,7 @@ struct PixelKernels {
     void (*nv12ToBgr24)(uint8_t* target, ptrdiff_t targetStride, const uint8_t* luma, ptrdiff_t lumaStride,
                         const uint8_t* colour, ptrdiff_t colourStride, uint32_t width, uint32_t height);
 
-    // --- Steps on a picture of 3 or 4 bytes a pixel, blue first, in place. The fourth byte of a pixel and the bytes
+    // Steps on a picture of 3 or 4 bytes a pixel, blue first, in place. The fourth byte of a pixel and the bytes
     // between two rows are left alone.
 
     /// Each channel becomes max(0, channel - dark). The dark picture has 3 bytes a pixel and no row padding.
@@ -97,7 +97,7 @@ struct PixelKernels {
     /// Each channel becomes 255 - channel.
     void (*toNegative)(uint8_t* frame, ptrdiff_t stride, uint32_t width, uint32_t height, uint32_t bytesPerPixel);
 
-    // --- Drawing on pixels of 3 or 4 bytes, blue first. The fourth byte is left alone. Colours are 0x00BBGGRR.
+    // Drawing on pixels of 3 or 4 bytes, blue first. The fourth byte is left alone. Colours are 0x00BBGGRR.
 
     /// Each pixel becomes the colour.
     void (*fillRow)(uint8_t* row, size_t pixels, uint32_t bytesPerPixel, uint32_t colour);

@@ -52,7 +52,7 @@ private:
     uint32_t captureAfter = 1;
 };
 
-/// Those of the process. The store that Init was given must stay as long as it lives.
+/// The settings of the process. The store that Init was given outlives them.
 MarkerSettings& markerSettings();
 
 }  // namespace vexcap

@@ -103,7 +103,7 @@ void blendRow(uint8_t* row, const uint8_t* picture, size_t pixels, uint32_t byte
     }
 }
 
-// --- Stretching: eight pixels at a time, by loads that reach one to eight of them
+// Stretching: eight pixels at a time, by loads that reach one to eight of them
 
 /// Where the loads for eight pixels begin in a source row, and which of the loaded bytes make the pixels. Where a load
 /// reaches two pixels, one register has the even pairs and a second one the odd pairs.

@@ -48,7 +48,7 @@ void stretchInParts(const Canvas& canvas, const Box& box, const Picture& picture
     }
 }
 
-// --- Linear filtering, in 256ths
+// Linear filtering, in 256ths
 
 struct LinearPlace {
     size_t first, second;  ///< Two pixels side by side, or the one at the edge twice.
