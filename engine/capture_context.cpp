@@ -276,10 +276,8 @@ void CaptureContext::Notify() {
     }
     if (news.stopPreview) StopPreview();
     if (!news.failed || state.fileSource) return;
-    IClock& clock = state.engine.platform->clock;
-    constexpr uint32_t retryTime = 8000, retryPause = 20;  // milliseconds
-    if (state.retryStart && !state.cameraSource && clock.Tick() - state.startTick < retryTime) {
-        clock.Sleep(retryPause);
+    if (road->MayRetryStart()) {
+        road->PauseBeforeRetry();
         Run().ignore();
         return;
     }

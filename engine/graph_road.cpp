@@ -8,9 +8,6 @@
 namespace vexcap {
 namespace {
 
-constexpr uint32_t retryTime = 8000;  // milliseconds
-constexpr uint32_t retryPause = 20;
-
 void takeRgbFrame(void* recording, const void* frame, uint32_t width, uint32_t height) {
     static_cast<Recording*>(recording)->onRgbFrame(frame, width, height);
 }
@@ -48,15 +45,14 @@ Status GraphRoad::Run() {
     CFilterGraph* const graph = state.graph.filterGraph.get();
     if (!graph) return S_OK;  // nothing to run
     if (!state.previewBuilt) return E_FAIL;
-    IClock& clock = state.engine.platform->clock;
     HRESULT result = S_OK;
     for (;;) {
         result = graph->Run();
         if (result >= 0) return S_OK;
         graph->Stop();
         state.playState = playStopped;
-        clock.Sleep(retryPause);
-        if (!state.retryStart || clock.Tick() - state.startTick >= retryTime) break;
+        PauseBeforeRetry();
+        if (!MayRetryStart()) break;
     }
     ReportError(state.engine, state.ownerWindow, state.engine.Text(StartFailureKey()), result);
     return result;

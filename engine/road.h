@@ -34,6 +34,15 @@ public:
     /// No callback comes once it returned.
     virtual Status Halt() = 0;
 
+    /// True while a start that failed is tried again: for 8 seconds where the host asked for it, and never on a camera.
+    bool MayRetryStart() const {
+        constexpr uint32_t milliseconds = 8000;
+        return state.retryStart && !state.cameraSource &&
+               state.engine.platform->clock.Tick() - state.startTick < milliseconds;
+    }
+    /// The pause between two tries.
+    void PauseBeforeRetry() const { state.engine.platform->clock.Sleep(20); }
+
     /// Asked after a failure: did the source say that it was pulled out?
     virtual bool SourceRemoved() { return false; }
 
