@@ -47,6 +47,12 @@ int32_t readCapabilities(int32_t count, std::vector<vex_capability>& out,
     return count;
 }
 
+/// Why Open returned null, as far as the library says.
+Status openFailure(const CameraLibrary& library) {
+    const Status why = library.OpenStatus ? library.OpenStatus() : E_FAIL;
+    return why.ok() ? E_FAIL : why;
+}
+
 }  // namespace
 
 uint32_t baseFrameRate(uint64_t pixels, bool astroMode) {
@@ -63,7 +69,7 @@ Status CameraRoad::OpenSource() {
     CloseSource();
     const vex_camera_open open = state.engine.camera.Open;
     camera = open ? open(state.deviceName.c_str()) : nullptr;
-    if (!camera) return E_FAIL;
+    if (!camera) return open ? openFailure(state.engine.camera) : E_FAIL;
     state.bitDepth = camera->GetBitDepth();
     return state.bitDepth < 8 ? E_FAIL : S_OK;
 }

@@ -76,6 +76,21 @@ TEST_F(CaptureContextTest, ACameraThatDoesNotOpenEndsTheStart) {
     EXPECT_FALSE(context->HasSource());
 }
 
+TEST_F(CaptureContextTest, TheReasonOfACameraThatDoesNotOpenIsThatOfTheStart) {
+    library.refuses = true;
+    for (const HRESULT why : {VEX_E_BUSY, E_ACCESSDENIED, VEX_E_FILE_NOT_FOUND}) {
+        library.openStatus = why;
+        init();
+        EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), why);
+    }
+    library.openStatus = S_OK;
+    EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL) << "a library that contradicts itself";
+    library.openStatus = VEX_E_BUSY;
+    scriptCameraLibrary("Test_OpenStatus");
+    init();
+    EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL) << "a library that does not say";
+}
+
 TEST_F(CaptureContextTest, WithoutACameraLibraryTheStartFails) {
     fakes.loader.hide(u"camera.so");
     init();

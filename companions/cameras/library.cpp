@@ -1,7 +1,8 @@
-// The four functions that the camera library exports.
+// The functions that the camera library exports.
 #include <vexcap/camera_library.h>
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "base/text.h"
@@ -17,6 +18,19 @@ namespace {
 template <typename Visitor>
 void forEachProvider(Visitor visit) {
     for (ICameraProvider* const provider : {&genicamProvider(), &simulatedProvider()}) visit(*provider);
+}
+
+// Of the thread's last Open.
+thread_local HRESULT openStatus = VEX_E_FILE_NOT_FOUND;
+
+Result<ICamera*> open(std::u16string_view name) {
+    if (name.empty()) return E_INVALIDARG;
+    if (name[0] == VEX_OPEN_ASTRO || name[0] == VEX_OPEN_GAINS || name[0] == VEX_OPEN_TEMPTINT) name.remove_prefix(1);
+    Result<ICamera*> opened = VEX_E_FILE_NOT_FOUND;
+    forEachProvider([&](ICameraProvider& provider) {
+        if (opened.status() == Status(VEX_E_FILE_NOT_FOUND)) opened = provider.Open(name);
+    });
+    return opened;
 }
 
 }  // namespace
@@ -38,19 +52,18 @@ VEXCAP_API uint32_t Vexcam_EnumV2(vex_camera_entry entries[VEX_CAMERA_ENTRIES]) 
 
 VEXCAP_API ICamera* Vexcam_Open(const vex_char* name) {
     try {
-        std::u16string_view identifier = textOf(name);
-        if (identifier.empty()) return nullptr;
-        if (identifier[0] == VEX_OPEN_ASTRO || identifier[0] == VEX_OPEN_GAINS || identifier[0] == VEX_OPEN_TEMPTINT)
-            identifier.remove_prefix(1);
-        ICamera* camera = nullptr;
-        forEachProvider([&](ICameraProvider& provider) {
-            if (!camera) camera = provider.Open(identifier);
-        });
-        return camera;
+        const Result<ICamera*> opened = open(textOf(name));
+        openStatus = opened.code();
+        return opened.ok() ? opened.value() : nullptr;
+    } catch (const std::bad_alloc&) {
+        openStatus = E_OUTOFMEMORY;
     } catch (...) {
-        return nullptr;
+        openStatus = E_FAIL;
     }
+    return nullptr;
 }
+
+VEXCAP_API HRESULT Vexcam_OpenStatus(void) { return openStatus; }
 
 VEXCAP_API double Vexcam_calc_ClarityFactor(const void* frame, uint32_t bitsPerPixel, uint32_t width, uint32_t height) {
     try {

@@ -1,4 +1,4 @@
-// The built library, as a host meets it: by path and by the names of its four functions.
+// The built library, as a host meets it: by path and by the names of its functions.
 #include <vexcap/camera_library.h>
 
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <dlfcn.h>
@@ -28,7 +29,8 @@ protected:
         open = reinterpret_cast<vex_camera_open>(dlsym(library.get(), "Vexcam_Open"));
         clarity = reinterpret_cast<vex_camera_clarity>(dlsym(library.get(), "Vexcam_calc_ClarityFactor"));
         initOcl = reinterpret_cast<vex_camera_init_ocl>(dlsym(library.get(), "Vexcam_InitOcl"));
-        ASSERT_TRUE(list && open && clarity && initOcl);
+        status = reinterpret_cast<vex_camera_open_status>(dlsym(library.get(), "Vexcam_OpenStatus"));
+        ASSERT_TRUE(list && open && clarity && initOcl && status);
     }
 
     std::unique_ptr<void, Closer> library;
@@ -36,6 +38,7 @@ protected:
     vex_camera_open open = nullptr;
     vex_camera_clarity clarity = nullptr;
     vex_camera_init_ocl initOcl = nullptr;
+    vex_camera_open_status status = nullptr;
 };
 
 TEST_F(CameraLibrary, EveryListedSimulatedCameraOpensInEveryMode) {
@@ -71,6 +74,30 @@ TEST_F(CameraLibrary, NullAndUnknownArgumentsAreSurvived) {
     EXPECT_EQ(open(u"$sim-fast;bogus"), nullptr);
     EXPECT_EQ(clarity(nullptr, 24, 100, 100), 0);
     EXPECT_EQ(initOcl(), E_NOTIMPL);
+}
+
+TEST_F(CameraLibrary, ItSaysWhyACameraDoesNotOpen) {
+    ICamera* const camera = open(u"$sim-fast");
+    ASSERT_NE(camera, nullptr);
+    EXPECT_EQ(status(), S_OK);
+    camera->Close();
+    const struct {
+        const vex_char* name;
+        HRESULT why;
+    } cases[] = {{nullptr, E_INVALIDARG},
+                 {u"$", VEX_E_FILE_NOT_FOUND},
+                 {u"$another", VEX_E_FILE_NOT_FOUND},
+                 {u"$genicam:no such camera", VEX_E_FILE_NOT_FOUND},
+                 {u"$genicam:127.0.0.1", E_ACCESSDENIED},  // no leave to use the network
+                 {u"$sim-fast;bogus", E_INVALIDARG},
+                 {u"$sim-fast;refuse", E_FAIL},
+                 {u"$sim-fast;busy", VEX_E_BUSY}};
+    for (const auto& one : cases) {
+        EXPECT_EQ(open(one.name), nullptr);
+        EXPECT_EQ(status(), one.why) << &one - cases;
+    }
+    std::thread([&] { EXPECT_EQ(open(u"$sim-fast;refuse"), nullptr); }).join();
+    EXPECT_EQ(status(), VEX_E_BUSY) << "each thread has its own";
 }
 
 TEST_F(CameraLibrary, ItCanBeClosedAndOpenedAgain) {

@@ -6,14 +6,17 @@
 #include <string_view>
 #include <vector>
 
+#include "base/status.h"
+
 namespace vexcap::cameras {
 
 struct ICameraProvider {
     virtual ~ICameraProvider() = default;
     /// Adds what can be opened now, at most VEX_CAMERA_ENTRIES in all. Host's thread.
     virtual void List(std::vector<vex_camera_entry>& entries) = 0;
-    /// Opens a camera of this provider by its identifier; null when it is another provider's or cannot be opened.
-    virtual ICamera* Open(std::u16string_view identifier) = 0;
+    /// Opens a camera of this provider by its identifier. VEX_E_FILE_NOT_FOUND when it is not there, or another
+    /// provider's; other failures as the contract names them. Host's thread.
+    virtual Result<ICamera*> Open(std::u16string_view identifier) = 0;
 };
 
 /// Cameras made of arithmetic and real pictures.

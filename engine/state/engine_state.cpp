@@ -65,6 +65,7 @@ void EngineState::BindCameraLibrary(std::u16string_view path, const char* prefix
     const std::string start = std::string(prefix) + "_";
     bindName(loader, library, start + "EnumV2", camera.EnumV2);
     bindName(loader, library, start + "Open", camera.Open);
+    bindName(loader, library, start + "OpenStatus", camera.OpenStatus);
     bindName(loader, library, start + "calc_ClarityFactor", camera.calc_ClarityFactor);
     bindName(loader, library, start + "InitOcl", camera.InitOcl);
 }

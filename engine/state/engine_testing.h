@@ -37,6 +37,7 @@ protected:
         std::map<std::string, void*> names = {
             {"Test_EnumV2", symbolOf(&FakeCameraLibrary::EnumV2)},
             {"Test_Open", symbolOf(&FakeCameraLibrary::Open)},
+            {"Test_OpenStatus", symbolOf(&FakeCameraLibrary::OpenStatus)},
             {"Test_calc_ClarityFactor", symbolOf(&FakeCameraLibrary::calc_ClarityFactor)},
             {"Test_InitOcl", symbolOf(&FakeCameraLibrary::InitOcl)},
         };

@@ -2,8 +2,9 @@
 /// vexcap_init can be given its path and prefix. The program vexcap-camera-contract checks a library against it.
 ///
 /// A library exports C functions whose names are made of the host's prefix and an underscore (`Vexcam_EnumV2`). EnumV2
-/// and Open are needed. calc_ClarityFactor and InitOcl are optional: without them there is no clarity factor, and no
-/// picture in a shared texture. The engine tests each name before each call; a missing one acts as null, 0 or E_FAIL.
+/// and Open are needed. calc_ClarityFactor, InitOcl and OpenStatus are optional: without them there is no clarity
+/// factor, no picture in a shared texture, and no reason for an Open that fails. The engine tests each name before each
+/// call; a missing one acts as null, 0 or E_FAIL.
 ///
 /// Objects. A camera is an object with a table of operations: QueryInterface, AddRef and Release first, then the
 /// operations in the order below. In C++ it is an abstract class, in C a struct whose first member points to the table;
@@ -292,6 +293,11 @@ typedef uint32_t (*vex_camera_enum)(vex_camera_entry entries[VEX_CAMERA_ENTRIES]
 /// the characters at least, while nobody else has it. Null when it cannot be opened, for a null name, and for a name
 /// that is no camera.
 typedef ICamera* (*vex_camera_open)(const vex_char* name);
+/// <prefix>_OpenStatus, optional: why the calling thread's last Open returned null, always a failure; S_OK when it
+/// returned a camera. VEX_E_FILE_NOT_FOUND: there is no such camera. VEX_E_BUSY: another program has it, or it is open
+/// here already. E_ACCESSDENIED: this user may not open it. E_INVALIDARG: the name is malformed. E_FAIL: anything else.
+/// The engine asks right after Open and passes the code on to the host; without this function the code is E_FAIL.
+typedef HRESULT (*vex_camera_open_status)(void);
 /// <prefix>_calc_ClarityFactor: how sharp a picture is; larger is sharper. 24 or 32 bits a pixel, bottom-up rows.
 typedef double (*vex_camera_clarity)(const void* frame, uint32_t bitsPerPixel, uint32_t width, uint32_t height);
 /// <prefix>_InitOcl: 0 when pictures can be delivered into shared textures. The answer does not change.

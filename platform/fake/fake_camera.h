@@ -112,7 +112,7 @@ private:
     HRESULT log(std::string call);
 };
 
-/// The library's four functions over one scripted camera. One at a time, since the functions carry no context.
+/// The library's functions over one scripted camera. One at a time, since the functions carry no context.
 class FakeCameraLibrary {
 public:
     FakeCameraLibrary() { current = this; }
@@ -124,12 +124,14 @@ public:
     std::vector<vex_camera_entry> entries;
     uint32_t countAnswer = UINT32_MAX;  ///< What EnumV2 says, UINT32_MAX for the true count.
     bool refuses = false;               ///< Open gives null.
+    HRESULT openStatus = E_FAIL;        ///< Why.
     int32_t initOclAnswer = 0;
     int initOclCalls = 0;
     std::vector<std::u16string> opened;
 
     static uint32_t EnumV2(vex_camera_entry* out);
     static ICamera* Open(const vex_char* name);
+    static HRESULT OpenStatus() { return current->openStatus; }
     /// The first byte of the picture.
     static double calc_ClarityFactor(const void* picture, uint32_t, uint32_t, uint32_t);
     static int32_t InitOcl();

@@ -65,6 +65,20 @@ LIBRARY_CHECK(Library, AnswersNullToNamesThatAreNoCameras,
     EXPECT_EQ(subject().open(broken), nullptr);
 }
 
+LIBRARY_CHECK(Library, SaysWhyItOpensNoCamera,
+              "why the calling thread's last Open returned null, always a failure; S_OK when it returned a camera.") {
+    if (!subject().open || !subject().openStatus) GTEST_SKIP() << "no OpenStatus";
+    EXPECT_EQ(subject().open(test::wide(std::string(1, char(VEX_OPEN_ASTRO)) + "no such camera").c_str()), nullptr);
+    EXPECT_LT(subject().openStatus(), 0);
+    EXPECT_LT(subject().openStatus(), 0) << "asked again";
+    for (const std::string& name : listedNames()) {
+        const Camera camera(name);
+        if (camera) {
+            EXPECT_EQ(subject().openStatus(), S_OK) << name;
+        }
+    }
+}
+
 // A board of squares, its edges softened by averaging over `blur` pixels to either side.
 std::vector<uint8_t> board(uint32_t width, uint32_t height, uint32_t bits, int blur) {
     const size_t stride = (size_t(width) * bits + 31) / 32 * 4;

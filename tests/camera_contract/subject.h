@@ -15,6 +15,7 @@ struct Subject {
     std::string prefix = "Vexcam";
     vex_camera_enum enumerate = nullptr;
     vex_camera_open open = nullptr;
+    vex_camera_open_status openStatus = nullptr;
     vex_camera_clarity clarity = nullptr;
     vex_camera_init_ocl initOcl = nullptr;
     std::vector<std::string> names;      ///< Identifiers of the cameras to test.

@@ -43,4 +43,7 @@ private:
     GError* error = nullptr;
 };
 
+/// The code of a call that gave nothing, with or without an error.
+inline HRESULT failureOf(const ArvError& error) { return error.failed() ? error.code() : E_FAIL; }
+
 }  // namespace vexcap::cameras

@@ -20,9 +20,10 @@ HRESULT tell(int32_t* width, int32_t* height, const Resolution& size) {
 
 }  // namespace
 
-ICamera* GenicamCamera::create(GObjectPtr<ArvCamera> opened, std::chrono::milliseconds patience) {
+Result<ICamera*> GenicamCamera::create(GObjectPtr<ArvCamera> opened, std::chrono::milliseconds patience) {
     auto made = GenicamDevice::create(std::move(opened));
-    return made.ok() ? new GenicamCamera(std::move(made).value(), patience) : nullptr;
+    if (!made.ok()) return made.status();
+    return new GenicamCamera(std::move(made).value(), patience);
 }
 
 GenicamCamera::GenicamCamera(std::unique_ptr<GenicamDevice> opened, std::chrono::milliseconds patience)

@@ -17,12 +17,11 @@ namespace vexcap::cameras {
 /// Life and threads as the contract tells. A camera that is gone answers E_FAIL, a closed one E_UNEXPECTED.
 class GenicamCamera final : public CameraObject {
 public:
-    /// Takes over a camera that was just opened. Null when another program controls it or it is of no use here; it is
-    /// closed then. The caller owns the first reference.
-    /// The state is VEX_CAMERA_STATE_NO_FRAMES when a freely running camera gives none for `patience`, beyond what its
-    /// exposure and its rate explain.
-    static ICamera* create(GObjectPtr<ArvCamera> opened,
-                           std::chrono::milliseconds patience = std::chrono::milliseconds(3000));
+    /// Takes over a camera that was just opened. VEX_E_BUSY when another program controls it, E_NOTIMPL when it is of
+    /// no use here; it is closed then. The caller owns the first reference. The state is VEX_CAMERA_STATE_NO_FRAMES
+    /// when a freely running camera gives none for `patience`, beyond what its exposure and its rate explain.
+    static Result<ICamera*> create(GObjectPtr<ArvCamera> opened,
+                                   std::chrono::milliseconds patience = std::chrono::milliseconds(3000));
 
     int32_t GetResolutionCount() override;
     HRESULT GetResolution(uint32_t index, int32_t* width, int32_t* height) override;

@@ -344,10 +344,10 @@ protected:
 
 TEST_F(GenicamProviderTest, ListsAndOpensWhatItIsAllowedTo) {
     EXPECT_FALSE(listed(u"genicam:Fake_1", u"Aravis Fake (1)"));
-    EXPECT_EQ(genicamProvider().Open(u"genicam:Fake_1"), nullptr);
+    EXPECT_EQ(genicamProvider().Open(u"genicam:Fake_1").code(), VEX_E_FILE_NOT_FOUND);
     setenv("VEXCAP_GENICAM_FAKE", "1", 1);
     EXPECT_TRUE(listed(u"genicam:Fake_1", u"Aravis Fake (1)"));
-    ICamera* const camera = genicamProvider().Open(u"genicam:Fake_1");
+    ICamera* const camera = genicamProvider().Open(u"genicam:Fake_1").value();
     ASSERT_NE(camera, nullptr);
     camera->Close();
 }
@@ -356,12 +356,12 @@ TEST_F(GenicamProviderTest, WhatIsNotItsOwnIsNull) {
     setenv("VEXCAP_GENICAM_FAKE", "1", 1);
     for (const char16_t* const name : {u"", u"genicam", u"genicam:", u"Fake_1", u"genicam:Fake_2", u"simulated:1",
                                        u"genicam:127.0.0.1", u"genicam:\xD800", u"GENICAM:Fake_1"})
-        EXPECT_EQ(genicamProvider().Open(name), nullptr) << toUtf8(name);
+        EXPECT_FALSE(genicamProvider().Open(name).ok()) << toUtf8(name);
 }
 
 TEST_F(GenicamProviderTest, ClosedCamerasAnswerThroughWhatIsStillHeld) {
     setenv("VEXCAP_GENICAM_FAKE", "1", 1);
-    ICamera* const camera = genicamProvider().Open(u"genicam:Fake_1");
+    ICamera* const camera = genicamProvider().Open(u"genicam:Fake_1").value();
     ASSERT_NE(camera, nullptr);
     void* out = nullptr;
     ASSERT_EQ(camera->QueryInterface(VEX_IID_CAMERA_CONTROLS, &out), S_OK);

@@ -110,21 +110,23 @@ std::vector<NetworkCamera> askCameras(std::span<const std::string> addresses, st
     return found;
 }
 
-GObjectPtr<ArvCamera> openAddress(const std::string& address) {
+Result<GObjectPtr<ArvCamera>> openAddress(const std::string& address) {
     // Opening an address where nothing is takes Aravis seconds; asking does not.
-    if (askCameras({&address, 1}, openPatience).empty()) return nullptr;
+    if (askCameras({&address, 1}, openPatience).empty()) return VEX_E_FILE_NOT_FOUND;
     const auto endpoint = endpointOf(address);
     const auto socket = makeSocket();
     ArvError error;
     // Connecting sends nothing; it tells from which of the own addresses the camera is reached.
-    if (!socket || !g_socket_connect(socket.get(), endpoint.get(), nullptr, error.out())) return nullptr;
+    if (!socket || !g_socket_connect(socket.get(), endpoint.get(), nullptr, error.out())) return E_FAIL;
     const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), error.out()));
-    if (!local || !G_IS_INET_SOCKET_ADDRESS(local.get())) return nullptr;
+    if (!local || !G_IS_INET_SOCKET_ADDRESS(local.get())) return E_FAIL;
     const GObjectPtr<ArvDevice> device(
         arv_gv_device_new(g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(local.get())),
                           g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(endpoint.get())), error.out()));
-    if (!device) return nullptr;
-    return GObjectPtr<ArvCamera>(arv_camera_new_with_device(device.get(), error.out()));
+    if (!device) return failureOf(error);
+    GObjectPtr<ArvCamera> camera(arv_camera_new_with_device(device.get(), error.out()));
+    if (!camera) return failureOf(error);
+    return camera;
 }
 
 }  // namespace vexcap::cameras

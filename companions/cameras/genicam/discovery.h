@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/status.h"
 #include "companions/cameras/genicam/arv.h"
 
 namespace vexcap::cameras {
@@ -39,7 +40,7 @@ struct NetworkCamera {
 /// less when all answer.
 std::vector<NetworkCamera> askCameras(std::span<const std::string> addresses, std::chrono::milliseconds patience);
 
-/// Opens the camera at an address; null when there is none. Sends to no other address.
-GObjectPtr<ArvCamera> openAddress(const std::string& address);
+/// Opens the camera at an address; VEX_E_FILE_NOT_FOUND when none answers there. Sends to no other address.
+Result<GObjectPtr<ArvCamera>> openAddress(const std::string& address);
 
 }  // namespace vexcap::cameras

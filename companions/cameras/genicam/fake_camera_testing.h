@@ -62,8 +62,9 @@ protected:
             arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(arv_camera_get_device(opened.get()))), &Pattern::fill,
             &pattern);
         inside.reset(static_cast<ArvCamera*>(g_object_ref(opened.get())));
-        camera = GenicamCamera::create(std::move(opened), patience);
-        ASSERT_NE(camera, nullptr);
+        const auto made = GenicamCamera::create(std::move(opened), patience);
+        ASSERT_TRUE(made.ok());
+        camera = made.value();
         controls.emplace(camera, VEX_IID_CAMERA_CONTROLS);
         status.emplace(camera, VEX_IID_CAMERA_STATUS);
         raw.emplace(camera, VEX_IID_CAMERA_RAW);

@@ -137,7 +137,11 @@ protected:
     void SetUp() override { setenv("VEXCAP_GIGE", cameraAddress, 1); }
     void TearDown() override { unsetenv("VEXCAP_GIGE"); }
 
-    static ICamera* openAddressed() { return genicamProvider().Open(u"genicam:127.0.0.1"); }
+    static Result<ICamera*> tryAddressed() { return genicamProvider().Open(u"genicam:127.0.0.1"); }
+    static ICamera* openAddressed() {
+        const Result<ICamera*> opened = tryAddressed();
+        return opened.ok() ? opened.value() : nullptr;
+    }
     static std::vector<std::u16string> list() {
         std::vector<vex_camera_entry> entries;
         genicamProvider().List(entries);
@@ -149,7 +153,7 @@ protected:
     }
     /// As another program would leave the camera.
     static void leaveFormat(ArvPixelFormat format) {
-        const GObjectPtr<ArvCamera> other = openAddress(cameraAddress);
+        const GObjectPtr<ArvCamera> other = openAddress(cameraAddress).value();
         ASSERT_TRUE(other);
         ArvError error;
         arv_camera_set_pixel_format(other.get(), format, error.out());
@@ -168,8 +172,8 @@ TEST_F(GigeCamera, NoPacketIsSentWithoutLeave) {
         std::this_thread::sleep_for(100ms);
     } while (datagramsSent() != before);
     EXPECT_TRUE(list().empty());
-    EXPECT_EQ(genicamProvider().Open(u"genicam:Aravis-Fake-GV01"), nullptr);
-    EXPECT_EQ(openAddressed(), nullptr);
+    EXPECT_EQ(genicamProvider().Open(u"genicam:Aravis-Fake-GV01").code(), VEX_E_FILE_NOT_FOUND);
+    EXPECT_EQ(tryAddressed().code(), E_ACCESSDENIED);
     EXPECT_EQ(datagramsSent(), before);
 }
 
@@ -178,8 +182,8 @@ TEST_F(GigeCamera, DiscoveryFindsItAndOpensItByItsId) {
     ASSERT_TRUE(CameraProgram::answers());
     setenv("VEXCAP_GIGE", "1", 1);
     EXPECT_EQ(list(), std::vector<std::u16string>{u"genicam:Aravis-Fake-GV01 = Aravis Fake (GV01)"});
-    EXPECT_EQ(genicamProvider().Open(u"genicam:Aravis-Fake-GV02"), nullptr);
-    NetworkStream stream(genicamProvider().Open(u"genicam:Aravis-Fake-GV01"));
+    EXPECT_EQ(genicamProvider().Open(u"genicam:Aravis-Fake-GV02").code(), VEX_E_FILE_NOT_FOUND);
+    NetworkStream stream(genicamProvider().Open(u"genicam:Aravis-Fake-GV01").value());
     ASSERT_NE(stream.camera, nullptr);
     ASSERT_EQ((*stream.controls)->PutRoi(0, 0, 64, 64), S_OK);
     ASSERT_EQ(stream.start(), S_OK);
@@ -192,7 +196,7 @@ TEST_F(GigeCamera, AnAddressIsAskedAloneAndWithoutABroadcast) {
     setenv("VEXCAP_GIGE", "127.0.0.9, 127.0.0.1", 1);
     const uint64_t before = broadcastsSent();
     EXPECT_EQ(list(), std::vector<std::u16string>{u"genicam:127.0.0.1 = Aravis Fake (GV01)"});
-    EXPECT_EQ(genicamProvider().Open(u"genicam:127.0.0.9"), nullptr) << "nothing is there";
+    EXPECT_EQ(genicamProvider().Open(u"genicam:127.0.0.9").code(), VEX_E_FILE_NOT_FOUND) << "nothing is there";
     {
         NetworkStream stream(openAddressed());
         ASSERT_NE(stream.camera, nullptr);
@@ -323,7 +327,7 @@ TEST_F(GigeCamera, ACameraInUseIsRefusedAndItsUserLosesNothing) {
     ASSERT_EQ((*stream.controls)->PutRoi(0, 0, 64, 64), S_OK);
     ASSERT_EQ(stream.start(), S_OK);
     ASSERT_TRUE(stream.host.waitForRaw(5));
-    EXPECT_EQ(openAddressed(), nullptr);
+    EXPECT_EQ(tryAddressed().code(), VEX_E_BUSY);
     const size_t frames = stream.host.rawCount();
     EXPECT_TRUE(stream.host.waitForRaw(frames + 5));
     EXPECT_EQ(stream.put(VEX_CONTROL_EXPOSURE, 5000), S_OK) << "still its controller";

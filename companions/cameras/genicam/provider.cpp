@@ -39,11 +39,11 @@ void add(std::vector<vex_camera_entry>& entries, const std::u16string& display, 
 class GenicamProvider final : public ICameraProvider {
 public:
     void List(std::vector<vex_camera_entry>& entries) override;
-    ICamera* Open(std::u16string_view identifier) override;
+    Result<ICamera*> Open(std::u16string_view identifier) override;
 
 private:
     static GigeSearch ChooseInterfaces();
-    static GObjectPtr<ArvCamera> OpenListed(std::u16string_view identifier);
+    static Result<GObjectPtr<ArvCamera>> OpenListed(std::u16string_view identifier);
 };
 
 // Without leave no packet is sent: an interface that is off is neither listed nor opened.
@@ -75,20 +75,19 @@ void GenicamProvider::List(std::vector<vex_camera_entry>& entries) {
         add(entries, genicamDisplayName(camera.vendor, camera.model, camera.serial), genicamIdentifier(camera.address));
 }
 
-ICamera* GenicamProvider::Open(std::u16string_view identifier) {
-    if (!identifier.starts_with(prefix)) return nullptr;
+Result<ICamera*> GenicamProvider::Open(std::u16string_view identifier) {
+    if (!identifier.starts_with(prefix)) return VEX_E_FILE_NOT_FOUND;
     const std::string name = toUtf8(identifier.substr(prefix.size()));
     const GigeSearch search = ChooseInterfaces();
     const SignalsBlocked blocked;  // Aravis keeps a thread for each network camera
-    GObjectPtr<ArvCamera> opened;
-    if (!isAddress(name))
-        opened = OpenListed(identifier);
-    else if (search.allowed())
-        opened = openAddress(name);
-    return opened ? GenicamCamera::create(std::move(opened)) : nullptr;
+    if (isAddress(name) && !search.allowed()) return E_ACCESSDENIED;
+    auto opened = isAddress(name) ? openAddress(name) : OpenListed(identifier);
+    if (!opened.ok()) return opened.status();
+    return GenicamCamera::create(std::move(opened).value());
 }
 
-GObjectPtr<ArvCamera> GenicamProvider::OpenListed(std::u16string_view identifier) {
+Result<GObjectPtr<ArvCamera>> GenicamProvider::OpenListed(std::u16string_view identifier) {
+    Status failure = VEX_E_FILE_NOT_FOUND;
     // Mostly the camera is known from the last listing, and a new one takes a second.
     for (const bool update : {false, true}) {
         if (update) arv_update_device_list();
@@ -97,9 +96,10 @@ GObjectPtr<ArvCamera> GenicamProvider::OpenListed(std::u16string_view identifier
             if (genicamIdentifier(id) != identifier) continue;
             ArvError error;
             if (GObjectPtr<ArvCamera> opened{arv_camera_new(id.c_str(), error.out())}) return opened;
+            failure = failureOf(error);
         }
     }
-    return nullptr;
+    return failure;
 }
 
 }  // namespace

@@ -9,8 +9,10 @@ constexpr uint32_t stillIndexAsSet = 0xFFFFFFFF;
 
 }  // namespace
 
-ICamera* SimulatedCamera::Open(const SimulatedOptions& options) {
-    return options.refuse ? nullptr : new SimulatedCamera(options);
+Result<ICamera*> SimulatedCamera::Open(const SimulatedOptions& options) {
+    if (options.refuse) return E_FAIL;
+    if (options.busy) return VEX_E_BUSY;
+    return new SimulatedCamera(options);
 }
 
 SimulatedCamera::SimulatedCamera(const SimulatedOptions& asked)

@@ -13,8 +13,8 @@ namespace vexcap::cameras {
 
 class SimulatedCamera final : public CameraObject {
 public:
-    /// A camera with one reference; null when the options refuse it.
-    static ICamera* Open(const SimulatedOptions& options);
+    /// A camera with one reference; VEX_E_BUSY or E_FAIL when the options refuse it.
+    static Result<ICamera*> Open(const SimulatedOptions& options);
 
     HRESULT GetWhiteBalanceGains(int32_t gains[3]) override;
     int32_t GetResolutionCount() override;

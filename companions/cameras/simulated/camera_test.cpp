@@ -95,7 +95,7 @@ TEST(SimulatedCamera, NullArgumentsAreRefused) {
 }
 
 TEST(SimulatedCamera, InterfacesAreOneObjectThatLivesByItsReferences) {
-    ICamera* const camera = simulatedProvider().Open(u"sim-microscope");
+    ICamera* const camera = simulatedProvider().Open(u"sim-microscope").value();
     ASSERT_NE(camera, nullptr);
     const vex_guid all[] = {VEX_IID_UNKNOWN,      VEX_IID_CAMERA_STATUS,
                             VEX_IID_CAMERA_STILL, VEX_IID_CAMERA_PREVIEW_SIZE,

@@ -75,10 +75,11 @@ TEST(SimulatedFault, FramesOfAnotherSizeComeWithoutAWord) {
 }
 
 TEST(SimulatedFault, ACameraCanRefuseToOpen) {
-    EXPECT_EQ(simulatedProvider().Open(u"sim-fast;refuse"), nullptr);
-    EXPECT_EQ(simulatedProvider().Open(u"sim-fast;bogus"), nullptr);
-    EXPECT_EQ(simulatedProvider().Open(u"another"), nullptr);
-    EXPECT_EQ(simulatedProvider().Open({}), nullptr);
+    EXPECT_EQ(simulatedProvider().Open(u"sim-fast;refuse").code(), E_FAIL);
+    EXPECT_EQ(simulatedProvider().Open(u"sim-fast;busy").code(), VEX_E_BUSY);
+    EXPECT_EQ(simulatedProvider().Open(u"sim-fast;bogus").code(), E_INVALIDARG);
+    EXPECT_EQ(simulatedProvider().Open(u"another").code(), VEX_E_FILE_NOT_FOUND);
+    EXPECT_EQ(simulatedProvider().Open({}).code(), VEX_E_FILE_NOT_FOUND);
 }
 
 TEST(SimulatedFault, ACameraCanTellAnImpossibleDepth) {

@@ -51,6 +51,7 @@ bool readOption(std::u16string_view option, SimulatedOptions& options) {
     if (!hasValue) {
         if (name == u"deterministic") return options.deterministic = true;
         if (name == u"refuse") return options.refuse = true;
+        if (name == u"busy") return options.busy = true;
         return false;
     }
     if (name == u"drop-after") return readCount(option, options.dropAfter);
@@ -73,18 +74,18 @@ bool readOption(std::u16string_view option, SimulatedOptions& options) {
 
 }  // namespace
 
-std::optional<SimulatedOptions> parseSimulatedOptions(std::u16string_view identifier) {
+Result<SimulatedOptions> parseSimulatedOptions(std::u16string_view identifier) {
     SimulatedOptions options;
     const bool hasOptions = identifier.find(u';') != identifier.npos;
     const std::u16string_view wanted = cutAt(identifier, u';');
     for (const SimulatedModel& model : simulatedModels())
         if (model.identifier == wanted) options.model = &model;
-    if (!options.model) return std::nullopt;
+    if (!options.model) return VEX_E_FILE_NOT_FOUND;
     options.scene = options.model->scene;
     if (!hasOptions) return options;
     for (bool more = true; more;) {
         more = identifier.find(u';') != identifier.npos;
-        if (!readOption(cutAt(identifier, u';'), options)) return std::nullopt;
+        if (!readOption(cutAt(identifier, u';'), options)) return E_INVALIDARG;
     }
     return options;
 }

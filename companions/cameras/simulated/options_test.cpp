@@ -8,35 +8,38 @@ namespace simulated_options_test {
 TEST(SimulatedOptions, EveryModelIsKnownByItsIdentifier) {
     ASSERT_EQ(simulatedModels().size(), 4u);
     for (const SimulatedModel& model : simulatedModels()) {
-        const auto options = parseSimulatedOptions(model.identifier);
-        ASSERT_TRUE(options);
-        EXPECT_EQ(options->model, &model);
-        EXPECT_EQ(options->scene, model.scene);
-        EXPECT_EQ(options->seed, 1u);
-        EXPECT_FALSE(options->deterministic || options->refuse);
-        EXPECT_FALSE(options->dropAfter || options->stallAfter || options->wrongSizeAfter || options->toldDepth);
-        EXPECT_EQ(options->frameRate, 0u);
+        const auto parsed = parseSimulatedOptions(model.identifier);
+        ASSERT_TRUE(parsed.ok());
+        const SimulatedOptions& options = parsed.value();
+        EXPECT_EQ(options.model, &model);
+        EXPECT_EQ(options.scene, model.scene);
+        EXPECT_EQ(options.seed, 1u);
+        EXPECT_FALSE(options.deterministic || options.refuse || options.busy);
+        EXPECT_FALSE(options.dropAfter || options.stallAfter || options.wrongSizeAfter || options.toldDepth);
+        EXPECT_EQ(options.frameRate, 0u);
     }
 }
 
 TEST(SimulatedOptions, AllOfThemAreRead) {
-    const auto options = parseSimulatedOptions(
-        u"sim-planet;seed=18446744073709551615;drop-after=100;stall-after=50;wrong-size-after=20;refuse;depth=7;fps=30;"
-        u"scene=hubble;deterministic");
-    ASSERT_TRUE(options);
-    EXPECT_EQ(options->seed, 18446744073709551615u);
-    EXPECT_EQ(options->dropAfter, 100u);
-    EXPECT_EQ(options->stallAfter, 50u);
-    EXPECT_EQ(options->wrongSizeAfter, 20u);
-    EXPECT_TRUE(options->refuse);
-    EXPECT_EQ(options->toldDepth, 7u);
-    EXPECT_EQ(options->frameRate, 30u);
-    EXPECT_EQ(options->scene, SceneName::Hubble);
-    EXPECT_TRUE(options->deterministic);
-    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;scene=moon")->scene, SceneName::Moon);
-    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;scene=ihc")->scene, SceneName::Ihc);
-    EXPECT_EQ(parseSimulatedOptions(u"sim-planet;scene=cell")->scene, SceneName::Cell);
-    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;drop-after=0")->dropAfter, 0u);
+    const auto parsed = parseSimulatedOptions(
+        u"sim-planet;seed=18446744073709551615;drop-after=100;stall-after=50;wrong-size-after=20;refuse;busy;depth=7;"
+        u"fps=30;scene=hubble;deterministic");
+    ASSERT_TRUE(parsed.ok());
+    const SimulatedOptions& options = parsed.value();
+    EXPECT_EQ(options.seed, 18446744073709551615u);
+    EXPECT_EQ(options.dropAfter, 100u);
+    EXPECT_EQ(options.stallAfter, 50u);
+    EXPECT_EQ(options.wrongSizeAfter, 20u);
+    EXPECT_TRUE(options.refuse);
+    EXPECT_TRUE(options.busy);
+    EXPECT_EQ(options.toldDepth, 7u);
+    EXPECT_EQ(options.frameRate, 30u);
+    EXPECT_EQ(options.scene, SceneName::Hubble);
+    EXPECT_TRUE(options.deterministic);
+    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;scene=moon").value().scene, SceneName::Moon);
+    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;scene=ihc").value().scene, SceneName::Ihc);
+    EXPECT_EQ(parseSimulatedOptions(u"sim-planet;scene=cell").value().scene, SceneName::Cell);
+    EXPECT_EQ(parseSimulatedOptions(u"sim-fast;drop-after=0").value().dropAfter, 0u);
 }
 
 TEST(SimulatedOptions, WhatIsUnknownOrMalformedIsRefused) {
@@ -57,6 +60,7 @@ TEST(SimulatedOptions, WhatIsUnknownOrMalformedIsRefused) {
                                        u"sim-fast;drop-after=4294967296",
                                        u"sim-fast;drop-after",
                                        u"sim-fast;refuse=1",
+                                       u"sim-fast;busy=",
                                        u"sim-fast;deterministic=",
                                        u"sim-fast;scene=mars",
                                        u"sim-fast;scene=",
@@ -66,7 +70,8 @@ TEST(SimulatedOptions, WhatIsUnknownOrMalformedIsRefused) {
                                        u"sim-fast;bogus",
                                        u"sim-fast;bogus=1",
                                        u"sim-fast;seed=1=2"})
-        EXPECT_FALSE(parseSimulatedOptions(text)) << std::string(text, text + std::char_traits<char16_t>::length(text));
+        EXPECT_FALSE(parseSimulatedOptions(text).ok())
+            << std::string(text, text + std::char_traits<char16_t>::length(text));
 }
 
 }  // namespace simulated_options_test

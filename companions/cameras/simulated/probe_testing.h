@@ -28,7 +28,7 @@ struct SeenFrame {
 
 class Probe {
 public:
-    explicit Probe(std::u16string_view identifier) : camera(simulatedProvider().Open(identifier)) {}
+    explicit Probe(std::u16string_view identifier) : camera(simulatedProvider().Open(identifier).value()) {}
     Probe(const Probe&) = delete;
     Probe& operator=(const Probe&) = delete;
     ~Probe() {

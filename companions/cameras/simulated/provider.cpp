@@ -30,10 +30,10 @@ public:
         }
     }
 
-    ICamera* Open(std::u16string_view identifier) override {
-        if (switchedOff()) return nullptr;
+    Result<ICamera*> Open(std::u16string_view identifier) override {
+        if (switchedOff()) return VEX_E_FILE_NOT_FOUND;
         const auto options = parseSimulatedOptions(identifier);
-        return options ? SimulatedCamera::Open(*options) : nullptr;
+        return options.ok() ? SimulatedCamera::Open(options.value()) : options.status();
     }
 };
 

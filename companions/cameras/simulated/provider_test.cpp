@@ -28,7 +28,7 @@ TEST(SimulatedProvider, ListsItsModelsUnlessItIsSwitchedOff) {
         entries.clear();
         simulatedProvider().List(entries);
         EXPECT_TRUE(entries.empty()) << word;
-        EXPECT_EQ(simulatedProvider().Open(u"sim-fast"), nullptr);
+        EXPECT_EQ(simulatedProvider().Open(u"sim-fast").code(), VEX_E_FILE_NOT_FOUND);
     }
     ASSERT_EQ(setenv("VEXCAP_SIMULATED", "on", 1), 0);
     entries.resize(14);
