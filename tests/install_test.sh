@@ -105,6 +105,13 @@ cmake --build "$work/cpp" > "$work/cpp.log" 2>&1 || { cat "$work/cpp.log"; exit 
 "$work/cpp/record_frames" "$libraries/vexcap/libvexcap-cameras.so.1" "$work/cpp.ser"
 check "$work/cpp.ser"
 
+# The example of a camera library, as a user builds it, kept to the contract by the program that was installed.
+cmake -G Ninja -S "$prefix/share/doc/vexcap/examples/camera_library" -B "$work/example" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_C_FLAGS="$flags $cFlags" > "$work/example.log" 2>&1 || { cat "$work/example.log"; exit 1; }
+cmake --build "$work/example" > "$work/example.log" 2>&1 || { cat "$work/example.log"; exit 1; }
+"$prefix/bin/vexcap-camera-contract" "$work/example/libmy_cameras.so" --prefix My --only 'Library.*:Object.*' \
+    > "$work/example.log" || { cat "$work/example.log"; exit 1; }
+
 # Removed again, with the folders that are its own; what others put there stays.
 prefix=$work/prefix
 rm -rf "$work/manifest"
