@@ -2,26 +2,26 @@
 /// vexcap_init can be given its path and prefix. The program vexcap-camera-contract checks a library against it.
 ///
 /// A library exports C functions whose names are made of the host's prefix and an underscore (`Vexcam_EnumV2`). EnumV2
-/// and Open are needed. calc_ClarityFactor, InitOcl and OpenStatus are optional: without them there is no clarity
-/// factor, no picture in a shared texture, and no reason for an Open that fails. The engine tests each name before each
-/// call; a missing one acts as null, 0 or E_FAIL.
+/// and Open are needed. calc_ClarityFactor, InitOcl, OpenStatus and Watch are optional: without them there is no
+/// clarity factor, no picture in a shared texture, no reason for an Open that fails, and no news of cameras that come
+/// and go. The engine tests each name before each call; a missing one acts as null, 0 or E_FAIL.
 ///
 /// Objects. A camera is an object with a table of operations: QueryInterface, AddRef and Release first, then the
 /// operations in the order below. In C++ it is an abstract class, in C a struct whose first member points to the table;
 /// both are the same in memory (Itanium C++ ABI). The numbers behind the operations count QueryInterface as 0.
 ///
-/// Life. Open returns a camera with one reference, and Close gives that reference back. An interface from QueryInterface
-/// is the same camera under another table; it holds a reference until its Release. VEX_IID_UNKNOWN is answered with the
-/// same pointer under every table. Close ends the stream, so that no callback runs or comes any more once it returned,
-/// and the camera must not be used after it. A camera that was closed can be opened again at once.
-/// A second Open of an open camera returns null, or another object with settings and a stream of its own. Either way
-/// the first one goes on undisturbed.
+/// Life. Open returns a camera with one reference, and Close gives that reference back. An interface from
+/// QueryInterface is the same camera under another table; it holds a reference until its Release. VEX_IID_UNKNOWN is
+/// answered with the same pointer under every table. Close ends the stream, so that no callback runs or comes any more
+/// once it returned, and the camera must not be used after it. A camera that was closed can be opened again at once. A
+/// second Open of an open camera returns null, or another object with settings and a stream of its own. Either way the
+/// first one goes on undisturbed.
 ///
 /// Threads. Every operation is called on the engine's host thread, outside of callbacks, but for these reads that the
 /// engine makes from inside the event callback: GetSize, QueryInterface and Release, and the still interface's count
 /// and size. Frames, buffers, raw frames and events come on threads of the library, one frame at a time. Stop and Close
-/// wait for a running callback to return. An event may come at any time between StartPull and Stop. The loss of a stream
-/// is reported in this order: the state, a null frame, the state event. Nothing comes after them.
+/// wait for a running callback to return. An event may come at any time between StartPull and Stop. The loss of a
+/// stream is reported in this order: the state, a null frame, the state event. Nothing comes after them.
 ///
 /// Results. A failure leaves settings and outs as they were; QueryInterface alone sets its out to null. A null out
 /// fails with E_POINTER, but for those that an operation calls optional. An operation that a camera does not have
@@ -79,11 +79,11 @@ enum {
 /// has the first two; one without binning or rotation answers E_NOTIMPL, or takes the value that changes nothing.
 enum {
     VEX_OPTION_RECORDING = 1,    ///< 1 while a graph source is set up or no recording runs, 0 when one starts.
-    VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit. Any
-                                 ///< positive number is accepted, a negative one refused; the engine sets 2 to 100.
-    VEX_OPTION_BINNING = 23,     ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
-                                 ///< is made even: rounded down.
-    VEX_OPTION_ROTATION = 24     ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
+    VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit.
+                                 ///< Any positive number is accepted, a negative one refused; the engine sets 2 to 100.
+    VEX_OPTION_BINNING = 23,  ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
+                              ///< is made even: rounded down.
+    VEX_OPTION_ROTATION = 24  ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
 };
 
 /// What comes with a frame.
@@ -132,13 +132,17 @@ typedef void (*vex_camera_raw_callback)(const void* raw, const vex_frame_info* i
 
 /// Number of controls, see vex_camera_controls.
 enum {
-    VEX_CONTROL_EXPOSURE = 1,      ///< Microseconds.
-    VEX_CONTROL_GAIN = 2,          ///< Percent of the sensor's own amplification, 100 for none.
-    VEX_CONTROL_BLACK_LEVEL = 3,   ///< Counts at the present depth.
-    VEX_CONTROL_BIT_DEPTH = 4,     ///< Bits of a raw sample. During a stream, too: the frames to come have it.
-    VEX_CONTROL_FRAME_RATE = 5,    ///< Sensor frames a second at most; 0: as fast as exposure and size allow.
-    VEX_CONTROL_TRIGGER_MODE = 6,  ///< 0 free running, 1 software trigger, 2 trigger line.
-    VEX_CONTROL_FIRE = 7           ///< Write only: that many software triggers.
+    VEX_CONTROL_EXPOSURE = 1,       ///< Microseconds.
+    VEX_CONTROL_GAIN = 2,           ///< Percent of the sensor's own amplification, 100 for none.
+    VEX_CONTROL_BLACK_LEVEL = 3,    ///< Counts at the present depth.
+    VEX_CONTROL_BIT_DEPTH = 4,      ///< Bits of a raw sample. During a stream, too: the frames to come have it.
+    VEX_CONTROL_FRAME_RATE = 5,     ///< Sensor frames a second at most; 0: as fast as exposure and size allow.
+    VEX_CONTROL_TRIGGER_MODE = 6,   ///< 0 free running, 1 software trigger, 2 trigger line.
+    VEX_CONTROL_FIRE = 7,           ///< Write only: that many software triggers.
+    VEX_CONTROL_BALANCE_RED = 8,    ///< White balance: percent by which red samples are amplified, 100 for none, in raw
+                                    ///< frames, too.
+    VEX_CONTROL_BALANCE_GREEN = 9,  ///< The same for green.
+    VEX_CONTROL_BALANCE_BLUE = 10   ///< The same for blue.
 };
 
 #ifdef __cplusplus
@@ -282,6 +286,19 @@ protected:
     ~ICameraControls() = default;
 };
 
+/// Optional, for a camera with controls. {5C0B8B0E-6A0D-4B57-9E63-1F3D0A7C24D5}
+struct ICameraSteps : IVexUnknown {
+    /// 3. Step of a control: each value that the camera takes is the minimum and a multiple of the step. At least 1;
+    /// E_NOTIMPL for a control that the camera does not have.
+    virtual HRESULT GetControlStep(uint32_t control, int32_t* step) = 0;
+    /// 4. Steps of the region of interest, in pixels of the present resolution; even numbers. PutRoi sets multiples of
+    /// them exactly; other numbers are cut to the step below, or refused. They may change with resolution and binning.
+    virtual HRESULT GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) = 0;
+
+protected:
+    ~ICameraSteps() = default;
+};
+
 extern "C" {
 #else
 typedef struct ICamera ICamera;
@@ -298,6 +315,12 @@ typedef ICamera* (*vex_camera_open)(const vex_char* name);
 /// here already. E_ACCESSDENIED: this user may not open it. E_INVALIDARG: the name is malformed. E_FAIL: anything else.
 /// The engine asks right after Open and passes the code on to the host; without this function the code is E_FAIL.
 typedef HRESULT (*vex_camera_open_status)(void);
+/// Reports that the list of cameras changed, or may have. On a thread of the library.
+typedef void (*vex_camera_list_callback)(void* context);
+/// <prefix>_Watch, optional: registers the callback of changes of the list, null ends the watch; once it returned, the
+/// callback registered before neither runs nor comes. The engine watches from vexcap_init to vexcap_fini when the host
+/// has a device window. A library without a watch of its system may look at the list from time to time.
+typedef HRESULT (*vex_camera_watch)(vex_camera_list_callback callback, void* context);
 /// <prefix>_calc_ClarityFactor: how sharp a picture is; larger is sharper. 24 or 32 bits a pixel, bottom-up rows.
 typedef double (*vex_camera_clarity)(const void* frame, uint32_t bitsPerPixel, uint32_t width, uint32_t height);
 /// <prefix>_InitOcl: 0 when pictures can be delivered into shared textures. The answer does not change.
@@ -392,6 +415,15 @@ typedef struct ICameraControlsTable {
     HRESULT (*Put)(ICameraControls* self, uint32_t control, int32_t value);
     HRESULT (*PutRoi)(ICameraControls* self, uint32_t x, uint32_t y, uint32_t width, uint32_t height);
 } ICameraControlsTable;
+
+typedef struct ICameraSteps {
+    const struct ICameraStepsTable* table;
+} ICameraSteps;
+typedef struct ICameraStepsTable {
+    VEX_UNKNOWN_TABLE(ICameraSteps)
+    HRESULT (*GetControlStep)(ICameraSteps* self, uint32_t control, int32_t* step);
+    HRESULT (*GetRegionStep)(ICameraSteps* self, uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height);
+} ICameraStepsTable;
 #endif
 
 VEXCAP_EXTERN_C_END
@@ -408,6 +440,8 @@ static const vex_guid VEX_IID_CAMERA_RAW = {
     0x1B0E0C58, 0x5D1F, 0x4C5F, {0x9A, 0x57, 0x7C, 0x2D, 0x6B, 0x1E, 0x9A, 0x41}};
 static const vex_guid VEX_IID_CAMERA_CONTROLS = {
     0x8E2F6A17, 0x3C44, 0x4E0B, {0x8D, 0x0A, 0x52, 0xB7, 0xF1, 0xC6, 0xD9, 0x03}};
+static const vex_guid VEX_IID_CAMERA_STEPS = {
+    0x5C0B8B0E, 0x6A0D, 0x4B57, {0x9E, 0x63, 0x1F, 0x3D, 0x0A, 0x7C, 0x24, 0xD5}};
 
 #ifdef __cplusplus
 static_assert(sizeof(void*) != 8 || sizeof(vex_camera_entry) == 264, "record size");

@@ -140,3 +140,14 @@ int call_target(void* object, const SlotArguments* in) {
     CALL(*in->written);
     return slot;
 }
+
+int call_steps(void* object, const SlotArguments* in) {
+    ICameraSteps* const self = object;
+    int slot = 0;
+    int32_t step = 0;
+    uint32_t x = 0, y = 0, z = 0, w = 0;
+    CALL_UNKNOWN();
+    CALL(self->table->GetControlStep(self, in->a, &step));
+    CALL(self->table->GetRegionStep(self, &x, &y, &z, &w));
+    return slot;
+}

@@ -27,6 +27,7 @@ int call_preview_size(void* object, const SlotArguments* arguments);
 int call_raw(void* object, const SlotArguments* arguments);
 int call_target(void* object, const SlotArguments* arguments);
 int call_controls(void* object, const SlotArguments* arguments);
+int call_steps(void* object, const SlotArguments* arguments);
 
 /// The callbacks that StartPull and SetRawCallback are given. They are never called.
 void slot_frame(const void* frame, const vex_frame_info* info, uint32_t still, const void* raw, const void* deep,

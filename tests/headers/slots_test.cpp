@@ -173,6 +173,14 @@ private:
     }
 };
 
+class AnsweringSteps final : public Answering<ICameraSteps> {
+public:
+    HRESULT GetControlStep(uint32_t control, int32_t* step) override {
+        return control == arguments.a ? answer(3, step) : -1;
+    }
+    HRESULT GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* w, uint32_t* h) override { return answer(4, x, y, w, h); }
+};
+
 template <typename Interface>
 void expectSlots(Interface& object, int (*call)(void*, const SlotArguments*), int count) {
     for (int64_t& result : slot_results) result = -99;
@@ -217,6 +225,11 @@ TEST(Headers, ControlsHaveTheSameTableInBothLanguages) {
 TEST(Headers, RenderTargetsHaveTheSameTableInBothLanguages) {
     AnsweringTarget target;
     expectSlots(target, call_target, 7);
+}
+
+TEST(Headers, StepsHaveTheSameTableInBothLanguages) {
+    AnsweringSteps steps;
+    expectSlots(steps, call_steps, 5);
 }
 
 // The bytes of an identifier in memory: the first three fields little-endian.
