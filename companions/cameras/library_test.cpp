@@ -100,6 +100,17 @@ TEST_F(CameraLibrary, ItSaysWhyACameraDoesNotOpen) {
     EXPECT_EQ(status(), VEX_E_BUSY) << "each thread has its own";
 }
 
+TEST_F(CameraLibrary, ItsListCanBeWatched) {
+    const auto watch = reinterpret_cast<vex_camera_watch>(dlsym(library.get(), "Vexcam_Watch"));
+    ASSERT_NE(watch, nullptr);
+    EXPECT_EQ(watch(nullptr, nullptr), S_OK) << "none to end";
+    ASSERT_EQ(watch([](void*) {}, nullptr), S_OK);
+    ASSERT_EQ(watch([](void*) {}, nullptr), S_OK) << "the newest alone";
+    std::vector<vex_camera_entry> entries(VEX_CAMERA_ENTRIES);
+    EXPECT_GE(list(entries.data()), 4u) << "beside the watch";
+    EXPECT_EQ(watch(nullptr, nullptr), S_OK);
+}
+
 TEST_F(CameraLibrary, ItCanBeClosedAndOpenedAgain) {
     std::vector<vex_camera_entry> entries(VEX_CAMERA_ENTRIES);
     for (int round = 0; round < 3; ++round) {

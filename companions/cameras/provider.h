@@ -12,10 +12,10 @@ namespace vexcap::cameras {
 
 struct ICameraProvider {
     virtual ~ICameraProvider() = default;
-    /// Adds what can be opened now, at most VEX_CAMERA_ENTRIES in all. Host's thread.
+    /// Adds what can be opened now, at most VEX_CAMERA_ENTRIES in all. One thread at a time, here and in Open.
     virtual void List(std::vector<vex_camera_entry>& entries) = 0;
     /// Opens a camera of this provider by its identifier. VEX_E_FILE_NOT_FOUND when it is not there, or another
-    /// provider's; other failures as the contract names them. Host's thread.
+    /// provider's; other failures as the contract names them.
     virtual Result<ICamera*> Open(std::u16string_view identifier) = 0;
 };
 

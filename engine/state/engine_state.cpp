@@ -16,6 +16,12 @@ void onDeviceListChanged(int32_t code) {
     if (code == 1 && engine.deviceWindow) engine.deviceWindow->post(engine.deviceWindow, engine.deviceMessage, 0, 0);
 }
 
+/// The camera library's word that its list changed. It comes from a thread of the library's.
+void onCameraListChanged(void*) {
+    const EngineState& engine = engineState();
+    if (engine.deviceWindow) engine.deviceWindow->post(engine.deviceWindow, engine.deviceMessage, 1, 0);
+}
+
 }  // namespace
 
 EngineState& engineState() {
@@ -56,6 +62,7 @@ HRESULT EngineState::Init(const EngineArguments& arguments) {
     if (network.PriFlag) network.PriFlag(networkEnabled ? 2 : 0, 2);
     const HRESULT status = network.Init ? network.Init(onDeviceListChanged, nullptr) : S_OK;
     if (arguments.direct2d) BindDrawing();
+    if (camera.Watch && deviceWindow) camera.Watch(onCameraListChanged, nullptr);
     return status;
 }
 
@@ -66,6 +73,7 @@ void EngineState::BindCameraLibrary(std::u16string_view path, const char* prefix
     bindName(loader, library, start + "EnumV2", camera.EnumV2);
     bindName(loader, library, start + "Open", camera.Open);
     bindName(loader, library, start + "OpenStatus", camera.OpenStatus);
+    bindName(loader, library, start + "Watch", camera.Watch);
     bindName(loader, library, start + "calc_ClarityFactor", camera.calc_ClarityFactor);
     bindName(loader, library, start + "InitOcl", camera.InitOcl);
 }
@@ -101,6 +109,7 @@ void EngineState::BindDrawing() {
 }
 
 HRESULT EngineState::Fini() {
+    if (camera.Watch) camera.Watch(nullptr, nullptr);
     libraries.Release();
     return network.Fini ? network.Fini() : 0;
 }

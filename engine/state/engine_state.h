@@ -41,6 +41,7 @@ struct CameraLibrary {
     vex_camera_enum EnumV2 = nullptr;
     vex_camera_open Open = nullptr;
     vex_camera_open_status OpenStatus = nullptr;
+    vex_camera_watch Watch = nullptr;
     vex_camera_clarity calc_ClarityFactor = nullptr;
     vex_camera_init_ocl InitOcl = nullptr;
 };

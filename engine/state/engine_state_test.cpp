@@ -214,6 +214,24 @@ TEST_F(EngineStateTest, AChangedDeviceListIsPostedForCode1Alone) {
     EXPECT_EQ(deviceWindow.messages().size(), 1u);
 }
 
+TEST_F(EngineStateTest, AChangedCameraListIsPostedFromInitToFini) {
+    init();
+    ASSERT_NE(library.listChanged, nullptr);
+    library.listChanged(nullptr);
+    ASSERT_EQ(deviceWindow.messages().size(), 1u);
+    EXPECT_EQ(deviceWindow.messages()[0].message, deviceMessage);
+    EXPECT_EQ(deviceWindow.messages()[0].wparam, 1u);
+    engine.Fini();
+    EXPECT_EQ(library.listChanged, nullptr);
+    arguments.deviceWindow = nullptr;
+    init();
+    EXPECT_EQ(library.listChanged, nullptr) << "nobody to tell";
+    scriptCameraLibrary("Test_Watch");
+    arguments.deviceWindow = deviceWindow.native();
+    init();
+    EXPECT_EQ(engine.Fini(), 42) << "a library without a watch";
+}
+
 TEST_F(EngineStateTest, CameraNamesAreMadeOfPrefixAndUnderscore) {
     init();
     EXPECT_EQ(engine.camera.Open, &FakeCameraLibrary::Open);

@@ -38,6 +38,7 @@ protected:
             {"Test_EnumV2", symbolOf(&FakeCameraLibrary::EnumV2)},
             {"Test_Open", symbolOf(&FakeCameraLibrary::Open)},
             {"Test_OpenStatus", symbolOf(&FakeCameraLibrary::OpenStatus)},
+            {"Test_Watch", symbolOf(&FakeCameraLibrary::Watch)},
             {"Test_calc_ClarityFactor", symbolOf(&FakeCameraLibrary::calc_ClarityFactor)},
             {"Test_InitOcl", symbolOf(&FakeCameraLibrary::InitOcl)},
         };

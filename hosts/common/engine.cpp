@@ -34,8 +34,8 @@ Engine::~Engine() { vexcap_fini(); }
 void Engine::Start(Mode mode) {
     const std::u16string cameras = toUtf16(config.library);
     vexcap_init(settings.get(), company, company, company, cameras.c_str(), config.prefix.c_str(), u"", messageEvent,
-                messageSize, messageLimit, messageDarkField, messageFrame, 0, mode == Mode::Raw, window.get(),
-                messageDevice, config.direct2d, config.gains);
+                messageSize, messageLimit, messageDarkField, messageFrame, 0, mode == Mode::Raw, nullptr, 0,
+                config.direct2d, config.gains);
 }
 
 void Engine::Restart(Mode mode, const std::string& directory) {

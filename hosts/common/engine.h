@@ -29,7 +29,6 @@ enum Message : uint32_t {
     messageLimit,
     messageDarkField,
     messageFrame,
-    messageDevice,
     messageStill
 };
 

@@ -59,8 +59,9 @@ typedef struct vexcap_context vexcap_context;
 /// @param frameMessage    Posted to the preview window for each new frame. wparam: 0, or 1 for a shared texture.
 /// @param networkEnabled  Non-zero: network devices are wanted. Astro mode switches them off.
 /// @param astroMode       Non-zero: telescope cameras; raw recording, cameras only.
-/// @param deviceWindow    Gets deviceMessage when the list of network devices changes.
-/// @param deviceMessage   The message for it.
+/// @param deviceWindow    Receives deviceMessage when a list of devices changed. May be null.
+/// @param deviceMessage   The message for it. wparam: 0 for the list of the network library, 1 for that of the camera
+///                        library.
 /// @param direct2d        Non-zero asks for the accelerated drawing road.
 /// @param gainBalance     Non-zero: white balance as three gains, else as temperature and tint.
 /// @return The network library's status, 0 without one. Nothing depends on it.

@@ -128,10 +128,15 @@ public:
     int32_t initOclAnswer = 0;
     int initOclCalls = 0;
     std::vector<std::u16string> opened;
+    vex_camera_list_callback listChanged = nullptr;  ///< The callback of the watch, null without one.
 
     static uint32_t EnumV2(vex_camera_entry* out);
     static ICamera* Open(const vex_char* name);
     static HRESULT OpenStatus() { return current->openStatus; }
+    static HRESULT Watch(vex_camera_list_callback callback, void*) {
+        if (current) current->listChanged = callback;
+        return S_OK;
+    }
     /// The first byte of the picture.
     static double calc_ClarityFactor(const void* picture, uint32_t, uint32_t, uint32_t);
     static int32_t InitOcl();

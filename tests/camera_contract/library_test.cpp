@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "tests/camera_contract/rules.h"
@@ -77,6 +80,33 @@ LIBRARY_CHECK(Library, SaysWhyItOpensNoCamera,
             EXPECT_EQ(subject().openStatus(), S_OK) << name;
         }
     }
+}
+
+LIBRARY_CHECK(Library, EndsTheWatchOfItsList,
+              "registers the callback of changes of the list, null ends the watch; once it returned, the callback "
+              "registered before neither runs nor comes.") {
+    if (!subject().watch) GTEST_SKIP() << "no Watch";
+    struct Host {
+        const std::thread::id thread = std::this_thread::get_id();
+        std::atomic<int> calls{0};
+        std::atomic<bool> onOurThread{false};
+        static void hear(void* context) {
+            Host& self = *static_cast<Host*>(context);
+            ++self.calls;
+            if (std::this_thread::get_id() == self.thread) self.onOurThread = true;
+        }
+    } first, second;
+    EXPECT_GE(subject().watch(nullptr, nullptr), 0) << "without a watch";
+    ASSERT_GE(subject().watch(&Host::hear, &first), 0);
+    ASSERT_GE(subject().watch(&Host::hear, &second), 0);
+    const int before = first.calls;
+    listedNames();
+    EXPECT_GE(subject().watch(nullptr, nullptr), 0);
+    const int last = second.calls;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(first.calls, before) << "the callback that was replaced";
+    EXPECT_EQ(second.calls, last);
+    EXPECT_FALSE(first.onOurThread || second.onOurThread);
 }
 
 // A board of squares, its edges softened by averaging over `blur` pixels to either side.

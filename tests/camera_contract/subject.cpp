@@ -19,6 +19,7 @@ std::string Subject::load() {
     enumerate = reinterpret_cast<vex_camera_enum>(symbol("EnumV2"));
     open = reinterpret_cast<vex_camera_open>(symbol("Open"));
     openStatus = reinterpret_cast<vex_camera_open_status>(symbol("OpenStatus"));
+    watch = reinterpret_cast<vex_camera_watch>(symbol("Watch"));
     clarity = reinterpret_cast<vex_camera_clarity>(symbol("calc_ClarityFactor"));
     initOcl = reinterpret_cast<vex_camera_init_ocl>(symbol("InitOcl"));
     return {};

@@ -16,6 +16,7 @@ struct Subject {
     vex_camera_enum enumerate = nullptr;
     vex_camera_open open = nullptr;
     vex_camera_open_status openStatus = nullptr;
+    vex_camera_watch watch = nullptr;
     vex_camera_clarity clarity = nullptr;
     vex_camera_init_ocl initOcl = nullptr;
     std::vector<std::string> names;      ///< Identifiers of the cameras to test.
