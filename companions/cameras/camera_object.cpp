@@ -21,6 +21,8 @@ HRESULT CameraObject::QueryInterface(const vex_guid& iid, void** out) {
         *out = static_cast<ICameraRaw*>(this);
     else if (iid == VEX_IID_CAMERA_CONTROLS)
         *out = static_cast<ICameraControls*>(this);
+    else if (iid == VEX_IID_CAMERA_STEPS)
+        *out = static_cast<ICameraSteps*>(this);
     if (!*out) return E_NOINTERFACE;
     AddRef();
     return S_OK;
@@ -49,7 +51,22 @@ HRESULT CameraObject::GetEsize(uint32_t* index) {
     return S_OK;
 }
 
-HRESULT CameraObject::GetWhiteBalanceGains(int32_t*) { return E_NOTIMPL; }
+// A camera may have a control for some of the colours alone: the others are as the sensor has them.
+HRESULT CameraObject::GetWhiteBalanceGains(int32_t* gains) {
+    if (!gains) return E_POINTER;
+    constexpr int32_t none = 100;
+    int32_t read[3] = {none, none, none};
+    bool any = false;
+    for (uint32_t colour = 0; colour < 3; ++colour) {
+        const HRESULT result = Get(VEX_CONTROL_BALANCE_RED + colour, &read[colour]);
+        if (result < 0 && result != E_NOTIMPL) return result;
+        any = any || result >= 0;
+    }
+    if (!any) return E_NOTIMPL;
+    std::copy_n(read, 3, gains);
+    return S_OK;
+}
+
 HRESULT CameraObject::GetTempTint(int32_t*, int32_t*) { return E_NOTIMPL; }
 
 HRESULT CameraObject::GetExposureTime(uint32_t* microseconds) {

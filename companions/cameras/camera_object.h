@@ -17,7 +17,8 @@ class CameraObject : public ICamera,
                      public ICameraStill,
                      public ICameraPreviewSize,
                      public ICameraRaw,
-                     public ICameraControls {
+                     public ICameraControls,
+                     public ICameraSteps {
 public:
     CameraObject(const CameraObject&) = delete;
     CameraObject& operator=(const CameraObject&) = delete;
@@ -28,7 +29,7 @@ public:
 
     HRESULT GetSize(int32_t* width, int32_t* height) final;
     HRESULT GetEsize(uint32_t* index) final;
-    HRESULT GetWhiteBalanceGains(int32_t gains[3]) override;
+    HRESULT GetWhiteBalanceGains(int32_t gains[3]) final;
     HRESULT GetExposureTime(uint32_t* microseconds) final;
     HRESULT GetTempTint(int32_t* temperature, int32_t* tint) override;
     HRESULT GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint32_t* total) final;

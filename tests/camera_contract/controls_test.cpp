@@ -8,8 +8,18 @@ namespace vexcap::contract {
 namespace controls_test {
 
 CAMERA_SUITE(Controls);
+CAMERA_SUITE(Steps);
 CAMERA_SUITE(Stills);
 CAMERA_SUITE(State);
+
+// Steps of the region; 2 of a camera that does not say.
+struct RegionSteps {
+    explicit RegionSteps(ICamera* camera) {
+        const Held<ICameraSteps> steps(camera, VEX_IID_CAMERA_STEPS);
+        if (steps) steps->GetRegionStep(&x, &y, &width, &height);
+    }
+    uint32_t x = 2, y = 2, width = 2, height = 2;
+};
 
 void pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
@@ -18,7 +28,8 @@ CAMERA_CHECK(Controls, KeepTheirValuesInsideOfTheirLimits,
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     if (!controls) GTEST_SKIP() << "no controls";
     for (const uint32_t control : {VEX_CONTROL_EXPOSURE, VEX_CONTROL_GAIN, VEX_CONTROL_BLACK_LEVEL,
-                                   VEX_CONTROL_BIT_DEPTH, VEX_CONTROL_FRAME_RATE, VEX_CONTROL_TRIGGER_MODE}) {
+                                   VEX_CONTROL_BIT_DEPTH, VEX_CONTROL_FRAME_RATE, VEX_CONTROL_TRIGGER_MODE,
+                                   VEX_CONTROL_BALANCE_RED, VEX_CONTROL_BALANCE_GREEN, VEX_CONTROL_BALANCE_BLUE}) {
         int32_t minimum = 0, maximum = 0, standard = 0, value = 0;
         const HRESULT range = controls->GetRange(control, &minimum, &maximum, &standard);
         if (range < 0) {
@@ -136,12 +147,14 @@ CAMERA_CHECK(Controls, RegionOfInterestIsTheSizeOfTheFrames,
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
-    const uint32_t half = uint32_t(width) / 4 * 2, low = uint32_t(height) / 4 * 2;
-    if (!controls || controls->PutRoi(2, 4, half, low) < 0) GTEST_SKIP() << "no region of interest";
+    const RegionSteps steps(camera.get());
+    const uint32_t half = uint32_t(width) / 2 / steps.width * steps.width;
+    const uint32_t low = uint32_t(height) / 2 / steps.height * steps.height;
+    if (!controls || controls->PutRoi(steps.x, 2 * steps.y, half, low) < 0) GTEST_SKIP() << "no region of interest";
     uint32_t x = 0, y = 0, w = 0, h = 0;
     ASSERT_GE(camera->GetRoi(&x, &y, &w, &h), 0);
-    EXPECT_EQ(x, 2u);
-    EXPECT_EQ(y, 4u);
+    EXPECT_EQ(x, steps.x);
+    EXPECT_EQ(y, 2 * steps.y);
     EXPECT_EQ(w, half);
     EXPECT_EQ(h, low);
     Stream stream(camera.get());
@@ -181,7 +194,9 @@ CAMERA_CHECK(Controls, RegionOfInterestDuringAStreamIsToldByASizeEvent,
     const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
     int32_t width = 0, height = 0;
     ASSERT_GE(camera->GetSize(&width, &height), 0);
-    const uint32_t half = uint32_t(width) / 4 * 2, low = uint32_t(height) / 4 * 2;
+    const RegionSteps steps(camera.get());
+    const uint32_t half = uint32_t(width) / 2 / steps.width * steps.width;
+    const uint32_t low = uint32_t(height) / 2 / steps.height * steps.height;
     if (!controls || controls->PutRoi(0, 0, 0, 0) < 0) GTEST_SKIP() << "no region of interest";
     Stream stream(camera.get());
     ASSERT_GE(stream.start(), 0);
@@ -202,6 +217,58 @@ CAMERA_CHECK(Controls, RegionOfInterestDuringAStreamIsToldByASizeEvent,
         const Size size{frame.info.width, frame.info.height};
         EXPECT_TRUE(size == Size({half, low}) || (!small && size == Size({width / 2 * 2, height / 2 * 2})));
         small = small || size == Size({half, low});
+    }
+}
+
+CAMERA_CHECK(Steps, LeadFromTheMinimumToTheValuesOfAControl,
+             "each value that the camera takes is the minimum and a multiple of the step. At least 1; E_NOTIMPL for a "
+             "control that the camera does not have.") {
+    const Held<ICameraSteps> steps(camera.get(), VEX_IID_CAMERA_STEPS);
+    const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
+    if (!steps) GTEST_SKIP() << "no steps";
+    ASSERT_TRUE(bool(controls)) << "steps of what?";
+    for (uint32_t control = VEX_CONTROL_EXPOSURE; control <= VEX_CONTROL_BALANCE_BLUE; ++control) {
+        int32_t minimum = 0, maximum = 0, standard = 0, step = 0, value = 0;
+        if (controls->GetRange(control, &minimum, &maximum, &standard) < 0) {
+            EXPECT_EQ(steps->GetControlStep(control, &step), E_NOTIMPL) << control;
+            continue;
+        }
+        ASSERT_GE(steps->GetControlStep(control, &step), 0) << control;
+        ASSERT_GE(step, 1) << control;
+        EXPECT_EQ((int64_t(standard) - minimum) % step, 0) << control;
+        if (int64_t(minimum) + step > maximum || controls->Put(control, minimum + step) < 0) continue;
+        EXPECT_TRUE(controls->Get(control, &value) < 0 || value == minimum + step) << control;
+        controls->Put(control, standard);
+    }
+    int32_t step = 0;
+    EXPECT_EQ(steps->GetControlStep(99, &step), E_NOTIMPL);
+    EXPECT_LT(steps->GetControlStep(VEX_CONTROL_EXPOSURE, nullptr), 0);
+}
+
+CAMERA_CHECK(
+    Steps, OfTheRegionAreEvenAndKept,
+    "Steps of the region of interest, in pixels of the present resolution; even numbers. PutRoi sets multiples "
+    "of them exactly") {
+    const Held<ICameraSteps> steps(camera.get(), VEX_IID_CAMERA_STEPS);
+    const Held<ICameraControls> controls(camera.get(), VEX_IID_CAMERA_CONTROLS);
+    if (!steps || !controls || controls->PutRoi(0, 0, 0, 0) < 0) GTEST_SKIP() << "no steps of a region";
+    for (const int32_t binning : {1, 2}) {
+        if (camera->PutOption(VEX_OPTION_BINNING, binning) < 0) continue;
+        uint32_t dx = 0, dy = 0, dw = 0, dh = 0, x = 0, y = 0, w = 0, h = 0;
+        ASSERT_GE(steps->GetRegionStep(&dx, &dy, &dw, &dh), 0);
+        for (const uint32_t step : {dx, dy, dw, dh}) {
+            ASSERT_GE(step, 2u);
+            EXPECT_EQ(step % 2, 0u);
+        }
+        int32_t width = 0, height = 0;
+        ASSERT_GE(camera->GetSize(&width, &height), 0);
+        const uint32_t wide = uint32_t(width) / 2 / dw * dw, tall = uint32_t(height) / 2 / dh * dh;
+        ASSERT_GE(controls->PutRoi(3 * dx, dy, wide, tall), 0);
+        ASSERT_GE(camera->GetRoi(&x, &y, &w, &h), 0);
+        EXPECT_EQ(x, 3 * dx);
+        EXPECT_EQ(y, dy);
+        EXPECT_EQ(Size({w, h}), Size({wide, tall}));
+        EXPECT_GE(controls->PutRoi(0, 0, 0, 0), 0);
     }
 }
 

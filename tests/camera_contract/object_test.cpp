@@ -7,8 +7,8 @@ namespace object_test {
 CAMERA_SUITE(Object);
 
 constexpr vex_guid unknownInterface = {0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
-const vex_guid allInterfaces[] = {VEX_IID_CAMERA_STATUS, VEX_IID_CAMERA_STILL, VEX_IID_CAMERA_PREVIEW_SIZE,
-                                  VEX_IID_CAMERA_RAW, VEX_IID_CAMERA_CONTROLS};
+const vex_guid allInterfaces[] = {VEX_IID_CAMERA_STATUS, VEX_IID_CAMERA_STILL,    VEX_IID_CAMERA_PREVIEW_SIZE,
+                                  VEX_IID_CAMERA_RAW,    VEX_IID_CAMERA_CONTROLS, VEX_IID_CAMERA_STEPS};
 
 CAMERA_CHECK(Object, OpensInEachModeOrAnswersNull, "The engine refuses a camera with less than 8.") {
     camera.close();

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <numeric>
 
 namespace vexcap::cameras {
 namespace {
@@ -195,6 +196,35 @@ HRESULT GenicamCamera::Put(uint32_t control, int32_t value) {
     const Status s = device->Controls().Put(control, value);
     if (streaming) stream->ReadRhythm();
     return s.code();
+}
+
+HRESULT GenicamCamera::GetControlStep(uint32_t control, int32_t* step) {
+    if (!step) return E_POINTER;
+    int32_t minimum = 0, maximum = 0, defaultValue = 0;
+    if (const HRESULT known = GetRange(control, &minimum, &maximum, &defaultValue); known < 0) return known;
+    MutexGuard guard(deviceLock);
+    *step = 1;
+    if (control == VEX_CONTROL_BIT_DEPTH) {
+        uint32_t common = 0;
+        for (const SensorFormat& format : device->Formats())
+            common = std::gcd(common, format.depth - device->Formats().front().depth);
+        *step = int32_t(std::max(common, 1u));
+    } else if (control != VEX_CONTROL_FIRE) {
+        *step = device->Controls().Step(control);
+    }
+    return S_OK;
+}
+
+HRESULT GenicamCamera::GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) {
+    if (!x || !y || !width || !height) return E_POINTER;
+    if (const Status s = Usable(); !s.ok()) return s.code();
+    MutexGuard guard(deviceLock);
+    const uint32_t factor = device->Present().binning;
+    *x = offsetStepOf(device->AcrossLimits()) * factor;
+    *y = offsetStepOf(device->DownLimits()) * factor;
+    *width = sizeStepOf(device->AcrossLimits()) * factor;
+    *height = sizeStepOf(device->DownLimits()) * factor;
+    return S_OK;
 }
 
 Status GenicamCamera::PutDepth(int32_t depth) {

@@ -48,6 +48,9 @@ public:
     HRESULT Put(uint32_t control, int32_t value) override;
     HRESULT PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height) override;
 
+    HRESULT GetControlStep(uint32_t control, int32_t* step) override;
+    HRESULT GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) override;
+
 private:
     GenicamCamera(std::unique_ptr<GenicamDevice> opened, std::chrono::milliseconds patience);
     ~GenicamCamera() override;

@@ -13,6 +13,7 @@ namespace {
 constexpr double percentOfNone = 100;
 constexpr double decibelsOfTen = 20;  // an amplitude ten times as large
 constexpr double realStep = 0.1;
+constexpr char balanceFeature[] = "BalanceRatio";
 
 // Limits are rounded inwards, so that each whole number between them can be set.
 int32_t within(double value) {
@@ -42,8 +43,9 @@ GenicamControls::GenicamControls(ArvCamera* controlled) : camera(controlled) {
                              arv_camera_get_boolean(camera, "AcquisitionFrameRateEnable", error.out());
         if (limited) frameRate = std::max(0, within(std::round(arv_camera_get_frame_rate(camera, error.out()))));
     }
-    for (const uint32_t control : {VEX_CONTROL_EXPOSURE, VEX_CONTROL_GAIN, VEX_CONTROL_BLACK_LEVEL,
-                                   VEX_CONTROL_FRAME_RATE, VEX_CONTROL_TRIGGER_MODE})
+    for (const uint32_t control :
+         {VEX_CONTROL_EXPOSURE, VEX_CONTROL_GAIN, VEX_CONTROL_BLACK_LEVEL, VEX_CONTROL_FRAME_RATE,
+          VEX_CONTROL_TRIGGER_MODE, VEX_CONTROL_BALANCE_RED, VEX_CONTROL_BALANCE_GREEN, VEX_CONTROL_BALANCE_BLUE})
         if (int32_t value = 0; Get(control, value).ok()) defaults[control] = value;
 }
 
@@ -95,6 +97,13 @@ Result<GenicamControls::Limits> GenicamControls::LimitsOf(uint32_t control) {
         case VEX_CONTROL_TRIGGER_MODE:
             if (!softwareTrigger && triggerLine.empty()) return E_NOTIMPL;
             return Limits{0, triggerLine.empty() ? 1.0 : 2.0};
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            if (const Status s = SelectColour(control); !s.ok()) return s;
+            arv_camera_get_float_bounds(camera, balanceFeature, &limits.minimum, &limits.maximum, error.out());
+            limits = {limits.minimum * percentOfNone, limits.maximum * percentOfNone};
+            break;
         default:
             return E_NOTIMPL;
     }
@@ -129,6 +138,12 @@ Result<double> GenicamControls::Read(uint32_t control) {
             break;
         case VEX_CONTROL_TRIGGER_MODE:
             value = triggerMode;
+            break;
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            if (const Status s = SelectColour(control); !s.ok()) return s;
+            value = arv_camera_get_float(camera, balanceFeature, error.out()) * percentOfNone;
             break;
         default:
             return E_NOTIMPL;
@@ -173,9 +188,49 @@ Status GenicamControls::Write(uint32_t control, int32_t value) {
             return WriteFrameRate(value);
         case VEX_CONTROL_TRIGGER_MODE:
             return WriteTriggerMode(value);
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            return WriteBalance(control, value);
         default:
             return E_NOTIMPL;
     }
+}
+
+// E_NOTIMPL for a camera without the balance of this colour.
+Status GenicamControls::SelectColour(uint32_t control) {
+    constexpr char selector[] = "BalanceRatioSelector";
+    constexpr const char* colours[] = {"Red", "Green", "Blue"};
+    ArvError error;
+    if (!arv_camera_is_feature_available(camera, balanceFeature, error.out())) return E_NOTIMPL;
+    if (!arv_camera_is_feature_available(camera, selector, error.out())) return E_NOTIMPL;
+    const char* const colour = colours[control - VEX_CONTROL_BALANCE_RED];
+    if (!arv_camera_is_enumeration_entry_available(camera, selector, colour, error.out())) return E_NOTIMPL;
+    arv_camera_set_string(camera, selector, colour, error.out());
+    return error.code();
+}
+
+Status GenicamControls::WriteBalance(uint32_t control, int32_t percent) {
+    ArvError error;
+    if (arv_camera_is_feature_available(camera, "BalanceWhiteAuto", error.out()))
+        arv_camera_set_string(camera, "BalanceWhiteAuto", "Off", error.out());
+    if (const Status s = SelectColour(control); !s.ok()) return s;
+    arv_camera_set_float(camera, balanceFeature, percent / percentOfNone, error.out());
+    return error.code();
+}
+
+int32_t GenicamControls::Step(uint32_t control) {
+    const char* names[2] = {};
+    if (control == VEX_CONTROL_EXPOSURE) names[0] = "ExposureTime", names[1] = "ExposureTimeAbs";
+    if (control == VEX_CONTROL_BLACK_LEVEL) names[0] = "BlackLevel", names[1] = "BlackLevelRaw";
+    for (const char* const name : names) {
+        ArvGcNode* const node = name ? arv_device_get_feature(arv_camera_get_device(camera), name) : nullptr;
+        if (!ARV_IS_GC_INTEGER(node)) continue;
+        ArvError error;
+        const gint64 step = arv_gc_integer_get_inc(ARV_GC_INTEGER(node), error.out());
+        if (!error.failed()) return std::max(within(double(step)), 1);
+    }
+    return 1;
 }
 
 Status GenicamControls::WriteFrameRate(int32_t rate) {

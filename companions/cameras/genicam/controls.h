@@ -1,4 +1,5 @@
-// The controls of a GenICam camera in the units of the camera library: exposure, gain, black level, rate, trigger.
+// The controls of a GenICam camera in the units of the camera library: exposure, gain, black level, rate, trigger,
+// balance.
 #pragma once
 
 #include <array>
@@ -34,11 +35,14 @@ public:
     /// Remembers as defaults what the camera is set to.
     explicit GenicamControls(ArvCamera* controlled);
 
-    /// VEX_CONTROL_EXPOSURE, GAIN, BLACK_LEVEL, FRAME_RATE or TRIGGER_MODE; E_NOTIMPL for one that is missing.
+    /// VEX_CONTROL_EXPOSURE, GAIN, BLACK_LEVEL, FRAME_RATE, TRIGGER_MODE or one of the BALANCE; E_NOTIMPL for one that
+    /// is missing.
     Result<ControlRange> Range(uint32_t control);
     Status Get(uint32_t control, int32_t& value);
     /// E_INVALIDARG outside the limits, nothing changed. An automatic of the camera for this value is switched off.
     Status Put(uint32_t control, int32_t value);
+    /// Step of a control that is there, at least 1: the camera's own one where it counts in whole units.
+    int32_t Step(uint32_t control);
     /// One software trigger.
     Status Fire();
     bool CanFire() const { return softwareTrigger; }
@@ -51,11 +55,13 @@ private:
         double minimum;
         double maximum;
     };
-    static constexpr uint32_t controls = 7;  // VEX_CONTROL_EXPOSURE to TRIGGER_MODE are 1 to 6
+    static constexpr uint32_t controls = 11;  // VEX_CONTROL_EXPOSURE to BALANCE_BLUE are 1 to 10
 
     Result<Limits> LimitsOf(uint32_t control);
     Result<double> Read(uint32_t control);
     Status Write(uint32_t control, int32_t value);
+    Status SelectColour(uint32_t control);
+    Status WriteBalance(uint32_t control, int32_t percent);
     Status WriteFrameRate(int32_t rate);
     Status WriteTriggerMode(int32_t mode);
     void FindTriggers();

@@ -120,6 +120,8 @@ Status GenicamDevice::Apply(const Readout& wanted, const Resolution& resolution)
     readout = wanted;
     across = *columns;
     down = *rows;
+    acrossLimits = width.value();
+    downLimits = height.value();
     return S_OK;
 }
 

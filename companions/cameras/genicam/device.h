@@ -58,6 +58,9 @@ public:
     /// What the camera made of it, in its steps and in pixels of the frame.
     const AxisSpan& Across() const { return across; }
     const AxisSpan& Down() const { return down; }
+    /// What it allows along the two sides with the present resolution and binning.
+    const AxisLimits& AcrossLimits() const { return acrossLimits; }
+    const AxisLimits& DownLimits() const { return downLimits; }
     bool CanBin() const { return canBin; }
     /// E_INVALIDARG when it does not fit or the camera has no such binning; after a failure all stands as before.
     Status SetReadout(const Readout& wanted);
@@ -88,6 +91,8 @@ private:
     Readout readout;
     AxisSpan across;
     AxisSpan down;
+    AxisLimits acrossLimits;
+    AxisLimits downLimits;
 };
 
 }  // namespace vexcap::cameras

@@ -34,13 +34,6 @@ HRESULT SimulatedCamera::Change(Setter setter) {
     return result;
 }
 
-HRESULT SimulatedCamera::GetWhiteBalanceGains(int32_t gains[3]) {
-    if (!gains) return E_POINTER;
-    if (!options.model->mosaic) return E_NOTIMPL;
-    gains[0] = gains[1] = gains[2] = 100;  // percent: the sensor's colours as they are
-    return S_OK;
-}
-
 int32_t SimulatedCamera::GetResolutionCount() { return int32_t(options.model->resolutions.size()); }
 
 HRESULT SimulatedCamera::GetResolution(uint32_t index, int32_t* width, int32_t* height) {
@@ -177,6 +170,16 @@ HRESULT SimulatedCamera::Put(uint32_t control, int32_t value) {
 
 HRESULT SimulatedCamera::PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height) {
     return Change([&](SimulatedSettings& now) { return now.PutRoi(x, y, width, height); });
+}
+
+HRESULT SimulatedCamera::GetControlStep(uint32_t control, int32_t* step) {
+    return step ? Settings().Step(control, *step) : E_POINTER;
+}
+
+HRESULT SimulatedCamera::GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) {
+    if (!x || !y || !width || !height) return E_POINTER;
+    *x = *y = *width = *height = regionStep;
+    return S_OK;
 }
 
 }  // namespace vexcap::cameras

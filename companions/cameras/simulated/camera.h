@@ -16,7 +16,6 @@ public:
     /// A camera with one reference; VEX_E_BUSY or E_FAIL when the options refuse it.
     static Result<ICamera*> Open(const SimulatedOptions& options);
 
-    HRESULT GetWhiteBalanceGains(int32_t gains[3]) override;
     int32_t GetResolutionCount() override;
     HRESULT GetResolution(uint32_t index, int32_t* width, int32_t* height) override;
     HRESULT GetTempTint(int32_t* temperature, int32_t* tint) override;
@@ -48,6 +47,9 @@ public:
     HRESULT Get(uint32_t control, int32_t* value) override;
     HRESULT Put(uint32_t control, int32_t value) override;
     HRESULT PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height) override;
+
+    HRESULT GetControlStep(uint32_t control, int32_t* step) override;
+    HRESULT GetRegionStep(uint32_t* x, uint32_t* y, uint32_t* width, uint32_t* height) override;
 
 private:
     explicit SimulatedCamera(const SimulatedOptions& asked);

@@ -167,6 +167,38 @@ TEST(SimulatedCamera, ControlsHaveLimitsAndKeepToThem) {
     EXPECT_EQ(exposure, 1'000'000'000u);
 }
 
+TEST(SimulatedCamera, AColourCameraHasABalanceAndAMonoCameraHasNone) {
+    int32_t gains[3] = {1, 2, 3};
+    Probe colour(u"sim-microscope");
+    EXPECT_EQ(colour.camera->GetWhiteBalanceGains(gains), S_OK);
+    EXPECT_EQ(gains[0] + gains[1] + gains[2], 300);
+    EXPECT_EQ(colour.Controls().Put(VEX_CONTROL_BALANCE_BLUE, 150), S_OK);
+    EXPECT_EQ(colour.Controls().Put(VEX_CONTROL_BALANCE_RED, 401), E_INVALIDARG);
+    EXPECT_EQ(colour.camera->GetWhiteBalanceGains(gains), S_OK);
+    EXPECT_EQ(gains[0], 100);
+    EXPECT_EQ(gains[2], 150);
+    Probe mono(u"sim-planet");
+    EXPECT_EQ(mono.Controls().Put(VEX_CONTROL_BALANCE_BLUE, 150), E_NOTIMPL);
+    EXPECT_EQ(mono.camera->GetWhiteBalanceGains(gains), E_NOTIMPL);
+    EXPECT_EQ(gains[2], 150);
+}
+
+TEST(SimulatedCamera, StepsAreThoseOfItsControlsAndItsRegion) {
+    Probe probe(u"sim-deepsky");
+    ICameraSteps& steps = *probe.Query<ICameraSteps>(VEX_IID_CAMERA_STEPS);
+    int32_t step = 0;
+    EXPECT_EQ(steps.GetControlStep(VEX_CONTROL_BIT_DEPTH, &step), S_OK);
+    EXPECT_EQ(step, 2) << "8, 12 and 14 bits";
+    EXPECT_EQ(steps.GetControlStep(VEX_CONTROL_EXPOSURE, &step), S_OK);
+    EXPECT_EQ(step, 1);
+    EXPECT_EQ(steps.GetControlStep(99, &step), E_NOTIMPL);
+    EXPECT_EQ(steps.GetControlStep(VEX_CONTROL_GAIN, nullptr), E_POINTER);
+    uint32_t x = 0, y = 0, width = 0, height = 0;
+    EXPECT_EQ(steps.GetRegionStep(&x, &y, &width, &height), S_OK);
+    EXPECT_EQ(x + y + width + height, 8u);
+    EXPECT_EQ(steps.GetRegionStep(&x, &y, &width, nullptr), E_POINTER);
+}
+
 TEST(SimulatedCamera, OptionsAreKeptAndUnknownOnesRefused) {
     Probe probe(u"sim-fast");
     const struct {

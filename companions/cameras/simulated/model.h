@@ -33,6 +33,7 @@ std::span<const SimulatedModel> simulatedModels();
 
 constexpr uint32_t shortestExposure = 32;  ///< Microseconds.
 constexpr uint32_t smallestRoi = 16;       ///< Pixels, both sides.
+constexpr uint32_t regionStep = 2;         ///< Pixels, offsets and sides.
 constexpr uint32_t largestBinning = 4;     ///< Option 23.
 
 /// Microseconds in which a sensor of `model` reads one frame of `rows` rows of a resolution shrunk by `factor`.

@@ -10,6 +10,7 @@ namespace {
 
 /// One pixel of this many is hot.
 constexpr uint32_t pixelsForAHotOne = 20'000;
+constexpr ColourGains noBalance{100, 100, 100};
 
 struct Place {
     uint32_t x;
@@ -43,6 +44,20 @@ Displacement turned(Displacement move, uint32_t turn) {
     }
 }
 
+// What the sum of factor * factor pixels is multiplied by, for the four places of a cell, row by row. Views and margins
+// begin with a whole cell.
+std::array<float, 4> weightsOf(const ColourGains& balance, std::optional<Mosaic> mosaic, uint32_t factor) {
+    std::array<float, 4> weights;
+    weights.fill(1 / float(factor * factor));
+    if (!mosaic) return weights;
+    const MosaicOrigin red = originOf(*mosaic);
+    for (uint32_t place = 0; place < 4; ++place) {
+        const size_t colour = size_t(place % 2 != red.x) + size_t(place / 2 != red.y);  // red, green, blue
+        weights[place] *= float(balance[colour]) / 100;
+    }
+    return weights;
+}
+
 int32_t floorDivide(int32_t value, int32_t divisor) {
     return value >= 0 ? value / divisor : -((-value + divisor - 1) / divisor);
 }
@@ -60,13 +75,13 @@ SimulatedSensor::SimulatedSensor(const SimulatedModel& sensorModel, std::shared_
                                  uint64_t sensorSeed)
     : model(sensorModel), scene(std::move(seen)), seed(sensorSeed) {}
 
-void SimulatedSensor::Prepare(const SensorView& view) {
-    if (view == prepared) return;
+void SimulatedSensor::Prepare(const SensorView& view, const ColourGains& balance) {
+    if (view == prepared && balance == preparedBalance) return;
     prepared = {};  // should memory run short below, the next frame tries again
     light.clear();
     ownLight.clear();
     margin = scene->margin / view.factor;
-    if (view.factor == 1 && view.turn == 0) {
+    if (view.factor == 1 && view.turn == 0 && balance == noBalance) {
         for (size_t map = 0; map < scene->light.size(); ++map)
             light.push_back({scene->at(map, view.x + margin, view.y + margin), scene->stride()});
     } else {
@@ -74,7 +89,7 @@ void SimulatedSensor::Prepare(const SensorView& view) {
         const size_t maps = view.factor == 1 ? scene->light.size() : 1;
         const size_t stride = size_t(view.OutWidth()) + 2 * margin;
         for (size_t map = 0; map < maps; ++map) {
-            ownLight.push_back(TurnedMap(view, scene->light[map]));
+            ownLight.push_back(TurnedMap(view, balance, scene->light[map]));
             light.push_back({ownLight.back().data() + margin * stride + margin, stride});
         }
     }
@@ -83,10 +98,12 @@ void SimulatedSensor::Prepare(const SensorView& view) {
     if (samples.size() < pixels) samples.resize(pixels);
     wideRow.resize(view.OutWidth());
     prepared = view;
+    preparedBalance = balance;
 }
 
-// The light of a view averaged and turned, with the margin around it.
-std::vector<float> SimulatedSensor::TurnedMap(const SensorView& view, const std::vector<float>& from) const {
+// The light of a view averaged, balanced and turned, with the margin around it.
+std::vector<float> SimulatedSensor::TurnedMap(const SensorView& view, const ColourGains& balance,
+                                              const std::vector<float>& from) const {
     const uint32_t factor = view.factor;
     const uint32_t width = shrunkSide(view.width, factor) + 2 * margin;
     const uint32_t height = shrunkSide(view.height, factor) + 2 * margin;
@@ -94,6 +111,7 @@ std::vector<float> SimulatedSensor::TurnedMap(const SensorView& view, const std:
     const uint32_t apart = model.mosaic ? 2 : 1;
     const auto firstOf = [&](uint32_t place) { return place / apart * apart * factor + place % apart; };
     const size_t outStride = view.Upright() ? width : height;
+    const std::array<float, 4> weights = weightsOf(balance, model.mosaic, factor);
     std::vector<float> map(size_t(width) * height);
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
@@ -103,7 +121,7 @@ std::vector<float> SimulatedSensor::TurnedMap(const SensorView& view, const std:
                 for (uint32_t i = 0; i < factor; ++i) sum += row[firstOf(x) + i * apart];
             }
             const Place out = turned(Place{x, y}, view.turn, width, height);
-            map[out.y * outStride + out.x] = sum / float(factor * factor);
+            map[out.y * outStride + out.x] = sum * weights[y % 2 * 2 + x % 2];
         }
     }
     return map;
@@ -152,7 +170,7 @@ void SimulatedSensor::HeatPixels(Sample* frame, float strength, uint32_t maximum
 }
 
 SensorFrame SimulatedSensor::Expose(const SensorView& view, const SensorExposure& exposure) {
-    Prepare(view);
+    Prepare(view, exposure.balance);
     const PixelKernels& run = kernels();
     const std::span<const float> noise = noiseTable();
     const Light seen = LightAt(exposure.seconds);

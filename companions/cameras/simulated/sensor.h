@@ -2,6 +2,7 @@
 // frame.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -29,16 +30,20 @@ struct SensorView {
     Mosaic Turned(Mosaic mosaic) const;
 };
 
+/// Percent by which red, green and blue are amplified.
+using ColourGains = std::array<uint32_t, 3>;
+
 struct SensorExposure {
     uint32_t depth = 8;         ///< Bits of a sample.
     uint32_t microseconds = 0;  ///< Exposure.
     uint32_t gain = 100;        ///< Percent.
-    uint32_t black = 0;         ///< Counts.
-    uint64_t noiseKey = 0;      ///< The same key gives the same noise.
-    double seconds = 0;         ///< Time of the scene, which drifts.
+    ColourGains balance{100, 100, 100};
+    uint32_t black = 0;     ///< Counts.
+    uint64_t noiseKey = 0;  ///< The same key gives the same noise.
+    double seconds = 0;     ///< Time of the scene, which drifts.
 };
 
-/// One thread at a time. Allocates only when the view changes or the frame grows.
+/// One thread at a time. Allocates only when the view or the balance changes or the frame grows.
 class SimulatedSensor {
 public:
     /// `seed` places hot pixels and sets the scene's drift.
@@ -59,8 +64,9 @@ private:
         float current;   // of full well, at the model's own exposure
     };
 
-    void Prepare(const SensorView& view);
-    std::vector<float> TurnedMap(const SensorView& view, const std::vector<float>& from) const;
+    void Prepare(const SensorView& view, const ColourGains& balance);
+    std::vector<float> TurnedMap(const SensorView& view, const ColourGains& balance,
+                                 const std::vector<float>& from) const;
     void PlaceHotPixels(const SensorView& view);
     Light LightAt(double seconds) const;
     template <typename Sample>
@@ -71,6 +77,7 @@ private:
     const uint64_t seed;
 
     SensorView prepared;  // width 0 until the first frame
+    ColourGains preparedBalance{};
     uint32_t margin = 0;  // in picture pixels
     std::vector<Light> light;
     std::vector<std::vector<float>> ownLight;

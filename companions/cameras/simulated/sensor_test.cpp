@@ -252,6 +252,31 @@ TEST(SimulatedSensor, HotPixelsStayWhereTheyAreForASeed) {
     EXPECT_NE(places, hotPlaces(seed + 1, 0));
 }
 
+TEST(SimulatedSensor, TheBalanceAmplifiesEachColourByItself) {
+    const SimulatedModel model = smallModel(Mosaic::Grbg, SceneName::Ihc);
+    SimulatedSensor sensor = sensorOf(model);
+    SensorExposure exposure = exposureOf(model);
+    exposure.microseconds /= 4;
+    for (const uint32_t turn : {0u, 90u}) {
+        SensorView view = wholeOf(model);
+        view.turn = turn;
+        exposure.balance = {100, 100, 100};
+        const Grid plain(sensor.Expose(view, exposure));
+        exposure.balance = {200, 100, 50};
+        const Grid balanced(sensor.Expose(view, exposure));
+        const MosaicOrigin red = originOf(view.Turned(Mosaic::Grbg));
+        int wrong = 0;
+        for (uint32_t y = 0; y < plain.height; ++y)
+            for (uint32_t x = 0; x < plain.width; ++x) {
+                const bool redColumn = x % 2 == red.x, redRow = y % 2 == red.y;
+                const double factor = redColumn && redRow ? 2 : redColumn || redRow ? 1 : 0.5;
+                const double want = (plain.At(x, y) - 16) * factor + 16;
+                wrong += std::abs(balanced.At(x, y) - want) > 3;
+            }
+        EXPECT_LE(wrong, 2) << "but for hot pixels, at " << turn << " degrees";
+    }
+}
+
 TEST(SimulatedSensor, AFrameIsMadeWithoutAllocating) {
     const SimulatedModel model = smallModel(Mosaic::Rggb, SceneName::Hubble);
     SimulatedSensor sensor = sensorOf(model);

@@ -3,17 +3,21 @@
 #include <vexcap/camera_library.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace vexcap::cameras {
 namespace {
 
 constexpr uint32_t largestGain = 3200;
 constexpr uint32_t mostTriggers = 1000;
+constexpr uint32_t smallestBalance = 25;
+constexpr uint32_t largestBalance = 400;
 
 uint32_t defaultBlack(uint32_t depth) { return 4u << (depth - 8); }
 
 bool regionSideFits(uint32_t first, uint32_t side, uint32_t whole) {
-    return first % 2 == 0 && side % 2 == 0 && side >= smallestRoi && side <= whole && first <= whole - side;
+    return first % regionStep == 0 && side % regionStep == 0 && side >= smallestRoi && side <= whole &&
+           first <= whole - side;
 }
 
 }  // namespace
@@ -47,6 +51,10 @@ HRESULT SimulatedSettings::Range(uint32_t control, int32_t* minimum, int32_t* ma
             return tell(0, 2, 0);
         case VEX_CONTROL_FIRE:
             return tell(1, mostTriggers, 1);
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            return model->mosaic ? tell(smallestBalance, largestBalance, 100) : E_NOTIMPL;
         default:
             return E_NOTIMPL;
     }
@@ -72,6 +80,12 @@ HRESULT SimulatedSettings::Get(uint32_t control, int32_t* value) const {
             return S_OK;
         case VEX_CONTROL_TRIGGER_MODE:
             *value = int32_t(triggerMode);
+            return S_OK;
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            if (!model->mosaic) return E_NOTIMPL;
+            *value = int32_t(balance[control - VEX_CONTROL_BALANCE_RED]);
             return S_OK;
         default:
             return E_NOTIMPL;
@@ -101,6 +115,11 @@ HRESULT SimulatedSettings::Put(uint32_t control, int32_t value) {
         case VEX_CONTROL_TRIGGER_MODE:
             triggerMode = wanted;
             return S_OK;
+        case VEX_CONTROL_BALANCE_RED:
+        case VEX_CONTROL_BALANCE_GREEN:
+        case VEX_CONTROL_BALANCE_BLUE:
+            balance[control - VEX_CONTROL_BALANCE_RED] = wanted;
+            return S_OK;
         case VEX_CONTROL_BIT_DEPTH:
             if (std::ranges::find(model->depths, wanted) == model->depths.end()) return E_INVALIDARG;
             // The same darkness in counts of the new depth.
@@ -110,6 +129,15 @@ HRESULT SimulatedSettings::Put(uint32_t control, int32_t value) {
         default:
             return S_OK;  // triggers are counted by the stream
     }
+}
+
+HRESULT SimulatedSettings::Step(uint32_t control, int32_t& step) const {
+    if (const HRESULT known = Range(control, nullptr, nullptr, nullptr); known < 0) return known;
+    uint32_t common = 0;
+    if (control == VEX_CONTROL_BIT_DEPTH)
+        for (const uint32_t offered : model->depths) common = std::gcd(common, offered - model->depths.front());
+    step = int32_t(std::max(common, 1u));
+    return S_OK;
 }
 
 HRESULT SimulatedSettings::PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height) {

@@ -20,6 +20,8 @@ public:
     /// E_NOTIMPL for an unknown control, and for the one that can only be written.
     HRESULT Get(uint32_t control, int32_t* value) const;
     HRESULT Put(uint32_t control, int32_t value);
+    /// E_NOTIMPL for an unknown control.
+    HRESULT Step(uint32_t control, int32_t& step) const;
     HRESULT PutRoi(uint32_t x, uint32_t y, uint32_t width, uint32_t height);
     HRESULT PutBinning(int32_t value);
     HRESULT PutRotation(int32_t degrees);
@@ -49,6 +51,7 @@ public:
     uint32_t exposure;
     uint32_t gain = 100;
     uint32_t black;
+    ColourGains balance{100, 100, 100};
     uint32_t frameRate = 0;
     uint32_t triggerMode = 0;
 };

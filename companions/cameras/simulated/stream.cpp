@@ -263,6 +263,7 @@ void SimulatedStream::Expose(SimulatedSensor& sensor, const Work& work, bool sti
     exposure.depth = set.depth;
     exposure.microseconds = set.exposure;
     exposure.gain = set.gain;
+    exposure.balance = set.balance;
     exposure.black = set.black;
     exposure.noiseKey = stir(options.deterministic ? options.seed : options.seed ^ streamStart, work.sequence);
     if (still) exposure.noiseKey = stir(exposure.noiseKey, work.stillNumber + 1);
