@@ -6,11 +6,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <utility>
 
 #include "base/status.h"
+#include "base/text.h"
 
 namespace vexcap {
 
@@ -34,6 +36,16 @@ V4l2Calls& systemV4l2Calls();
 
 /// As statusFromErrno, but a device that went away is VEX_E_DEVICE_LOST.
 Status v4l2Status(int error);
+
+/// A list that is longer than this comes from a driver that does not know its end.
+inline constexpr uint32_t v4l2LongestList = 512;
+
+/// A text in a field of a driver, which need not end it.
+template <size_t room>
+std::u16string v4l2Text(const uint8_t (&field)[room]) {
+    const auto* const text = reinterpret_cast<const char*>(field);
+    return toUtf16({text, ::strnlen(text, room)});
+}
 
 /// An open node. Any thread may make calls while it stays.
 class V4l2Node final {

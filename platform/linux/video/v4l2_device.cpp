@@ -5,16 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstring>
 
-#include "base/text.h"
 #include "platform/linux/errno_status.h"
+#include "platform/linux/video/v4l2_controls.h"
 
 namespace vexcap {
 namespace {
-
-/// A list that is longer than this comes from a driver that does not know its end.
-constexpr uint32_t longestList = 512;
 
 /// A driver need not wake who waits for a device that goes away, so a long wait looks after it this often.
 constexpr int64_t longestWait = 500;  // milliseconds
@@ -38,19 +34,6 @@ v4l2_format captureFormat() {
     return format;
 }
 
-template <size_t room>
-std::u16string textOfDriver(const uint8_t (&field)[room]) {
-    const auto* const text = reinterpret_cast<const char*>(field);
-    return toUtf16({text, ::strnlen(text, room)});
-}
-
-bool isNumber(uint32_t controlType) {
-    return controlType == V4L2_CTRL_TYPE_INTEGER || controlType == V4L2_CTRL_TYPE_BOOLEAN ||
-           controlType == V4L2_CTRL_TYPE_MENU || controlType == V4L2_CTRL_TYPE_INTEGER_MENU;
-}
-
-Status controlStatus(int error) { return error == ERANGE ? Status(E_INVALIDARG) : v4l2Status(error); }
-
 }  // namespace
 
 Result<std::u16string> v4l2CardName(const V4l2Node& node) {
@@ -61,7 +44,7 @@ Result<std::u16string> v4l2CardName(const V4l2Node& node) {
     constexpr uint32_t needed = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
     constexpr uint32_t others = V4L2_CAP_VIDEO_M2M | V4L2_CAP_VIDEO_M2M_MPLANE | V4L2_CAP_TOUCH;
     if ((offered & needed) != needed || (offered & others)) return E_NOTIMPL;
-    return textOfDriver(about.card);
+    return v4l2Text(about.card);
 }
 
 Result<std::unique_ptr<IVideoDevice>> V4l2Device::open(V4l2Calls& calls, const std::string& path) {
@@ -92,7 +75,7 @@ V4l2Device::Intervals V4l2Device::IntervalsOf(const V4l2Layout& layout, uint32_t
     const auto offer = [&intervals](const v4l2_fract& seconds) {
         if (v4l2Interval(seconds) > 0) intervals.offered.push_back(seconds);
     };
-    for (uint32_t index = 0; index < longestList; ++index) {
+    for (uint32_t index = 0; index < v4l2LongestList; ++index) {
         v4l2_frmivalenum found = {};
         found.index = index;
         found.pixel_format = layout.pixelFormat;
@@ -129,7 +112,7 @@ void V4l2Device::AppendSizes(const V4l2Layout& layout, std::vector<VideoFormat>&
 
     Size least = {}, most = {};
     bool listed = false;
-    for (uint32_t index = 0; index < longestList; ++index) {
+    for (uint32_t index = 0; index < v4l2LongestList; ++index) {
         v4l2_frmsizeenum found = {};
         found.index = index;
         found.pixel_format = layout.pixelFormat;
@@ -169,7 +152,7 @@ void V4l2Device::AppendSizes(const V4l2Layout& layout, std::vector<VideoFormat>&
 std::vector<VideoFormat> V4l2Device::Formats() {
     std::vector<VideoFormat> formats;
     std::vector<const V4l2Layout*> seen;
-    for (uint32_t index = 0; index < longestList; ++index) {
+    for (uint32_t index = 0; index < v4l2LongestList; ++index) {
         v4l2_fmtdesc found = {};
         found.index = index;
         found.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
@@ -342,8 +325,8 @@ Status V4l2Device::Begin(uint32_t kind, uint32_t count, std::span<const std::spa
 }
 
 Status V4l2Device::MapBuffers(uint32_t count) {
-    buffers.reserve(std::min(count, longestList));
-    for (uint32_t i = 0; i < std::min(count, longestList); ++i) {
+    buffers.reserve(std::min(count, v4l2LongestList));
+    for (uint32_t i = 0; i < std::min(count, v4l2LongestList); ++i) {
         v4l2_buffer about = {};
         about.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
         about.memory = V4L2_MEMORY_MMAP;
@@ -468,42 +451,8 @@ Status V4l2Device::Check() {
     return error ? v4l2Status(error) : Status(S_OK);
 }
 
-// Controls
-
-std::vector<VideoControl> V4l2Device::Controls() {
-    std::vector<VideoControl> controls;
-    uint32_t last = 0;
-    for (uint32_t i = 0; i < longestList; ++i) {
-        v4l2_queryctrl about = {};
-        about.id = last | V4L2_CTRL_FLAG_NEXT_CTRL;
-        if (node.Control(VIDIOC_QUERYCTRL, &about) || about.id <= last) break;
-        last = about.id;
-        if (!isNumber(about.type) || (about.flags & (V4L2_CTRL_FLAG_DISABLED | V4L2_CTRL_FLAG_WRITE_ONLY))) continue;
-        VideoControl control;
-        control.id = about.id;
-        control.name = textOfDriver(about.name);
-        control.least = about.minimum;
-        control.most = about.maximum;
-        control.step = std::max(about.step, 1);
-        control.standard = about.default_value;
-        control.readOnly = about.flags & V4L2_CTRL_FLAG_READ_ONLY;
-        control.inactive = about.flags & V4L2_CTRL_FLAG_INACTIVE;
-        controls.push_back(std::move(control));
-    }
-    return controls;
-}
-
-Status V4l2Device::GetControl(uint32_t id, int32_t& value) {
-    v4l2_control control = {id, 0};
-    if (const int error = node.Control(VIDIOC_G_CTRL, &control)) return controlStatus(error);
-    value = control.value;
-    return S_OK;
-}
-
-Status V4l2Device::PutControl(uint32_t id, int32_t value) {
-    v4l2_control control = {id, value};
-    const int error = node.Control(VIDIOC_S_CTRL, &control);
-    return error ? controlStatus(error) : Status(S_OK);
-}
+std::vector<VideoControl> V4l2Device::Controls() { return v4l2Controls(node); }
+Status V4l2Device::GetControl(uint32_t id, int32_t& value) { return v4l2GetControl(node, id, value); }
+Status V4l2Device::PutControl(uint32_t id, int32_t value) { return v4l2PutControl(node, id, value); }
 
 }  // namespace vexcap
