@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <vexcap/vexcap.h>
 
-#include "tests/support/host.h"
+#include <string>
 
 namespace vexcap::test {
 namespace report_test {
