@@ -3,6 +3,7 @@
 
 #include <vexcap/types.h>
 
+#include <concepts>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -33,5 +34,15 @@ using FormatArgument = std::variant<int64_t, uint64_t, double, std::u16string>;
 /// Arguments are typed, so a wrong conversion prints the value in its own way instead of reading foreign memory; a
 /// conversion without an argument prints itself.
 std::u16string formatText(std::u16string_view format, const std::vector<FormatArgument>& arguments);
+
+inline FormatArgument formatArgument(std::signed_integral auto number) { return int64_t(number); }
+inline FormatArgument formatArgument(std::unsigned_integral auto number) { return uint64_t(number); }
+inline FormatArgument formatArgument(std::u16string_view text) { return std::u16string(text); }
+
+/// The same with integers and texts of any type: textFrom(u"%s: %u", name, count).
+template <typename... Values>
+std::u16string textFrom(std::u16string_view format, const Values&... values) {
+    return formatText(format, {formatArgument(values)...});
+}
 
 }  // namespace vexcap

@@ -12,7 +12,7 @@ namespace {
 /// Tells the user of a character that a file name cannot have.
 bool isValidName(const EngineState& engine, vex_window* owner, std::u16string_view name) {
     if (!hasForbiddenCharacter(name)) return true;
-    engine.platform->messageBox.Show(owner, engine.Text("ids_filenr"), textOf(engine.productName));
+    engine.platform->messageBox.Show(owner, engine.Text("ids_filenr"), engine.productName);
     return false;
 }
 

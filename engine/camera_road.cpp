@@ -6,6 +6,7 @@
 
 #include "base/ref.h"
 #include "base/text.h"
+#include "engine/state/report.h"
 
 namespace vexcap {
 namespace {
@@ -68,10 +69,29 @@ uint32_t frameRateValue(uint32_t base, uint32_t percent, uint32_t cap) {
 Status CameraRoad::OpenSource() {
     CloseSource();
     const vex_camera_open open = state.engine.camera.Open;
-    camera = open ? open(state.deviceName.c_str()) : nullptr;
-    if (!camera) return open ? openFailure(state.engine.camera) : E_FAIL;
+    if (!open) return state.Fail(E_FAIL, VEX_E_NO_MODULE, u"There is no camera library that opens cameras.");
+    camera = open(state.deviceName.c_str());
+    if (!camera) {
+        const HRESULT why = openFailure(state.engine.camera).code();
+        return state.Fail(
+            why, why,
+            textFrom(u"The camera library does not open %s: %s.", state.displayName, ResultText(state.engine, why)));
+    }
     state.bitDepth = camera->GetBitDepth();
-    return state.bitDepth < 8 ? E_FAIL : S_OK;
+    if (state.bitDepth >= 8) return S_OK;
+    return state.Fail(E_FAIL, E_UNEXPECTED,
+                      textFrom(u"%s reports a depth of %u bits; 8 are the least.", state.displayName, state.bitDepth));
+}
+
+void CameraRoad::PutOption(uint32_t number, int32_t value) {
+    const HRESULT result = camera->PutOption(number, value);
+    if (result >= 0) return;
+    Log& log = state.engine.platform->log;
+    // A camera without this option is no cause for concern.
+    const uint32_t level = result == E_NOTIMPL ? VEX_LOG_DEBUG : VEX_LOG_WARNING;
+    if (log.Wants(level))
+        log.Write(level, u"%s refuses option %u = %d: %s", state.displayName, number, value,
+                  ResultText(state.engine, result));
 }
 
 void CameraRoad::CloseSource() {
@@ -89,7 +109,7 @@ Status CameraRoad::CreatePreviewSink() {
     const uint64_t pixels = known ? uint64_t(width) * uint64_t(height) : 0;
     state.rateOption =
         frameRateValue(baseFrameRate(pixels, engine.astroMode), engine.frameRatePercent, engine.frameRateCap);
-    camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(state.rateOption));
+    PutOption(VEX_OPTION_FRAME_RATE, int32_t(state.rateOption));
     state.previewSink = std::make_unique<CFrameRender>(SinkMode::Pooled, state.rateOption, ContextState::bytesPerPixel,
                                                        engine.platform->clock, engine.platform->textures,
                                                        engine.platform->files, engine.d2dAvailable);
@@ -101,7 +121,10 @@ Status CameraRoad::ConnectPreviewSink() {
     if (!state.previewSink) return E_FAIL;
     int32_t sourceWidth = 0, sourceHeight = 0;
     if (const Status s = camera->GetSize(&sourceWidth, &sourceHeight); !s.ok()) return s;
-    if (!plausible(sourceWidth, sourceHeight)) return E_FAIL;
+    if (!plausible(sourceWidth, sourceHeight))
+        return state.Fail(
+            E_FAIL, E_UNEXPECTED,
+            textFrom(u"%s reports a size of %d x %d pixels.", state.displayName, sourceWidth, sourceHeight));
     CFrameRender& sink = *state.previewSink;
     sink.PutMaxSize(uint32_t(sourceWidth), uint32_t(sourceHeight));
     sink.RaiseSensorDepth(state.bitDepth);
@@ -266,7 +289,7 @@ void CameraRoad::StopRawFrames() {
 }
 
 void CameraRoad::TellRecordingState(bool recording) {
-    if (camera) camera->PutOption(VEX_OPTION_RECORDING, recording ? 0 : 1);
+    if (camera) PutOption(VEX_OPTION_RECORDING, recording ? 0 : 1);
 }
 
 void CameraRoad::RefreshSinkOptions() {
@@ -287,7 +310,7 @@ void CameraRoad::RefreshSinkOptions() {
         sink->PutThrottleOff(count != 2 && count != 3);
         return;
     }
-    camera->PutOption(VEX_OPTION_FRAME_RATE, int32_t(value));
+    PutOption(VEX_OPTION_FRAME_RATE, int32_t(value));
     camera->Trigger(0);
     sink->PutThrottleOff(1);
 }

@@ -57,6 +57,7 @@ private:
     static void OnRgbFrame(void* recording, const void* frame, uint32_t width, uint32_t height);
     static void OnRawFrame(const void* raw, const vex_frame_info* info, uint32_t fourcc, uint32_t depth, void* token);
 
+    void PutOption(uint32_t number, int32_t value);
     void BuildStillSink();
     void TakeNewSize();
     /// Posts the size message when frames begin to have another size than those before.

@@ -42,14 +42,28 @@ void describe(CWizardCaptureInfo& info, std::u16string_view path, int32_t second
     info.frameLimit = uint32_t(frames);
 }
 
-bool takesSize(Platform& platform, const Compressor& compressor, const WizardSource& source) {
+Status takesSize(Platform& platform, const Compressor& compressor, const WizardSource& source) {
     const CompressorSettings settings = {
         .width = source.width, .height = source.height, .interval = 10'000'000 / std::max(source.frameRate, 1u)};
-    return platform.media.OpenCompressor(compressor.displayName, settings).ok();
+    return platform.media.OpenCompressor(compressor.displayName, settings).status();
+}
+
+/// Why a file cannot be made.
+std::u16string fileProblem(const EngineState& engine, std::u16string_view path, HRESULT code) {
+    const size_t end = path.rfind(u'/');
+    const std::u16string_view folder = end == path.npos ? u"." : path.substr(0, std::max<size_t>(end, 1));
+    if (code == VEX_E_FILE_NOT_FOUND || code == VEX_E_PATH_NOT_FOUND)
+        return textFrom(u"%s cannot be made: there is no folder %s.", path, folder);
+    if (code == E_ACCESSDENIED && !engine.platform->folders.Exists(path))
+        return textFrom(u"%s cannot be made: no permission to write in the folder %s.", path, folder);
+    if (code == VEX_E_BUSY) return textFrom(u"%s cannot be replaced: another program has it open.", path);
+    return textFrom(u"%s cannot be made: %s.", path, ResultText(engine, code));
 }
 
 /// Tells the user why a recording did not start. A user who said no knows it.
-Status reported(EngineState& engine, vex_window* owner, Status started) {
+Status reported(EngineState& engine, CaptureContext* context, Status started) {
+    vex_window* const owner = context ? context->ownerWindow() : nullptr;
+    if (context && !started.ok()) context->KeepFailure(u"The recording cannot begin: %s.", started);
     if (started.code() == VEX_E_NO_ENCODER)
         ReportError(engine, owner, engine.Text("ids_recordfail2"), S_OK);
     else if (!started.ok() && started.code() != VEX_E_CANCELLED)
@@ -62,11 +76,19 @@ Status reported(EngineState& engine, vex_window* owner, Status started) {
 std::unique_ptr<CaptureContext> CaptureContext::Create(EngineState& engine, vex_window* owner, vex_window* preview,
                                                        const vex_device* device, void* d3dDevice, void* d3dContext,
                                                        void* renderTarget) {
-    if (!device || !device->name || !device->display) return nullptr;
+    Log& log = engine.platform->log;
+    engine.failure = {};
+    if (!device || !device->name || !device->display) {
+        engine.failure.Keep(log, E_INVALIDARG, u"The device's record has no name.");
+        return nullptr;
+    }
     const uint32_t kind = device->kind;
     const std::u16string_view name = textOf(device->name);
     const bool direct = kind == VEX_KIND_CAMERA || kind == VEX_KIND_NETWORK_LIST || kind == VEX_KIND_NETWORK_CAMERA;
-    if (!direct && (kind != VEX_KIND_VIDEO_INPUT || !engine.platform->videoDevices.Parse(name))) return nullptr;
+    if (!direct && (kind != VEX_KIND_VIDEO_INPUT || !engine.platform->videoDevices.Parse(name))) {
+        engine.failure.Keep(log, E_INVALIDARG, textFrom(u"Nothing here opens %s, a device of kind %u.", name, kind));
+        return nullptr;
+    }
     std::unique_ptr<CaptureContext> context(new CaptureContext(engine, kind, name, textOf(device->display)));
     ContextState& state = context->state;
     state.ownerWindow = owner;
@@ -89,7 +111,11 @@ std::unique_ptr<CaptureContext> CaptureContext::Create(EngineState& engine, vex_
 
 std::unique_ptr<CaptureContext> CaptureContext::CreateForFile(EngineState& engine, vex_window* owner,
                                                               vex_window* preview, std::u16string_view path) {
-    if (path.empty()) return nullptr;
+    engine.failure = {};
+    if (path.empty()) {
+        engine.failure.Keep(engine.platform->log, E_INVALIDARG, u"The file's path is empty.");
+        return nullptr;
+    }
     std::unique_ptr<CaptureContext> context(new CaptureContext(engine, VEX_KIND_FILE, path, path));
     ContextState& state = context->state;
     state.ownerWindow = owner;
@@ -129,32 +155,58 @@ CaptureContext::~CaptureContext() {
 
 Status CaptureContext::Start(vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
                              uint32_t stillFollowsPreview, uint32_t retryStart) {
+    ForgetFailure();
+    const Status started = StartPreview(still, stillMessage, stillWanted, stillFollowsPreview, retryStart);
+    if (!started.ok()) KeepFailure(u"The preview cannot start: %s.", started);
+    return started;
+}
+
+void CaptureContext::KeepFailure(std::u16string_view sentence, Status cause) {
+    if (state.failure.code != S_OK) return;
+    state.Fail(cause.code(), cause.code(), textFrom(sentence, ResultText(state.engine, cause.code()))).ignore();
+}
+
+Status CaptureContext::StartPreview(vex_window* still, uint32_t stillMessage, uint32_t stillWanted,
+                                    uint32_t stillFollowsPreview, uint32_t retryStart) {
     // A recording holds the preview and the source; its frames are worth more than a new start.
-    if (state.recording.captureMode() != captureIdle) return E_FAIL;
+    if (state.recording.captureMode() != captureIdle)
+        return state.Fail(E_FAIL, E_UNEXPECTED, u"A recording is open: it has to be stopped first.");
     state.stillWindow = still;
     state.stillMessage = stillMessage;
     state.stillWanted = stillWanted;
     state.stillFollowsPreview = stillFollowsPreview;
     state.retryStart = retryStart;
     state.width = state.height = state.stillWidth = state.stillHeight = 0;
-    if (state.previewing && !StopPreview()) return E_FAIL;
+    if (state.previewing && !StopPreview())
+        return state.Fail(E_FAIL, E_FAIL, u"The preview that runs cannot be stopped.");
     if (state.previewBuilt) Teardown();
     state.graph.Release();
-    if (!road) return E_FAIL;
+    if (!road)
+        return state.Fail(E_FAIL, E_NOTIMPL,
+                          textFrom(u"No library here opens the network camera %s.", state.displayName));
     rawGate.Close();
     if (const Status s = road->OpenSource(); !s.ok()) return s;
     if (const Status s = BuildPreview(); !s.ok()) return s;
     state.startTick = state.engine.platform->clock.Tick();
-    return Run().ok() ? S_OK : E_FAIL;
+    if (const Status s = Run(); !s.ok())
+        return state.Fail(
+            E_FAIL, s.code(),
+            textFrom(u"%s does not begin to deliver: %s.", state.displayName, ResultText(state.engine, s.code())));
+    return S_OK;
 }
 
 HRESULT CaptureContext::BuildPreview() {
     if (state.previewBuilt) return S_FALSE;
-    if (state.recording.captureMode() != captureIdle || state.previewing) return E_FAIL;
+    if (state.recording.captureMode() != captureIdle || state.previewing)
+        return state.Fail(E_FAIL, E_UNEXPECTED, u"A recording is open: it has to be stopped first.").code();
     if (const Status s = road->CreatePreviewSink(); !s.ok()) return s.code();
-    if (!road->ConnectPreviewSink().ok()) {
+    if (const Status s = road->ConnectPreviewSink(); !s.ok()) {
         Teardown();
-        return E_FAIL;
+        return state
+            .Fail(E_FAIL, s.code(),
+                  textFrom(u"The pictures of %s cannot be shown: %s.", state.displayName,
+                           ResultText(state.engine, s.code())))
+            .code();
     }
     postMessage(state.previewWindow, state.engine.sizeMessage, uintptr_t(intptr_t(int32_t(state.width))),
                 int32_t(state.height));
@@ -396,30 +448,40 @@ Status CaptureContext::FrameRate(uint32_t& frames, uint32_t& milliseconds, uint3
 
 Status startCaptureMicro(EngineState& engine, CaptureContext& context, bool skipMediaFoundation, bool quick,
                          uint8_t* promptFlag) {
-    return reported(engine, context.ownerWindow(), context.StartCaptureMicro(skipMediaFoundation, quick, promptFlag));
+    context.ForgetFailure();
+    return reported(engine, &context, context.StartCaptureMicro(skipMediaFoundation, quick, promptFlag));
 }
 
 Status startCaptureAstro(EngineState& engine, CaptureContext* context, std::u16string_view path, int32_t seconds,
                          int32_t frames) {
-    return reported(engine, context ? context->ownerWindow() : nullptr,
-                    context ? context->StartCaptureAstro(path, seconds, frames) : E_FAIL);
+    if (!context) return reported(engine, nullptr, E_FAIL);
+    context->ForgetFailure();
+    return reported(engine, context, context->StartCaptureAstro(path, seconds, frames));
 }
 
 Status startCaptureAvi(EngineState& engine, CaptureContext* context, std::u16string_view path,
                        std::u16string_view codec, int32_t seconds) {
-    return reported(engine, context ? context->ownerWindow() : nullptr,
-                    context ? context->StartCaptureAvi(path, codec, seconds) : E_FAIL);
+    if (!context) return reported(engine, nullptr, E_FAIL);
+    context->ForgetFailure();
+    return reported(engine, context, context->StartCaptureAvi(path, codec, seconds));
 }
 
 Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation) {
-    if (!road || !HasSource()) return E_FAIL;
+    if (!road || !HasSource())
+        return state.Fail(E_FAIL, E_UNEXPECTED, u"No source is open: the preview has to be started first.");
     WizardSource source = {.parentWindow = state.ownerWindow,
                            .frameRate = road->LargestFrameRate(),
                            .isCamera = state.cameraSource,
                            .skipMediaFoundation = skipMediaFoundation};
     uint32_t format = 0;
-    if (const Status s = road->FinalSize(source.width, source.height); !s.ok()) return s;
-    if (const Status s = road->RawFormat(format, source.bitDepth); !s.ok()) return s;
+    if (const Status s = road->FinalSize(source.width, source.height); !s.ok()) {
+        KeepFailure(u"The source does not report the size of its frames: %s.", s);
+        return s;
+    }
+    if (const Status s = road->RawFormat(format, source.bitDepth); !s.ok()) {
+        KeepFailure(u"The source does not report the format of its raw frames: %s.", s);
+        return s;
+    }
     return source;
 }
 
@@ -435,7 +497,7 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
         CQuickRenameDlg dialog(engine, info, *promptFlag);
         if (!engine.platform->dialogs.Show(state.ownerWindow, dialog)) return VEX_E_CANCELLED;
     }
-    if (!combinePath(info)) return E_FAIL;
+    if (!combinePath(info)) return state.Fail(E_FAIL, E_INVALIDARG, u"The path of the file is too long.");
     // Where nothing writes WMV, AVI takes its place.
     if (!info.encoderKind && !engine.libraries.MayWriteWmv()) info.aviOutput = true;
     normaliseExtension(info);
@@ -454,8 +516,9 @@ Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t secon
     describe(info, path, seconds, frames);
     info.timeLapse = state.timeLapse;
     // A video input device has no frames for a SER file, and its AVI files come through a graph.
-    if (!state.cameraSource) return info.aviOutput ? StartCaptureGraph(info) : E_FAIL;
-    return StartFrameSink(info);
+    if (state.cameraSource) return StartFrameSink(info);
+    if (info.aviOutput) return StartCaptureGraph(info);
+    return state.Fail(E_FAIL, E_NOTIMPL, u"SER files hold raw frames, which only cameras of a camera library have.");
 }
 
 Status CaptureContext::StartCaptureAvi(std::u16string_view path, std::u16string_view codec, int32_t seconds) {
@@ -469,10 +532,18 @@ Status CaptureContext::StartCaptureAvi(std::u16string_view path, std::u16string_
     info.loadCompressors();
     const auto named = [codec](const Compressor& c) { return c.displayName == codec || c.friendlyName == codec; };
     const auto found = std::ranges::find_if(info.compressors, named);
-    if (!codec.empty() && found == info.compressors.end()) return E_INVALIDARG;
+    if (!codec.empty() && found == info.compressors.end()) {
+        const bool none = info.compressors.empty();
+        return state.Fail(E_INVALIDARG, none ? VEX_E_NO_MODULE : E_INVALIDARG,
+                          none ? std::u16string(u"There is no compressor: the plug-in for codecs cannot be loaded.")
+                               : textFrom(u"There is no compressor %s.", codec));
+    }
     info.compressorIndex = codec.empty() ? -1 : int32_t(found - info.compressors.begin());
     // Who names a compressor does not want a file without one.
-    if (!codec.empty() && !takesSize(*state.engine.platform, *found, source.value())) return E_INVALIDARG;
+    if (const Status s = codec.empty() ? S_OK : takesSize(*state.engine.platform, *found, source.value()); !s.ok())
+        return state.Fail(E_INVALIDARG, s.code(),
+                          textFrom(u"The compressor %s does not take pictures of %u x %u: %s.", codec,
+                                   source.value().width, source.value().height, ResultText(state.engine, s.code())));
     return Dispatch(info);
 }
 
@@ -482,7 +553,10 @@ Status CaptureContext::Dispatch(const CWizardCaptureInfo& info) {
 }
 
 Status CaptureContext::PrepareRecording(const CWizardCaptureInfo& info) {
-    if (info.fullPath.empty() || info.fullPath.size() > longestPath) return E_FAIL;
+    if (info.fullPath.empty() || info.fullPath.size() > longestPath)
+        return state.Fail(
+            E_FAIL, E_INVALIDARG,
+            textFrom(u"A path has 1 to %u characters, and this one %u.", longestPath, info.fullPath.size()));
     EndRecording();
     state.recording.Prepare({.fullPath = info.fullPath,
                              .timeLimit = info.UseTimeLimit ? info.TimeLimit : 0,
@@ -492,15 +566,20 @@ Status CaptureContext::PrepareRecording(const CWizardCaptureInfo& info) {
 }
 
 Status CaptureContext::StartFrameSink(const CWizardCaptureInfo& info) {
-    if (!info.aviOutput && !info.serOutput) return VEX_E_NO_ENCODER;
+    if (!info.aviOutput && !info.serOutput)
+        return state.Fail(VEX_E_NO_ENCODER, VEX_E_NO_ENCODER, u"Nothing here encodes the format that is chosen.");
     if (const Status s = PrepareRecording(info); !s.ok()) return s;
     return info.aviOutput ? StartAvi() : StartSer();
+}
+
+Status CaptureContext::FileFailed(Status cause) {
+    return state.Fail(E_FAIL, cause.code(), fileProblem(state.engine, state.recording.captureFile(), cause.code()));
 }
 
 Status CaptureContext::StartAvi() {
     uint32_t width = 0, height = 0;
     if (const Status s = road->FinalSize(width, height); !s.ok() || !width || !height) return s;
-    if (const Status s = state.recording.OpenAvi(width, height); !s.ok()) return s;
+    if (const Status s = state.recording.OpenAvi(width, height); !s.ok()) return FileFailed(s);
     BeginLimits(captureFrameSink);
     return S_OK;
 }
@@ -509,9 +588,11 @@ Status CaptureContext::StartSer() {
     uint32_t width = 0, height = 0, format = 0, depth = 0;
     if (const Status s = road->FinalSize(width, height); !s.ok() || !width || !height) return s;
     if (const Status s = road->RawFormat(format, depth); !s.ok() || !depth) return s;
-    if (const Status s = state.recording.OpenSer(state.displayName, format, depth, width, height); !s.ok()) return s;
+    if (const Status s = state.recording.OpenSer(state.displayName, format, depth, width, height); !s.ok())
+        return FileFailed(s);
     if (void* const token = state.engine.astroMode ? rawGate.Open(&state.recording) : nullptr) {
         if (const Status s = road->StartRawFrames(token); !s.ok()) {
+            KeepFailure(u"The camera hands out no raw frames: %s.", s);
             rawGate.Close();
             state.recording.CloseFileWriters();
             return s;
@@ -523,6 +604,7 @@ Status CaptureContext::StartSer() {
 
 void CaptureContext::BeginLimits(CaptureMode mode) {
     state.recording.Begin(mode);
+    state.engine.platform->log.Write(VEX_LOG_INFO, u"The recording to %s begins", state.recording.captureFile());
     StartLimitTimer();
     // A broadcast that ended leaves 3 behind while the preview runs; a pause stays.
     if (state.playState == playStopped && state.previewing) state.playState = playRunning;
@@ -547,9 +629,18 @@ bool CaptureContext::EndRecording() {
     if (mode == captureGraph && !StopCaptureGraph()) return false;
     KillLimitTimer();
     state.recording.StoreRealRate();
+    LogEndOfRecording();
     state.recording.Clear();
     if (road) road->RefreshSinkOptions();
     return true;
+}
+
+void CaptureContext::LogEndOfRecording() {
+    Log& log = state.engine.platform->log;
+    vex_recording_counts counts = {};
+    if (!log.Wants(VEX_LOG_INFO) || !state.recording.Counts(counts)) return;
+    log.Write(VEX_LOG_INFO, u"The recording to %s ended: %u frames written, %u lost", state.recording.captureFile(),
+              counts.written, counts.lost);
 }
 
 void CaptureContext::StopCapture() {

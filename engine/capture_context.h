@@ -81,6 +81,12 @@ public:
     void SetPosition(int64_t position) const;
     int64_t Position() const { return road ? road->Position() : -1; }
 
+    /// Why the last start failed.
+    const Failure& LastFailure() const { return state.failure; }
+    void ForgetFailure() { state.failure = {}; }
+    /// Keeps a cause, unless one is kept already. `sentence` says %s where the meaning of the code stands.
+    void KeepFailure(std::u16string_view sentence, Status cause);
+
     bool astroMode() const { return state.engine.astroMode; }
     vex_window* ownerWindow() const { return state.ownerWindow; }
 
@@ -95,6 +101,8 @@ private:
 
     CaptureContext(EngineState& engine, uint32_t kind, std::u16string_view name, std::u16string_view display);
     void MakeMarker();
+    Status StartPreview(vex_window* still, uint32_t stillMessage, uint32_t stillWanted, uint32_t stillFollowsPreview,
+                        uint32_t retryStart);
     bool HasPictureSteps() const { return state.kind == VEX_KIND_VIDEO_INPUT; }
 
     HRESULT BuildPreview();
@@ -121,16 +129,18 @@ private:
     Status StartFrameSink(const CWizardCaptureInfo& info);
     Status StartAvi();
     Status StartSer();
+    /// Keeps why the file of the recording cannot be made: E_FAIL.
+    Status FileFailed(Status cause);
     // Recording on a capture graph: capture_graph.cpp.
     Status StartCaptureGraph(const CWizardCaptureInfo& info);
-    bool BuildCaptureGraph(const CWizardCaptureInfo& info);
-    bool BuildCameraSource();
+    Status BuildCaptureGraph(const CWizardCaptureInfo& info);
+    Status BuildCameraSource();
     void AddMarkerFilter(const CWizardCaptureInfo& info);
     void AddCompressor(const CWizardCaptureInfo& info);
     void ShowCapturePreview();
-    bool RunCaptureGraph();
-    bool RunDeviceCapture();
-    bool RunCameraCapture();
+    Status RunCaptureGraph();
+    Status RunDeviceCapture();
+    Status RunCameraCapture();
     bool StopCaptureGraph();
     void CollectGraphCounts();
     void ApplyPictureSteps();
@@ -139,6 +149,7 @@ private:
     void StartLimitTimer();
     /// The stop sequence; false when nothing was recorded.
     bool EndRecording();
+    void LogEndOfRecording();
     void KillLimitTimer();
     static void OnLimitTimer(vex_window* window, uintptr_t id);
     void CheckLimits();

@@ -27,29 +27,38 @@ const Compressor* chosenCompressor(const CWizardCaptureInfo& info) {
 }
 
 Status CaptureContext::StartCaptureGraph(const CWizardCaptureInfo& info) {
-    if (!HasSource()) return E_FAIL;
+    if (!HasSource())
+        return state.Fail(E_FAIL, E_UNEXPECTED, u"No source is open: the preview has to be started first.");
     if (const Status s = PrepareRecording(info); !s.ok()) return s;
     StopPreview();
     Teardown();
-    if (BuildCaptureGraph(info) && RunCaptureGraph()) return S_OK;
+    Status started = BuildCaptureGraph(info);
+    if (started.ok()) started = RunCaptureGraph();
+    if (started.ok()) return S_OK;
+    state
+        .Fail(
+            E_FAIL, started.code(),
+            textFrom(u"The recording to %s cannot begin: %s.", info.fullPath, ResultText(state.engine, started.code())))
+        .ignore();
     Teardown();
     RestartPreview();
     return E_FAIL;
 }
 
-bool CaptureContext::BuildCaptureGraph(const CWizardCaptureInfo& info) {
-    if (state.captureBuilt) return true;
-    if (state.recording.captureMode() != captureIdle || state.previewing) return false;
-    if (state.cameraSource && !BuildCameraSource()) return false;
+Status CaptureContext::BuildCaptureGraph(const CWizardCaptureInfo& info) {
+    if (state.captureBuilt) return S_OK;
+    if (state.recording.captureMode() != captureIdle || state.previewing) return E_UNEXPECTED;
+    if (const Status s = state.cameraSource ? BuildCameraSource() : S_OK; !s.ok()) return s;
     MediaGraph& graph = state.graph;
     CBaseFilter* const source = state.cameraSource ? graph.srcFilter.get() : graph.sourceFilter.get();
-    if (!source) return false;
+    if (!source) return E_UNEXPECTED;
     const EngineState& engine = state.engine;
 
     Ref<CBaseFilter> mux;
-    if (graph.captureBuilder->SetOutputFileName(MEDIASUBTYPE_Avi, info.fullPath, mux, graph.fileSink) < 0) {
+    if (const Status s = graph.captureBuilder->SetOutputFileName(MEDIASUBTYPE_Avi, info.fullPath, mux, graph.fileSink);
+        !s.ok()) {
         ReportError(engine, state.ownerWindow, engine.Text("ids_setfile"), S_OK);
-        return false;
+        return s;
     }
     graph.aviMux = static_cast<CAviMux*>(mux.get());
     AddMarkerFilter(info);
@@ -57,7 +66,7 @@ bool CaptureContext::BuildCaptureGraph(const CWizardCaptureInfo& info) {
                                                                 graph.markerFilter.get(), *graph.aviMux);
     if (rendered < 0) {
         ReportError(engine, state.ownerWindow, engine.Text("ids_rendercapture"), rendered);
-        return false;
+        return rendered;
     }
     AddCompressor(info);
     graph.fileSink->SetMode(IFileSinkFilter2::overwrite);
@@ -67,19 +76,20 @@ bool CaptureContext::BuildCaptureGraph(const CWizardCaptureInfo& info) {
     HandDarkBack();
     ApplyPictureSteps();
     state.captureBuilt = true;
-    return true;
+    return S_OK;
 }
 
-bool CaptureContext::BuildCameraSource() {
+Status CaptureContext::BuildCameraSource() {
     road->TellRecordingState(false);
     MediaGraph& graph = state.graph;
     graph.Create();
     graph.srcFilter = createOwnFilter<CSrcFilter>(*state.engine.platform);
-    if (!graph.srcFilter || graph.srcFilter->SetCamera(static_cast<ICamera*>(road->Handle())) < 0) return false;
+    if (!graph.srcFilter) return E_OUTOFMEMORY;
+    if (const Status s = graph.srcFilter->SetCamera(static_cast<ICamera*>(road->Handle())); !s.ok()) return s;
     const HRESULT added = graph.filterGraph->AddFilter(graph.srcFilter, sourceName);
-    if (added == S_OK) return true;
+    if (added == S_OK) return S_OK;
     ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_previewfail"), added);
-    return false;
+    return added < 0 ? added : E_FAIL;
 }
 
 void CaptureContext::AddMarkerFilter(const CWizardCaptureInfo& info) {
@@ -122,23 +132,24 @@ void CaptureContext::ShowCapturePreview() {
     ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_renderpreview"), E_FAIL);
 }
 
-bool CaptureContext::RunCaptureGraph() {
-    if (state.recording.captureMode() != captureIdle) return true;
+Status CaptureContext::RunCaptureGraph() {
+    if (state.recording.captureMode() != captureIdle) return S_OK;
     StopPreview();
-    if (!state.captureBuilt) return false;
+    if (!state.captureBuilt) return E_UNEXPECTED;
     MediaGraph& graph = state.graph;
     graph.filterGraph->SetNotifyWindow(state.previewWindow, state.engine.eventMessage, 0);
     graph.droppedFrames = nullptr;
     graph.droppedBefore = 0;
-    if (!(state.cameraSource ? RunCameraCapture() : RunDeviceCapture())) return false;
+    if (const Status s = state.cameraSource ? RunCameraCapture() : RunDeviceCapture(); !s.ok()) return s;
     state.recording.Begin(captureGraph);
+    state.engine.platform->log.Write(VEX_LOG_INFO, u"The recording to %s begins", state.recording.captureFile());
     StartLimitTimer();
     road->TellRecordingState(true);
     state.playState = playRunning;
-    return true;
+    return S_OK;
 }
 
-bool CaptureContext::RunDeviceCapture() {
+Status CaptureContext::RunDeviceCapture() {
     MediaGraph& graph = state.graph;
     // Held back until everything runs, so that the file begins with a whole stream.
     constexpr int64_t never = IAMStreamControl::never;
@@ -147,17 +158,17 @@ bool CaptureContext::RunDeviceCapture() {
     if (const HRESULT hr = graph.filterGraph->Run(); hr < 0) {
         ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_previewfail"), hr);
         graph.filterGraph->Stop();
-        return false;
+        return hr;
     }
     graph.droppedFrames =
         graph.captureBuilder->FindInterface<IAMDroppedFrames>(PIN_CATEGORY_CAPTURE, *graph.sourceFilter);
     if (graph.droppedFrames) graph.droppedFrames->GetNumDropped(&graph.droppedBefore);
     constexpr int64_t now = 0;
     if (held) graph.captureBuilder->ControlStream(PIN_CATEGORY_CAPTURE, *graph.sourceFilter, &now, &never);
-    return true;
+    return S_OK;
 }
 
-bool CaptureContext::RunCameraCapture() {
+Status CaptureContext::RunCameraCapture() {
     CFilterGraph& filters = *state.graph.filterGraph;
     HRESULT hr = filters.Run();
     if (hr < 0)
@@ -165,7 +176,7 @@ bool CaptureContext::RunCameraCapture() {
     else
         hr = road->Run().code();
     if (hr < 0) filters.Stop();
-    return hr >= 0;
+    return hr;
 }
 
 bool CaptureContext::StopCaptureGraph() {

@@ -95,6 +95,14 @@ struct ContextState {
     LastGrab lastGrab;
     SavedDark savedDark;  ///< Over a rebuild of the graph.
 
+    Failure failure;  ///< Of the last start.
+
+    /// Keeps why a start fails, and returns what it answers.
+    Status Fail(HRESULT answer, HRESULT cause, std::u16string sentence) {
+        failure.Keep(engine.platform->log, cause, std::move(sentence));
+        return answer;
+    }
+
     std::unique_ptr<CMarker> marker;  ///< Of preview, stills and frame-sink recordings; null for files.
 
     MediaGraph graph;

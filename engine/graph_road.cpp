@@ -25,7 +25,8 @@ Ref<CVexcapRender> GraphRoad::AddRenderer(std::u16string_view name) {
 Status GraphRoad::Failed(const char* key, HRESULT code) {
     ReportError(state.engine, state.ownerWindow, state.engine.Text(key), code);
     state.graph.Release();
-    return code;
+    return state.Fail(code, code,
+                      textFrom(u"%s cannot be opened: %s.", state.displayName, ResultText(state.engine, code)));
 }
 
 Status GraphRoad::ConnectPreviewSink() {
@@ -124,7 +125,7 @@ Status DeviceRoad::ConnectPreviewSink() {
                                                           nullptr, *graph.previewRender);
     if (hr != S_OK && hr != VFW_S_NOPREVIEWPIN) {
         ReportError(state.engine, state.ownerWindow, state.engine.Text("ids_previewfail"), hr);
-        return E_FAIL;
+        return hr < 0 ? hr : E_FAIL;
     }
     return GraphRoad::ConnectPreviewSink();
 }
@@ -212,8 +213,9 @@ Status FileRoad::OpenSource() {
     graph.Create();
     graph.previewRender = AddRenderer(u"VexcapRender");
     const HRESULT hr = graph.previewRender ? graph.filterGraph->RenderFile(state.deviceName) : E_FAIL;
-    if (hr < 0) graph.Release();
-    return hr;
+    if (hr >= 0) return hr;
+    graph.Release();
+    return state.Fail(hr, hr, textFrom(u"%s cannot be played: %s.", state.deviceName, ResultText(state.engine, hr)));
 }
 
 Status FileRoad::ConnectPreviewSink() {

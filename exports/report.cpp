@@ -22,3 +22,17 @@ uint32_t vexcap_result_text(HRESULT code, vex_char* buffer, uint32_t room) {
     copyOut({}, buffer, room);
     return guarded<uint32_t>(0, [&] { return copyOut(ResultText(engineState(), code), buffer, room); });
 }
+
+uint32_t vexcap_last_error(vexcap_context* context, HRESULT* code, vex_char* buffer, uint32_t room) {
+    const Failure& failure = context ? contextOf(context)->LastFailure() : engineState().failure;
+    if (code) *code = failure.code;
+    return copyOut(failure.text, buffer, room);
+}
+
+void vexcap_message_hook(vex_message_hook hook, void* context) {
+    engineState().platform->messageBox.SetHook(hook, context);
+}
+
+void vexcap_log_hook(vex_log_hook hook, void* context, uint32_t level) {
+    engineState().platform->log.SetHook(hook, context, level);
+}

@@ -1,6 +1,7 @@
 // Everything that the logic needs of an operating system, handed in from the top.
 #pragma once
 
+#include "base/log.h"
 #include "platform/clock.h"
 #include "platform/date_text.h"
 #include "platform/dialogs.h"
@@ -34,6 +35,7 @@ struct Platform {
     IMedia& media;
     ITextRaster& texts;
     IDateText& dates;
+    Log& log;
 };
 
 }  // namespace vexcap

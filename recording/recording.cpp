@@ -23,7 +23,7 @@ void Recording::Prepare(const RecordingPlan& plan) {
 
 Status Recording::OpenAvi(uint32_t width, uint32_t height) {
     auto writer = AviFile::create(platform.files, file, {.width = width, .height = height});
-    if (!writer.ok()) return E_FAIL;
+    if (!writer.ok()) return writer.status();
     aviWidth = width;
     aviHeight = height;
     RecursiveMutexGuard guard(captureLock);
@@ -37,7 +37,7 @@ Status Recording::OpenSer(std::u16string_view device, uint32_t fourcc, uint32_t 
     auto writer = SerWriter::create(
         platform.files, platform.clock, file,
         {.device = std::u16string(device), .fourcc = fourcc, .bitDepth = depth, .width = width, .height = height});
-    if (!writer.ok()) return E_FAIL;
+    if (!writer.ok()) return writer.status();
     serWidth = width;
     serHeight = height;
     serDepth = depth;

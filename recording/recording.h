@@ -47,9 +47,9 @@ public:
     void PutMarker(CMarker* overlay) { marker = overlay; }
     /// Takes path and limits over and clears the counters. A writer of an earlier recording is finished first.
     void Prepare(const RecordingPlan& plan);
-    /// Makes the AVI file. E_FAIL when it cannot be made.
+    /// Makes the AVI file; the code of the file system when it cannot be made.
     Status OpenAvi(uint32_t width, uint32_t height);
-    /// Makes the SER file. E_FAIL when it cannot be made.
+    /// Makes the SER file; the code of the file system when it cannot be made.
     Status OpenSer(std::u16string_view device, uint32_t fourcc, uint32_t depth, uint32_t width, uint32_t height);
     /// The start tick and the mode; from now on the accessors answer.
     void Begin(CaptureMode mode);

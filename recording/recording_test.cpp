@@ -421,7 +421,7 @@ TEST_F(AviRecordingTest, ARateThatCannotBeStoredIsToldAndHarmsNothing) {
 TEST_F(AviRecordingTest, AFileThatCannotBeMadeIsAFailure) {
     fakes.files.fail(DiskOperation::Kind::Create, E_ACCESSDENIED);
     recording.Prepare({.fullPath = path});
-    EXPECT_EQ(recording.OpenAvi(16, 4), E_FAIL);
+    EXPECT_EQ(recording.OpenAvi(16, 4), E_ACCESSDENIED);
     recording.Begin(captureFrameSink);
     offer();
     EXPECT_EQ(counts().offered, 0u);

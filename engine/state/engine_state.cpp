@@ -1,11 +1,14 @@
 #include "engine/state/engine_state.h"
 
+#include <vexcap/version.h>
+
 #include <algorithm>
 #include <clocale>
 #include <string>
 
 #include "base/text.h"
 #include "engine/state/bind_name.h"
+#include "engine/state/report.h"
 
 namespace vexcap {
 namespace {
@@ -30,16 +33,20 @@ EngineState& engineState() {
 }
 
 HRESULT EngineState::Init(const EngineArguments& arguments) {
+    Log& log = platform->log;
     std::setlocale(LC_ALL, "");
     factoryMode = 0;
-    productName = arguments.product;
-    softwareName = arguments.software;
+    failure = {};
+    productName = textOf(arguments.product);
+    softwareName = textOf(arguments.software);
     eventMessage = arguments.eventMessage;
     sizeMessage = arguments.sizeMessage;
     limitMessage = arguments.limitMessage;
     dfcMessage = arguments.dfcMessage;
     frameMessage = arguments.frameMessage;
     astroMode = arguments.astroMode;
+    log.Write(VEX_LOG_INFO, u"vexcap %d.%d.%d starts%s", VEXCAP_VERSION_MAJOR, VEXCAP_VERSION_MINOR,
+              VEXCAP_VERSION_PATCH, astroMode ? u" in astro mode" : u"");
     networkEnabled = astroMode ? 0 : arguments.networkEnabled;
     deviceWindow = arguments.deviceWindow;
     deviceMessage = arguments.deviceMessage;
@@ -52,11 +59,13 @@ HRESULT EngineState::Init(const EngineArguments& arguments) {
     BindCameraLibrary(textOf(arguments.cameraLibrary), arguments.prefix ? arguments.prefix : "");
     BindNetworkLibrary(textOf(arguments.networkLibrary));
     libraries.Bind(platform->loader, platform->system);
-    bindName(platform->loader, platform->loader.Load(u"libvexcap-i18n.so.1"), "i18n_string", i18n_string);
+    BindTexts();
 
     const std::u16string path = formatText(u"SOFTWARE\\%s\\%s\\vexcap", {std::u16string(textOf(arguments.company)),
                                                                          std::u16string(textOf(arguments.product))});
     auto key = platform->settings.CreateKey(arguments.root, path);
+    if (!key.ok() && arguments.root)
+        failure.Keep(log, key.code(), textFrom(u"Settings cannot be kept: %s.", ResultText(*this, key.code())));
     rootKey = key.ok() ? std::move(key).value() : nullptr;
 
     if (network.PriFlag) network.PriFlag(networkEnabled ? 2 : 0, 2);
@@ -66,9 +75,28 @@ HRESULT EngineState::Init(const EngineArguments& arguments) {
     return status;
 }
 
+void* EngineState::LoadNamed(std::u16string_view what, std::u16string_view path) {
+    std::u16string problem;
+    void* const library = platform->loader.Load(path, problem);
+    if (library)
+        platform->log.Write(VEX_LOG_INFO, u"The %s library %s is loaded", what, path);
+    else if (!path.empty())
+        failure.Keep(platform->log, VEX_E_NO_MODULE,
+                     textFrom(u"The %s library %s cannot be loaded: %s.", what, path, problem));
+    return library;
+}
+
+void EngineState::BindTexts() {
+    constexpr std::u16string_view name = u"libvexcap-i18n.so.1";
+    std::u16string problem;
+    void* const library = platform->loader.Load(name, problem);
+    if (!library) platform->log.Write(VEX_LOG_WARNING, u"The texts of %s cannot be loaded: %s", name, problem);
+    bindName(platform->loader, library, "i18n_string", i18n_string);
+}
+
 void EngineState::BindCameraLibrary(std::u16string_view path, const char* prefix) {
     ILoader& loader = platform->loader;
-    void* const library = loader.Load(path);
+    void* const library = LoadNamed(u"camera", path);
     const std::string start = std::string(prefix) + "_";
     bindName(loader, library, start + "EnumV2", camera.EnumV2);
     bindName(loader, library, start + "Open", camera.Open);
@@ -76,11 +104,15 @@ void EngineState::BindCameraLibrary(std::u16string_view path, const char* prefix
     bindName(loader, library, start + "Watch", camera.Watch);
     bindName(loader, library, start + "calc_ClarityFactor", camera.calc_ClarityFactor);
     bindName(loader, library, start + "InitOcl", camera.InitOcl);
+    if (library && !(camera.EnumV2 && camera.Open))
+        failure.Keep(platform->log, VEX_E_NO_MODULE,
+                     textFrom(u"The camera library %s does not export %s%s.", path, toUtf16(start),
+                              camera.EnumV2 ? u"Open" : u"EnumV2"));
 }
 
 void EngineState::BindNetworkLibrary(std::u16string_view path) {
     ILoader& loader = platform->loader;
-    void* const library = loader.Load(path);
+    void* const library = LoadNamed(u"network", path);
     bindName(loader, library, "Zornam_Close", network.Close);
     bindName(loader, library, "Zornam_Enum", network.Enum);
     bindName(loader, library, "Zornam_Init", network.Init);
@@ -130,7 +162,7 @@ SettingsPorts EngineState::Settings() const {
             .folders = platform->folders,
             .encoders = platform->encoders,
             .media = platform->media,
-            .productName = textOf(productName),
+            .productName = productName,
             .astroMode = astroMode != 0,
             .remembersEncoder = libraries.HasSinkWriter()};
 }

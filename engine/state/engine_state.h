@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "engine/state/failure.h"
 #include "engine/state/network_library.h"
 #include "engine/state/platform_bindings.h"
 #include "platform/platform.h"
@@ -50,9 +51,10 @@ struct CameraLibrary {
 struct EngineState {
     Platform* platform = nullptr;  ///< Handed in by the composition root, or by a test.
 
-    std::unique_ptr<ISettingsKey> rootKey;   ///< Null when settings cannot be kept.
-    const vex_char* productName = nullptr;   ///< Borrowed from the host.
-    const vex_char* softwareName = nullptr;  ///< Borrowed from the host.
+    std::unique_ptr<ISettingsKey> rootKey;  ///< Null when settings cannot be kept.
+    std::u16string productName;
+    std::u16string softwareName;
+    Failure failure;  ///< Of the last Init, or of the last context that was asked for.
     uint32_t eventMessage = 0;
     uint32_t sizeMessage = 0;
     uint32_t limitMessage = 0;
@@ -84,8 +86,11 @@ struct EngineState {
     SettingsPorts Settings() const;
 
 private:
+    /// Loads a library that the host named; null, with a reason kept, when it cannot be loaded.
+    void* LoadNamed(std::u16string_view what, std::u16string_view path);
     void BindCameraLibrary(std::u16string_view path, const char* prefix);
     void BindNetworkLibrary(std::u16string_view path);
+    void BindTexts();
     void BindDrawing();
 };
 

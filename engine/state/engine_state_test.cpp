@@ -431,7 +431,7 @@ TEST_F(EngineStateTest, NullTextsAreEmptyTexts) {
     arguments = {};
     engine.Init(arguments);
     EXPECT_EQ(engine.camera.Open, nullptr);
-    EXPECT_EQ(engine.productName, nullptr);
+    EXPECT_EQ(engine.productName, u"");
 }
 
 TEST_F(EngineStateTest, TheFrameRateIsClamped) {

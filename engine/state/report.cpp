@@ -34,7 +34,8 @@ void ReportError(const EngineState& engine, vex_window* window, std::u16string_v
     std::u16string message = formatText(text, arguments);
     message.resize(std::min(message.size(), longestMessage));
     if (code < 0) message += formatText(u"\r\nhr = 0x%08x (%s).", {uint64_t(uint32_t(code)), ResultText(engine, code)});
-    engine.platform->messageBox.Show(window, message, textOf(engine.productName));
+    engine.platform->log.Write(VEX_LOG_INFO, u"Box: %s", message);
+    engine.platform->messageBox.Show(window, message, engine.productName);
 }
 
 }  // namespace vexcap

@@ -39,7 +39,8 @@ typedef struct vexcap_context vexcap_context;
 /// Starts the engine, and again only after vexcap_fini; no context may exist. Before it, marker_init may be called, and
 /// what says that it does not depend on vexcap_init. Libraries that are missing are no failure: vexcap_enum_device then
 /// lists none of their devices.
-/// The texts `product` and `software`, the windows and the root are borrowed until vexcap_fini.
+/// The windows and the root are borrowed until vexcap_fini; every text is copied. vexcap_last_error(NULL, ...) reports
+/// what of the libraries and settings cannot be used.
 /// @param root            Where settings are kept; null: nothing is remembered.
 /// @param company         First name of the settings path.
 /// @param product         Second name of the settings path, and the title of error boxes.

@@ -65,7 +65,8 @@ HRESULT FakeCamera::GetFrameRate(uint32_t* frames, uint32_t* milliseconds, uint3
 }
 
 HRESULT FakeCamera::PutOption(uint32_t number, int32_t value) {
-    return log("PutOption(" + std::to_string(number) + "," + std::to_string(value) + ")");
+    log("PutOption(" + std::to_string(number) + "," + std::to_string(value) + ")");
+    return optionResult;
 }
 
 HRESULT FakeCamera::GetOption(uint32_t number, int32_t* value) {

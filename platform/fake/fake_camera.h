@@ -24,6 +24,7 @@ public:
     uint32_t bitDepth = 12;
     std::map<uint32_t, int32_t> options;  ///< What GetOption knows.
     HRESULT startResult = S_OK;
+    HRESULT optionResult = S_OK;
     bool textureAccepted = false;
     uint32_t state = VEX_CAMERA_STATE_OK;
     bool offersStatus = true, offersStill = false, offersRaw = true;

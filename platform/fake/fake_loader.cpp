@@ -2,12 +2,15 @@
 
 namespace vexcap {
 
-void* FakeLoader::Load(std::u16string_view name) {
+void* FakeLoader::Load(std::u16string_view name, std::u16string& problem) {
     MutexGuard guard(lock);
     const auto found = known.find(name);
     Library* const library = found == known.end() ? nullptr : found->second;
     made.push_back({LoaderCall::Kind::Load, std::u16string(name), "", library != nullptr});
-    if (library) ++library->loads;
+    if (library)
+        ++library->loads;
+    else
+        problem = u"no such file";
     return library;
 }
 

@@ -29,7 +29,8 @@ void* symbolOf(T* address) {
 /// Names are compared as they stand. Any thread.
 class FakeLoader final : public ILoader {
 public:
-    void* Load(std::u16string_view name) override;
+    using ILoader::Load;
+    void* Load(std::u16string_view name, std::u16string& problem) override;
     void* Symbol(void* library, const char* name) override;
     void Free(void* library) override;
 

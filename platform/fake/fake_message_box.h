@@ -19,16 +19,6 @@ public:
         std::u16string title;
     };
 
-    void Show(vex_window* owner, std::u16string_view text, std::u16string_view title) override {
-        shown.push_back({owner, std::u16string(text), std::u16string(title)});
-        if (whileOpen) whileOpen();
-    }
-
-    bool Ask(vex_window* owner, std::u16string_view text, std::u16string_view title) override {
-        asked.push_back({owner, std::u16string(text), std::u16string(title)});
-        return answer;
-    }
-
     std::u16string Describe(HRESULT code) override {
         const auto found = descriptions.find(code);
         return found == descriptions.end() ? std::u16string() : found->second;
@@ -39,6 +29,16 @@ public:
     bool answer = false;                             ///< To every question: true is yes.
     std::map<HRESULT, std::u16string> descriptions;  ///< What Describe knows.
     std::function<void()> whileOpen;                 ///< What happens while the box waits for its user.
+
+private:
+    void ShowBox(vex_window* owner, std::u16string_view text, std::u16string_view title) override {
+        shown.push_back({owner, std::u16string(text), std::u16string(title)});
+        if (whileOpen) whileOpen();
+    }
+    bool AskBox(vex_window* owner, std::u16string_view text, std::u16string_view title) override {
+        asked.push_back({owner, std::u16string(text), std::u16string(title)});
+        return answer;
+    }
 };
 
 }  // namespace vexcap

@@ -34,13 +34,14 @@ struct FakePlatform {
     FakeMedia media;
     FakeTextRaster texts;
     FakeDateText dates;
+    Log log;
 
     /// Refers to the fakes above, which must outlive it.
     Platform ports() { return portsOn(files); }
     /// The same with another disk.
     Platform portsOn(IFileSystem& disk) {
         return {loader,  clock,    disk,     folders,      settings, system, messageBox,
-                dialogs, encoders, textures, videoDevices, media,    texts,  dates};
+                dialogs, encoders, textures, videoDevices, media,    texts,  dates,  log};
     }
 };
 

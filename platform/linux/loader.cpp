@@ -59,6 +59,12 @@ const BuiltInModule* builtInModule(const void* library) {
     return nullptr;
 }
 
+/// Why the last load of this thread failed.
+std::u16string loaderWords() {
+    const char* const words = dlerror();
+    return toUtf16(words ? words : "");
+}
+
 }  // namespace
 
 std::filesystem::path ownFolder() {
@@ -70,15 +76,23 @@ std::filesystem::path ownFolder() {
     return failure ? std::filesystem::path() : library.parent_path() / "vexcap";
 }
 
-void* LinuxLoader::Load(std::u16string_view name) {
+void* LinuxLoader::Load(std::u16string_view name, std::u16string& problem) {
     for (BuiltInModule& module : builtIn)
         if (module.name == name) return &module;
     // An empty name would mean the program itself; a zero would cut the name.
-    if (name.empty() || name.find(u'\0') != name.npos || endsWithExtension(name, ".dll")) return nullptr;
+    if (name.empty() || name.find(u'\0') != name.npos || endsWithExtension(name, ".dll")) {
+        problem = u"no library has this name";
+        return nullptr;
+    }
     const std::string file = toUtf8(name);
-    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library || own.empty() || file.find('/') != file.npos) return library;
-    return dlopen((own / file).c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library) return library;
+    problem = loaderWords();
+    if (own.empty() || file.find('/') != file.npos) return nullptr;
+    library = dlopen((own / file).c_str(), RTLD_NOW | RTLD_LOCAL);
+    // Either place may have the library, and then a reason of its own.
+    if (!library) problem += u"; " + loaderWords();
+    return library;
 }
 
 void* LinuxLoader::Symbol(void* library, const char* name) {

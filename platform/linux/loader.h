@@ -17,7 +17,8 @@ public:
     /// A name without '/' that the system does not find is looked for in `folder`.
     explicit LinuxLoader(std::filesystem::path folder = ownFolder()) : own(std::move(folder)) {}
     /// A name that ends in ".dll" means a system module: it is answered from the built-in ones, or not at all.
-    void* Load(std::u16string_view name) override;
+    using ILoader::Load;
+    void* Load(std::u16string_view name, std::u16string& problem) override;
     void* Symbol(void* library, const char* name) override;
     void Free(void* library) override;
 

@@ -5,6 +5,7 @@
 #include <link.h>
 #include <vexcap/types.h>
 
+#include "base/text.h"
 #include "platform/linux/system_testing.h"
 #include "platform/system_info.h"
 
@@ -65,6 +66,18 @@ TEST(LinuxLoader, TheSystemsSearchComesFirst) {
 TEST(LinuxLoader, ItsOwnFolderLiesBesideTheFileThatItIsIn) {
     const test::fs::path program = test::fs::read_symlink("/proc/self/exe");
     EXPECT_EQ(ownFolder(), program.parent_path() / "vexcap");
+}
+
+TEST(LinuxLoader, SaysWhyALibraryCannotBeLoaded) {
+    LinuxLoader loader;
+    std::u16string problem;
+    EXPECT_EQ(loader.Load(u"/nowhere/libnone.so", problem), nullptr);
+    EXPECT_EQ(problem, u"/nowhere/libnone.so: cannot open shared object file: No such file or directory");
+    problem.clear();
+    EXPECT_EQ(loader.Load(u"/dev/null", problem), nullptr);
+    EXPECT_TRUE(problem.starts_with(u"/dev/null: ")) << toUtf8(problem);
+    EXPECT_EQ(loader.Load(u"", problem), nullptr);
+    EXPECT_EQ(problem, u"no library has this name");
 }
 
 TEST(LinuxLoader, AnEmptyNameDoesNotMeanTheProgramItself) { EXPECT_EQ(LinuxLoader().Load(u""), nullptr); }

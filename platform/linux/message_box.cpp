@@ -7,15 +7,15 @@
 #include "platform/linux/errno_status.h"
 
 namespace vexcap {
-void ConsoleMessageBox::Show(vex_window*, std::u16string_view text, std::u16string_view title) {
+void ConsoleMessageBox::ShowBox(vex_window*, std::u16string_view text, std::u16string_view title) {
     std::string lines = title.empty() ? "" : toUtf8(title) + ": ";
     for (const char c : toUtf8(text))
         if (c != '\r') lines += c;
     std::fprintf(stderr, "%s\n", lines.c_str());
 }
 
-bool ConsoleMessageBox::Ask(vex_window* owner, std::u16string_view text, std::u16string_view title) {
-    Show(owner, text, title);
+bool ConsoleMessageBox::AskBox(vex_window* owner, std::u16string_view text, std::u16string_view title) {
+    ShowBox(owner, text, title);
     return false;
 }
 

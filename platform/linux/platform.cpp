@@ -32,6 +32,7 @@ struct NoEncoders final : IEncoderCatalogue {
 };
 
 struct LinuxPlatform {
+    Log log;
     LinuxLoader loader;
     LinuxClock clock;
     LinuxFileSystem files;
@@ -44,11 +45,11 @@ struct LinuxPlatform {
     NoSharedTextures textures;
     LinuxVideoDevices videoDevices;
     PluginHost pluginHost{files};
-    MediaPlugin media{loader, pluginHost};
-    TextPlugin texts{loader, pluginHost};
+    MediaPlugin media{loader, pluginHost, log};
+    TextPlugin texts{loader, pluginHost, log};
     LinuxDateText dates;
     Platform ports = {loader,  clock,    files,    folders,      settings, system, messageBox,
-                      dialogs, encoders, textures, videoDevices, media,    texts,  dates};
+                      dialogs, encoders, textures, videoDevices, media,    texts,  dates,  log};
 };
 
 }  // namespace

@@ -9,8 +9,8 @@ namespace vexcap {
 /// Without the plug-in there is no compressor, and all else is VEX_E_NO_MODULE. Any thread.
 class MediaPlugin final : public IMedia {
 public:
-    /// The loader must outlive this, and the host the process.
-    MediaPlugin(ILoader& loader, const PluginHost& host) : installed(loader, host) {}
+    /// Loader and log must outlive this, and the host the process.
+    MediaPlugin(ILoader& loader, const PluginHost& host, Log& log) : installed(loader, host, log) {}
     std::vector<Compressor> Compressors() override;
     Result<std::unique_ptr<ICompressor>> OpenCompressor(std::u16string_view displayName,
                                                         const CompressorSettings& settings) override;

@@ -26,8 +26,9 @@ IMedia* mediaPlugin(uint32_t version, const PluginHost&) { return pluginObject<I
 TEST(MediaPlugin, HandsEverythingToThePlugin) {
     FakeLoader loader;
     FakeDisk disk;
+    Log log;
     loader.add(u"libvexcap-media.so.1", {{"vexcap_media", symbolOf(&mediaPlugin)}});
-    MediaPlugin media(loader, {disk});
+    MediaPlugin media(loader, {disk}, log);
     ASSERT_EQ(media.Compressors().size(), 1u);
     EXPECT_EQ(media.Compressors()[0].displayName, u"display");
     EXPECT_EQ(media.OpenCompressor(u"display", {}).code(), E_INVALIDARG);
@@ -38,7 +39,8 @@ TEST(MediaPlugin, HandsEverythingToThePlugin) {
 TEST(MediaPlugin, HasNothingWithoutThePlugin) {
     FakeLoader loader;
     FakeDisk disk;
-    MediaPlugin media(loader, {disk});
+    Log log;
+    MediaPlugin media(loader, {disk}, log);
     EXPECT_TRUE(media.Compressors().empty());
     EXPECT_EQ(media.OpenCompressor(u"display", {}).code(), VEX_E_NO_MODULE);
     EXPECT_EQ(media.OpenDecoder(0, 1, 1).code(), VEX_E_NO_MODULE);

@@ -34,8 +34,17 @@ IAnswer* otherVersion(uint32_t version, const PluginHost&) { return pluginObject
 
 struct PluginOfAnswers : testing::Test {
     FakeLoader loader;
+    PluginOfAnswers() {
+        const auto keep = [](void* kept, uint32_t level, const vex_char* line) {
+            static_cast<std::vector<std::u16string>*>(kept)->push_back(textFrom(u"%u %s", level, line));
+        };
+        log.SetHook(keep, &lines, VEX_LOG_DEBUG);
+    }
+
     FakeDisk disk;
-    Plugin<IAnswer> plugin{loader, {disk}};
+    Log log;
+    std::vector<std::u16string> lines;
+    Plugin<IAnswer> plugin{loader, {disk}, log};
 };
 
 TEST_F(PluginOfAnswers, ReturnsTheObjectAndHandsTheHostIn) {
@@ -61,12 +70,22 @@ TEST_F(PluginOfAnswers, IsLookedForOnceWhereItIsMissing) {
     EXPECT_EQ(plugin.Loaded(), nullptr);
     EXPECT_EQ(plugin.Loaded(), nullptr);
     EXPECT_EQ(loader.calls().size(), 1u);
+    EXPECT_EQ(lines,
+              (std::vector<std::u16string>{u"2 The plug-in libvexcap-answer.so.1 cannot be loaded: no such file"}));
 }
 
 TEST_F(PluginOfAnswers, IsRefusedInAnotherVersion) {
     loader.add(u"libvexcap-answer.so.1", {{"vexcap_answer", symbolOf(&otherVersion)}});
     EXPECT_EQ(plugin.Loaded(), nullptr);
     EXPECT_EQ(loader.loaded(u"libvexcap-answer.so.1"), 0);
+    EXPECT_EQ(lines, (std::vector<std::u16string>{u"2 The plug-in libvexcap-answer.so.1 is not of version 7"}));
+}
+
+TEST_F(PluginOfAnswers, TheLogSaysWhatWasLoaded) {
+    loader.add(u"libvexcap-answer.so.1", {{"vexcap_answer", symbolOf(&answerPlugin)}});
+    plugin.Loaded();
+    plugin.Loaded();
+    EXPECT_EQ(lines, (std::vector<std::u16string>{u"3 The plug-in libvexcap-answer.so.1 is loaded"}));
 }
 
 TEST_F(PluginOfAnswers, IsRefusedWithoutItsExport) {
