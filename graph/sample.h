@@ -36,7 +36,6 @@ public:
     /// Stream times, 100-nanosecond units. VFW_E_SAMPLE_TIME_NOT_SET without them.
     Status GetTime(int64_t& start, int64_t& stop) const;
     void SetTime(int64_t start, int64_t stop);
-    void ClearTime() { hasTime = false; }
     bool IsSyncPoint() const { return syncPoint; }
     void SetSyncPoint(bool on) { syncPoint = on; }
     /// Times begin anew here, or something was lost before.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/guid.h"
+
 namespace vexcap {
 
 void FakeCamera::deliver(uint8_t fill, uint32_t frameWidth, uint32_t frameHeight, uint32_t still) {
@@ -24,12 +26,11 @@ void FakeCamera::deliverRaw(const void* samples, uint32_t frameWidth, uint32_t f
 }
 
 HRESULT FakeCamera::QueryInterface(const vex_guid& iid, void** out) {
-    const auto is = [&](const vex_guid& other) { return std::memcmp(&iid, &other, sizeof iid) == 0; };
     *out = nullptr;
-    if (is(VEX_IID_CAMERA_STATUS) && offersStatus) *out = static_cast<ICameraStatus*>(this);
-    if (is(VEX_IID_CAMERA_STILL) && offersStill) *out = static_cast<ICameraStill*>(this);
-    if (is(VEX_IID_CAMERA_PREVIEW_SIZE)) *out = static_cast<ICameraPreviewSize*>(this);
-    if (is(VEX_IID_CAMERA_RAW) && offersRaw) *out = static_cast<ICameraRaw*>(this);
+    if (iid == VEX_IID_CAMERA_STATUS && offersStatus) *out = static_cast<ICameraStatus*>(this);
+    if (iid == VEX_IID_CAMERA_STILL && offersStill) *out = static_cast<ICameraStill*>(this);
+    if (iid == VEX_IID_CAMERA_PREVIEW_SIZE) *out = static_cast<ICameraPreviewSize*>(this);
+    if (iid == VEX_IID_CAMERA_RAW && offersRaw) *out = static_cast<ICameraRaw*>(this);
     if (!*out) return E_NOINTERFACE;
     ++references;
     return S_OK;
