@@ -466,13 +466,14 @@ Status startCaptureAvi(EngineState& engine, CaptureContext* context, std::u16str
     return reported(engine, context, context->StartCaptureAvi(path, codec, seconds));
 }
 
-Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation) {
+Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation, bool hostNamesFile) {
     if (!road || !HasSource())
         return state.Fail(E_FAIL, E_UNEXPECTED, u"No source is open: the preview has to be started first.");
     WizardSource source = {.parentWindow = state.ownerWindow,
                            .frameRate = road->LargestFrameRate(),
                            .isCamera = state.cameraSource,
-                           .skipMediaFoundation = skipMediaFoundation};
+                           .skipMediaFoundation = skipMediaFoundation,
+                           .hostNamesFile = hostNamesFile};
     uint32_t format = 0;
     if (const Status s = road->FinalSize(source.width, source.height); !s.ok()) {
         KeepFailure(u"The source does not report the size of its frames: %s.", s);
@@ -486,7 +487,7 @@ Result<WizardSource> CaptureContext::RecordingSource(bool skipMediaFoundation) {
 }
 
 Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, uint8_t* promptFlag) {
-    const Result<WizardSource> source = RecordingSource(skipMediaFoundation);
+    const Result<WizardSource> source = RecordingSource(skipMediaFoundation, false);
     if (!source.ok()) return source.status();
     EngineState& engine = state.engine;
     CWizardCaptureInfo info(engine.Settings(), source.value());
@@ -510,7 +511,7 @@ Status CaptureContext::StartCaptureMicro(bool skipMediaFoundation, bool quick, u
 }
 
 Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t seconds, int32_t frames) {
-    const Result<WizardSource> source = RecordingSource(false);
+    const Result<WizardSource> source = RecordingSource(false, true);
     if (!source.ok()) return source.status();
     CWizardCaptureInfo info(state.engine.Settings(), source.value());
     describe(info, path, seconds, frames);
@@ -522,7 +523,7 @@ Status CaptureContext::StartCaptureAstro(std::u16string_view path, int32_t secon
 }
 
 Status CaptureContext::StartCaptureAvi(std::u16string_view path, std::u16string_view codec, int32_t seconds) {
-    const Result<WizardSource> source = RecordingSource(false);
+    const Result<WizardSource> source = RecordingSource(false, true);
     if (!source.ok()) return source.status();
     CWizardCaptureInfo info(state.engine.Settings(), source.value());
     describe(info, path, seconds, 0);

@@ -121,7 +121,7 @@ private:
     static void OnDarkField(void* context, uint32_t a, uint32_t b, const uint8_t* dark, uint32_t c, uint32_t d);
 
     /// What the record of a recording is made for, asked of the source.
-    Result<WizardSource> RecordingSource(bool skipMediaFoundation);
+    Result<WizardSource> RecordingSource(bool skipMediaFoundation, bool hostNamesFile);
     /// The route that the output, the compressor and the source ask for.
     Status Dispatch(const CWizardCaptureInfo& info);
     /// Takes path and limits over; a path that does not fit would name another file than the host meant.

@@ -72,6 +72,14 @@ TEST_F(AstroStart, NoSettingIsReadOrWritten) {
     EXPECT_TRUE(fakes.settings.written.empty());
 }
 
+TEST_F(AstroStart, NoFolderIsMade) {
+    for (const auto* name : {u"a.avi", u"a.ser"}) {
+        ASSERT_EQ(start(name), S_OK);
+        context->StopCapture();
+    }
+    EXPECT_TRUE(fakes.folders.created.empty());
+}
+
 TEST_F(AstroStart, TheHostsTimeLapseHoldsForTheRecordingsThatBeginAfterIt) {
     ASSERT_EQ(start(u"a.avi"), S_OK);
     context->PutTimeLapse(5);

@@ -26,12 +26,15 @@ struct ISettingsKey {
     /// too large to be kept is E_INVALIDARG.
     virtual Status WriteNumber(std::u16string_view name, uint32_t value) = 0;
     virtual Status WriteText(std::u16string_view name, std::u16string_view value) = 0;
+    /// Why the values that are stored count as missing, with the place where they are stored: it is damaged, or may not
+    /// be read. Empty where they can be read, and where nothing is stored.
+    virtual std::u16string Problem() = 0;
 };
 
 struct ISettings {
     virtual ~ISettings() = default;
-    /// Opens the node at `path` below a root, with all that leads to it; '\' separates its names, which compare as
-    /// those of values do. A null root or a place that cannot be written fails.
+    /// Opens the node at `path` below a root; '\' separates its names, which compare as those of values do. What leads
+    /// to it is made by the first write. A null root or a place that cannot be written fails.
     virtual Result<std::unique_ptr<ISettingsKey>> CreateKey(vex_key* root, std::u16string_view path) = 0;
 };
 

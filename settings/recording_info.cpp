@@ -74,10 +74,8 @@ CWizardBaseInfo::CWizardBaseInfo(const SettingsPorts& settingsPorts, const Wizar
     hardwareH264 = offer.hardwareH264;
     hardwareHevc = offer.hardwareHevc;
     gpuEncoders = std::move(offer.gpuEncoders);
-    if (ports.astroMode)
-        directory = standardFolder(ports);
-    else
-        Load();
+    if (!source.hostNamesFile) LoadFolder();
+    if (!ports.astroMode) Load();
 }
 
 CWizardBaseInfo::~CWizardBaseInfo() {
@@ -98,6 +96,13 @@ void CWizardBaseInfo::putBitRateScale(uint32_t percent) {
     bitRate = (defaultBitRate * BitRateScale + 50) / 100;
 }
 
+void CWizardBaseInfo::LoadFolder() {
+    if (ports.astroMode)
+        directory = standardFolder(ports);
+    else
+        loadDirectory(*this);
+}
+
 void CWizardBaseInfo::Load() {
     ISettingsKey* const key = settings();
     putBitRateScale(readNumber(key, setting::BitRateScale));
@@ -105,7 +110,6 @@ void CWizardBaseInfo::Load() {
     CaptureQuality = readNumber(key, setting::CaptureQuality);
     UseTimeLimit = readNumber(key, setting::UseTimeLimit);
     TimeLimit = readNumber(key, setting::TimeLimit);
-    loadDirectory(*this);
     loadFileName(*this);
     removeExtension(fileName);
     Hardware = readNumber(key, setting::Hardware);

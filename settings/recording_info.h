@@ -23,6 +23,7 @@ struct WizardSource {
     bool isCamera = false;
     uint32_t bitDepth = 8;
     bool skipMediaFoundation = false;
+    bool hostNamesFile = false;  ///< No folder is looked for or made.
 };
 
 /// Lives on the host's thread for the length of a start call. The constructor loads what is remembered, the destructor
@@ -71,7 +72,7 @@ public:
     bool commit = false;     ///< The destructor saves.
     bool profileBuilt = false;
     std::u16string fileName;
-    std::u16string directory;
+    std::u16string directory;  ///< Empty where the host names the file.
     std::u16string fullPath;
     uint32_t LUIDLowPart = 0;  ///< The chosen adapter.
     uint32_t LUIDHighPart = 0;
@@ -81,6 +82,7 @@ protected:
     CWizardBaseInfo(const SettingsPorts& settingsPorts, const WizardSource& source, bool forCapture);
 
 private:
+    void LoadFolder();
     void Load();
     void Save() const;
     const vex_setting& KeySpacing() const;

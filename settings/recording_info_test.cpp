@@ -434,6 +434,20 @@ TEST_F(WizardInfo, InAstroModeNoSettingIsReadOrWritten) {
     EXPECT_EQ(written(), Names());
 }
 
+TEST_F(WizardInfo, NoFolderIsMadeWhereTheHostNamesTheFile) {
+    store(u"CapturePath", u"/data");
+    for (const bool astro : {false, true}) {
+        ports.astroMode = astro;
+        WizardSource named = source();
+        named.hostNamesFile = true;
+        EXPECT_EQ(CWizardCaptureInfo(ports, named).directory, u"");
+        EXPECT_TRUE(fakes.folders.created.empty());
+        EXPECT_NE(capture().directory, u"");
+        EXPECT_FALSE(fakes.folders.created.empty());
+        fakes.folders.created.clear();
+    }
+}
+
 TEST_F(WizardInfo, InAstroModeQualityAndBitRateAre0AndTheRestIsStandard) {
     ports.astroMode = true;
     store(u"CaptureQuality", 50u);
@@ -647,6 +661,7 @@ TEST_F(WizardInfo, ASaveThatRunsOutOfMemoryEndsWithTheRecord) {
             throw std::bad_alloc();
         }
         Status WriteText(std::u16string_view, std::u16string_view) override { throw std::bad_alloc(); }
+        std::u16string Problem() override { return {}; }
         int attempts = 0;
     };
     ExhaustedKey exhausted;

@@ -82,6 +82,7 @@ assert lines[:4] == cameras and all(c["kind"] == "video input" for c in lines[4:
 assert all(c["name"] and c["identifier"] for c in lines), lines'
     expect 0 devices --sizes
     contains out 640x480
+    [[ ! -e $XDG_CONFIG_HOME ]] || fail "a folder for settings was made, though nothing was stored"
     # The expression is for video input devices.
     expect 0 devices --match "no such device" --json
     json 'assert [c["index"] for c in lines] == [0, 1, 2, 3], lines'
@@ -330,6 +331,7 @@ case_frames() {
     records --device sim-fast --output fifty.ser --frames 50 --fps 100
     [[ $(ser fifty.ser) == "50 640x480 8" ]] || fail "wrong file: $(ser fifty.ser)"
     contains out "50 offered, 50 kept, 50 written, 0 lost"
+    [[ ! -e $HOME/Documents ]] || fail "a folder for recordings was made, though the file has its place"
     records --device sim-fast --output fifty.json.ser --frames 50 --fps 100 --json
     python3 -c 'import json
 lines = [json.loads(line) for line in open("out")]

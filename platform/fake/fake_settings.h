@@ -36,6 +36,7 @@ public:
     HRESULT failure = S_OK;  ///< What CreateKey fails with while it is negative.
     std::vector<Opened> opened;
 
+    std::u16string problem;                  ///< What Problem returns.
     HRESULT writeFailure = S_OK;             ///< What each write fails with while it is negative.
     std::map<std::u16string, Value> values;  ///< By names as they were first written.
     std::vector<std::u16string> written;     ///< Names in the order of their writes.
@@ -52,6 +53,7 @@ private:
         Status WriteText(std::u16string_view name, std::u16string_view value) override {
             return store.Write(name, toUtf16(toUtf8(value)));
         }
+        std::u16string Problem() override { return store.problem; }
         FakeSettings& store;
     };
 

@@ -1,11 +1,13 @@
 #include "platform/linux/settings/settings.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -21,23 +23,48 @@ namespace fs = std::filesystem;
 
 class StoreKey final : public ISettingsKey {
 public:
-    explicit StoreKey(fs::path file) : store(std::move(file)) {}
+    StoreKey(fs::path rootDirectory, std::u16string_view node) : root(std::move(rootDirectory)), path(node) {}
 
     std::optional<uint32_t> ReadNumber(std::u16string_view name) override {
-        return findNumber(store.Read(), toUtf8(name));
+        return findNumber(Store().Read(), toUtf8(name));
     }
     std::optional<std::u16string> ReadText(std::u16string_view name) override {
-        const auto text = findText(store.Read(), toUtf8(name));
+        const auto text = findText(Store().Read(), toUtf8(name));
         return text ? std::optional(toUtf16(*text)) : std::nullopt;
     }
-    Status WriteNumber(std::u16string_view name, uint32_t value) override { return store.Write(toUtf8(name), value); }
+    Status WriteNumber(std::u16string_view name, uint32_t value) override { return Store().Write(toUtf8(name), value); }
     Status WriteText(std::u16string_view name, std::u16string_view value) override {
-        return store.Write(toUtf8(name), toUtf8(value));
+        return Store().Write(toUtf8(name), toUtf8(value));
     }
+    std::u16string Problem() override { return toUtf16(Store().Problem()); }
 
 private:
-    const SettingsStore store;
+    /// While the folder is missing the file is looked for anew each time: another key or program, which may spell the
+    /// path differently, makes it meanwhile.
+    const SettingsStore& Store() {
+        if (settled) return *store;
+        const fs::path file = settingsPath(root, path);
+        std::error_code missing;
+        settled = fs::is_directory(file.parent_path(), missing);
+        return store.emplace(file);
+    }
+
+    const fs::path root;
+    const std::u16string path;
+    std::optional<SettingsStore> store;
+    bool settled = false;
 };
+
+/// Whether files can be made in `folder`, or it can be made where it is missing.
+Status writable(fs::path folder) {
+    struct stat about = {};
+    while (::stat(folder.c_str(), &about) != 0) {
+        if (errno != ENOENT || !folder.has_relative_path()) return statusFromErrno(errno);
+        folder = folder.parent_path();
+    }
+    if (!S_ISDIR(about.st_mode)) return statusFromErrno(ENOTDIR);
+    return ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? Status(S_OK) : statusFromErrno(errno);
+}
 
 std::string fileName(std::u16string_view name) {
     std::string utf8 = toUtf8(name);
@@ -86,11 +113,8 @@ Result<std::unique_ptr<ISettingsKey>> LinuxSettings::CreateKey(vex_key* root, st
     std::error_code failure;
     const fs::path directory = fs::absolute(root->directory, failure);
     if (failure) return statusFromErrno(failure.value());
-    fs::path file = settingsPath(directory, path);
-    const fs::path folder = file.parent_path();
-    if (const Status s = makeFolders(folder, 0700); !s.ok()) return s;
-    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return statusFromErrno(errno);
-    return std::unique_ptr<ISettingsKey>(std::make_unique<StoreKey>(std::move(file)));
+    if (const Status s = writable(settingsPath(directory, path).parent_path()); !s.ok()) return s;
+    return std::unique_ptr<ISettingsKey>(std::make_unique<StoreKey>(directory, path));
 }
 
 }  // namespace vexcap

@@ -7,7 +7,7 @@
 
 namespace vexcap {
 
-/// The node A\b is the file A/b.toml. Host's thread.
+/// The node A\b is the file A/b.toml, which the first write makes with its folders. Host's thread.
 struct LinuxSettings final : ISettings {
     Result<std::unique_ptr<ISettingsKey>> CreateKey(vex_key* root, std::u16string_view path) override;
 };

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <thread>
@@ -122,6 +123,18 @@ SettingsStore::SettingsStore(fs::path path) : file(std::move(path)) {}
 std::string SettingsStore::Read() const {
     auto content = contentOf(file);
     return content.ok() ? std::move(content.value().text).value_or("") : "";
+}
+
+std::string SettingsStore::Problem() const {
+    const auto content = contentOf(file);
+    std::string reason;
+    if (!content.ok())
+        reason = std::strerror(errnoFromStatus(content.code()));
+    else if (content.value().text)
+        reason = damageOf(*content.value().text);
+    else
+        reason = S_ISDIR(content.value().about->st_mode) ? "it is a directory" : "it is larger than 1 MiB";
+    return reason.empty() ? "" : file.native() + ": " + reason;
 }
 
 Status SettingsStore::Write(std::string_view name, const SettingValue& value) const {

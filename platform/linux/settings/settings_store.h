@@ -22,6 +22,9 @@ public:
     /// What the file holds; nothing where that cannot be read.
     std::string Read() const;
 
+    /// Why the file cannot be read, with its name; empty where it can be, and where there is none.
+    std::string Problem() const;
+
     /// Gives `name` this value. It is down on the disk then. Waits 2 s for a writer, then VEX_E_BUSY; E_INVALIDARG for
     /// what makes the file larger than 1 MiB. After a failure the file is as it was.
     Status Write(std::string_view name, const SettingValue& value) const;

@@ -67,10 +67,11 @@ protected:
     const fs::path newFile = folder / ".vexcap.toml.new";
 };
 
-TEST_F(SettingsTest, AKeyIsAFileInDirectoriesThatAreMade) {
+TEST_F(SettingsTest, AKeyIsAFileInDirectoriesThatTheFirstWriteMakes) {
     const auto key = open(u"SOFTWARE\\Firm\\Pr\u00F6d\\vexcap");
-    EXPECT_TRUE(fs::is_directory(directory.root / "SOFTWARE/Firm/Pr\u00F6d"));
-    EXPECT_TRUE(fs::is_empty(directory.root / "SOFTWARE/Firm/Pr\u00F6d"));
+    EXPECT_EQ(key->ReadNumber(u"TimeLimit"), std::nullopt);
+    EXPECT_EQ(key->Problem(), u"");
+    EXPECT_TRUE(fs::is_empty(directory.root));
     EXPECT_TRUE(key->WriteNumber(u"TimeLimit", 60).ok());
     EXPECT_TRUE(key->WriteText(u"CaptureTitle", u"M\u00A031 \"Andromeda\"").ok());
     EXPECT_EQ(get(directory.root / "SOFTWARE/Firm/Pr\u00F6d/vexcap.toml"),
@@ -250,6 +251,50 @@ TEST_F(SettingsTest, ADamagedFileIsKeptAsideByTheFirstWriteAndNotByReading) {
     EXPECT_EQ(names(), (std::set<std::string>{".vexcap.toml.lock", "vexcap.toml", "vexcap.toml.damaged",
                                               "vexcap.toml.damaged-2", "vexcap.toml.damaged-3"}));
     EXPECT_EQ(get(file.native() + ".damaged"), contents[0]);
+}
+
+TEST_F(SettingsTest, AFileThatCannotBeReadSaysWhy) {
+    const auto key = open();
+    EXPECT_EQ(key->Problem(), u"") << "there is none";
+    put(file, "a = 1\n");
+    EXPECT_EQ(key->Problem(), u"");
+    const std::u16string name = toUtf16(file.native());
+    for (const char* const damaged : {"a = 1\nb = \"\xFF\"\n", "a = 1\na = 2\n", "a = 1\nb = 99999999999999999999\n"}) {
+        put(file, damaged);
+        EXPECT_TRUE(key->Problem().starts_with(name + u": line 2: ")) << toUtf8(key->Problem());
+    }
+    std::string parts = "a";
+    for (int i = 0; i < 40; ++i) parts += ".a";
+    put(file, parts + " = 1\n");
+    EXPECT_EQ(key->Problem(), name + u": a name has too many parts");
+    put(file, "#" + std::string(1 << 20, 'x'));
+    EXPECT_EQ(key->Problem(), name + u": it is larger than 1 MiB");
+    fs::remove(file);
+    put(file / "inner", "x");
+    EXPECT_EQ(key->Problem(), name + u": it is a directory");
+    EXPECT_TRUE(key->WriteNumber(u"a", 1).ok());
+    EXPECT_EQ(key->Problem(), u"") << "what was damaged is kept aside";
+}
+
+TEST_F(SettingsTest, AFileThatMayNotBeReadSaysSo) {
+    put(file, "a = 1\n");
+    const int result = asOrdinaryUser(directory.root, [&] {
+        const auto key = open();
+        ::chmod(file.c_str(), 0200);
+        return key->Problem() == toUtf16(file.native()) + u": Permission denied" ? 0 : 1;
+    });
+    if (result == cannotTell) GTEST_SKIP() << "no other user gets to the temporary directory";
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(SettingsTest, KeysThatSpellAPathDifferentlyAgreeOnTheFolderThatTheFirstWriteMakes) {
+    const auto one = open(u"SOFTWARE\\Firm\\Product\\vexcap"), other = open(u"software\\FIRM\\product\\VEXCAP");
+    EXPECT_EQ(other->ReadNumber(u"a"), std::nullopt);
+    ASSERT_TRUE(one->WriteNumber(u"a", 1).ok());
+    EXPECT_EQ(other->ReadNumber(u"a"), 1u);
+    ASSERT_TRUE(other->WriteNumber(u"a", 2).ok());
+    EXPECT_EQ(one->ReadNumber(u"a"), 2u);
+    EXPECT_EQ(get(file), std::string(newSettings) + "a = 2\n");
 }
 
 TEST_F(SettingsTest, ADirectoryInThePlaceOfTheFileIsKeptAside) {

@@ -217,6 +217,16 @@ bool sameName(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return lowered(x) == lowered(y); });
 }
 
+std::string damageOf(std::string_view file) {
+    if (!statementsOf(file)) return "a name has too many parts";
+    try {
+        const toml::table values = toml::parse(file);
+        return {};
+    } catch (const toml::parse_error& error) {
+        return "line " + std::to_string(error.source().begin.line) + ": " + std::string(error.description());
+    }
+}
+
 std::optional<uint32_t> findNumber(std::string_view file, std::string_view name) {
     const auto number = find<int64_t>(file, name);
     if (!number || *number < INT32_MIN || *number > UINT32_MAX) return {};

@@ -26,6 +26,9 @@ bool sameName(std::string_view a, std::string_view b);
 std::optional<uint32_t> findNumber(std::string_view file, std::string_view name);
 std::optional<std::string> findText(std::string_view file, std::string_view name);
 
+/// What is wrong with a damaged file, empty for another one.
+std::string damageOf(std::string_view file);
+
 /// The file with this value: it takes the place of the one that the functions above find, whatever it is, or comes
 /// after the last one outside of all tables. Everything else stays as it is, comments and layout too. Nothing when the
 /// file is damaged.
