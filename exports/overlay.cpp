@@ -1,5 +1,6 @@
 // The exported functions of vexcap/overlay.h.
 #include "base/text.h"
+#include "engine/state/report.h"
 #include "exports/exports.h"
 #include "settings/marker_settings.h"
 
@@ -16,7 +17,10 @@ int32_t vexcap_can_draw_texts(void) {
 
 int32_t marker_init(vex_key* root, const vex_char* name1, const vex_char* name2) {
     return guarded<int32_t>(E_OUTOFMEMORY, [&] {
-        return markerSettings().Init(engineState().platform->settings, root, textOf(name1), textOf(name2)).code();
+        const Status opened =
+            markerSettings().Init(engineState().platform->settings, root, textOf(name1), textOf(name2));
+        ReportUnreadSettings(engineState(), markerSettings().Problem());
+        return opened.code();
     });
 }
 

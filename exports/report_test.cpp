@@ -303,6 +303,18 @@ TEST_F(LogLines, TellWhatWasLoadedAndWhatNot) {
     EXPECT_TRUE(has(u"2 The texts of libvexcap-i18n.so.1 cannot be loaded: no such file"));
 }
 
+TEST_F(LogLines, TellOnceThatSettingsCannotBeRead) {
+    fakes.settings.problem = u"/settings/vexcap.toml: line 2: no value";
+    const std::u16string line =
+        u"2 Settings cannot be read, standard values hold: /settings/vexcap.toml: line 2: no value";
+    init();
+    EXPECT_EQ(std::ranges::count(lines, line), 1);
+    lines.clear();
+    EXPECT_EQ(marker_init(fakes.settings.root(), u"Company", u"Product"), S_OK);
+    EXPECT_EQ(lines, std::vector{line});
+    marker_init(nullptr, nullptr, nullptr);
+}
+
 TEST_F(LogLines, TellWhyAStartFailedAndWhatTheUserSaw) {
     camera.startResult = E_UNEXPECTED;
     start();

@@ -23,6 +23,9 @@ public:
     /// and nothing is kept then.
     Status Init(ISettings& settings, vex_key* root, std::u16string_view name1, std::u16string_view name2);
 
+    /// Why the values that are stored are not used; empty where they are.
+    std::u16string Problem() const { return key ? key->Problem() : std::u16string(); }
+
     const MarkerGeo& Geo() const { return geo; }
     const MarkerTxt& Txt() const { return txt; }
     /// Take the record as is, and save.

@@ -67,6 +67,7 @@ HRESULT EngineState::Init(const EngineArguments& arguments) {
     if (!key.ok() && arguments.root)
         failure.Keep(log, key.code(), textFrom(u"Settings cannot be kept: %s.", ResultText(*this, key.code())));
     rootKey = key.ok() ? std::move(key).value() : nullptr;
+    if (rootKey) ReportUnreadSettings(*this, rootKey->Problem());
 
     if (network.PriFlag) network.PriFlag(networkEnabled ? 2 : 0, 2);
     const HRESULT status = network.Init ? network.Init(onDeviceListChanged, nullptr) : S_OK;

@@ -38,4 +38,9 @@ void ReportError(const EngineState& engine, vex_window* window, std::u16string_v
     engine.platform->messageBox.Show(window, message, engine.productName);
 }
 
+void ReportUnreadSettings(const EngineState& engine, std::u16string_view problem) {
+    if (problem.empty()) return;
+    engine.platform->log.Write(VEX_LOG_WARNING, u"Settings cannot be read, standard values hold: %s", problem);
+}
+
 }  // namespace vexcap

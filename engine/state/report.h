@@ -19,4 +19,7 @@ std::u16string ResultText(const EngineState& engine, HRESULT code);
 void ReportError(const EngineState& engine, vex_window* window, std::u16string_view text, HRESULT code,
                  const std::vector<FormatArgument>& arguments = {});
 
+/// A warning in the log for settings that are stored and cannot be read, none where `problem` is empty.
+void ReportUnreadSettings(const EngineState& engine, std::u16string_view problem);
+
 }  // namespace vexcap
