@@ -152,8 +152,8 @@ TEST(SimulatedCamera, ControlsHaveLimitsAndKeepToThem) {
     int32_t value = 0;
     EXPECT_EQ(controls.Get(VEX_CONTROL_FIRE, &value), E_NOTIMPL) << "write only";
     EXPECT_EQ(controls.Get(0, &value), E_NOTIMPL);
-    EXPECT_EQ(controls.Put(8, 1), E_NOTIMPL);
-    EXPECT_EQ(controls.GetRange(8, nullptr, nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(controls.Put(99, 1), E_NOTIMPL);
+    EXPECT_EQ(controls.GetRange(99, nullptr, nullptr, nullptr), E_NOTIMPL);
     EXPECT_EQ(controls.Put(VEX_CONTROL_BIT_DEPTH, 13), E_INVALIDARG) << "a depth between those of the sensor";
     EXPECT_EQ(controls.Put(VEX_CONTROL_BLACK_LEVEL, 256), S_OK);
     EXPECT_EQ(controls.Put(VEX_CONTROL_BIT_DEPTH, 8), S_OK);
