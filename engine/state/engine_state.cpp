@@ -19,7 +19,7 @@ void onDeviceListChanged(int32_t code) {
     if (code == 1 && engine.deviceWindow) engine.deviceWindow->post(engine.deviceWindow, engine.deviceMessage, 0, 0);
 }
 
-/// The camera library's word that its list changed. It comes from a thread of the library's.
+/// Called by the camera library when its list has changed, on a thread of the library's.
 void onCameraListChanged(void*) {
     const EngineState& engine = engineState();
     if (engine.deviceWindow) engine.deviceWindow->post(engine.deviceWindow, engine.deviceMessage, 1, 0);
