@@ -74,12 +74,13 @@ ended() {
 case_devices() {
     expect 0 devices
     for identifier in sim-planet sim-deepsky sim-microscope sim-fast; do contains out "$identifier"; done
-    [[ $(grep -c "^ *[0-9]*  camera " out) -eq 4 ]] || fail "not four cameras"
+    [[ $(grep -c "^ *[0-9]*  simulated " out) -eq 4 ]] || fail "not four simulated cameras"
     expect 0 devices --json
     json 'cameras = [c for c in lines if c["kind"] == "camera"]
 assert [c["index"] for c in lines] == list(range(len(lines))), lines
 assert lines[:4] == cameras and all(c["kind"] == "video input" for c in lines[4:]), lines
-assert all(c["name"] and c["identifier"] for c in lines), lines'
+assert all(c["name"] and c["identifier"] for c in lines), lines
+assert all(c["simulated"] == c["identifier"].startswith("sim-") for c in lines), lines'
     expect 0 devices --sizes
     contains out 640x480
     [[ ! -e $XDG_CONFIG_HOME ]] || fail "a folder for settings was made, though nothing was stored"
@@ -134,6 +135,13 @@ assert any("mjpeg" in c["display"].lower() for c in lines), lines'
     cp out listed
     expect 0 codecs
     [[ $(wc -l <out) -eq $(wc -l <listed) ]] || fail "not as many compressors"
+    ! grep -q @device out || fail "a name that no user types"
+    expect 0 codecs --long
+    [[ $(grep -c @device out) -eq $(wc -l <listed) ]] || fail "not as many names"
+    # Each word names its compressor.
+    python3 -c 'import json, sys
+for line in sys.stdin: print(json.loads(line)["word"])' <listed >words
+    grep -qx mjpeg words || fail "no word for mjpeg"
 
     records --device sim-fast --output small.avi --codec mjpeg --frames 30 --fps 50 --json
     json 'end = lines[-1]
@@ -322,7 +330,14 @@ case_comma() {
     localedef -i de_DE -f UTF-8 locales/de_DE.UTF-8 >/dev/null 2>&1 || { echo "no locale can be made here"; exit 77; }
     export LOCPATH=$scratch/locales LC_ALL=de_DE.UTF-8
     records --device sim-fast --output comma.ser --frames 5
-    grep -qE "  time     [0-9]+,[0-9] s" out || fail "not the user's decimal point"
+    grep -qE "  time     [0-9]+[.][0-9] s" out || fail "words are English, and numbers are not"
+    # Input takes the user's decimal point, too.
+    local wished
+    for wished in 0,5 0.5; do
+        records --device sim-fast --output comma.ser --overwrite --seconds $wished
+        expect 0 snap --device sim-fast --output comma.png --overwrite --pixel-size $wished --json
+        json 'assert lines[-1]["pixelSize"] == 0.5, lines'
+    done
     records --device sim-fast --output comma.ser --overwrite --frames 5 --json
     json 'assert lines[-1]["seconds"] > 0, lines'
 }
@@ -362,7 +377,12 @@ case_settings() {
     expect 2 record --device sim-fast --output no.ser --frames 5 --roi 600,0,320,200
     contains err "does not fit"
     expect 2 record --device sim-fast --output no.ser --frames 5 --exposure 2000000000
-    contains err "the exposure of this camera goes from"
+    contains err "the exposure of this camera goes from 32 µs to "
+    contains err " s"
+    expect 2 record --device sim-fast --output no.ser --frames 5 --binning 3
+    contains err "does not bin by 3; it takes 1, 2"
+    records --device sim-fast --output units.ser --frames 010 --exposure 2ms
+    [[ $(frames units.ser) -eq 10 ]] || fail "010 is $(frames units.ser)"
     [[ ! -e no.ser ]] || fail "a refused setting left a file"
 }
 
@@ -371,7 +391,7 @@ case_depth() {
     [[ $(ser deep.ser) == "5 640x480 12" ]] || fail "wrong file: $(ser deep.ser)"
     contains out "5 offered, 5 kept, 5 written, 0 lost"
     expect 2 record --device sim-fast --output no.ser --frames 5 --depth 9
-    contains err "does not take 9 as its depth"
+    contains err "does not take 9 as its depth; it takes 8, "
     [[ ! -e no.ser ]] || fail "a refused setting left a file"
 }
 
@@ -381,6 +401,10 @@ case_seconds() {
     count=$(frames two.ser)
     ((count > 20 && count < 150)) || fail "$count frames in two seconds at 50 a second"
     contains err "frames, "
+    # What the library has no limit for is ended by the program.
+    records --device "sim-fast;fps=50" --output part.ser --seconds 600ms --json
+    json 'end = lines[-1]
+assert end["end"] == "limit" and 0.6 <= end["seconds"] < 1.5, end'
 }
 
 case_names() {
@@ -396,6 +420,15 @@ case_names() {
 }
 
 case_refused() {
+    expect 2 recrod --json
+    contains err "there is no command recrod; did you mean record?"
+    json 'assert lines == [{"type": "error", "text": lines[0]["text"], "exit": 2}], lines'
+    expect 2 record --device sim-fast --output no.ser --fps 29.97
+    contains err 'See "vexcap record --help".'
+    expect 0 help record
+    contains out "--time-lapse"
+    expect 0 -v
+    contains out "vexcap "
     expect 3 record --device "sim-planet;refuse" --output no.ser --frames 2 --json
     contains out '"type":"error"'
     contains out '"exit":3'
@@ -615,14 +648,16 @@ case_remembered() {
     local here=(--settings keep)
     expect 0 settings "${here[@]}"
     contains out "FileNameFomat"
-    [[ $(grep -c "(standard)" out) -eq $(wc -l <out) ]] || fail "something is remembered already"
+    [[ $(grep -c "(standard)" out) -eq $(grep -c '^  [A-Za-z]' out) ]] || fail "something is remembered already"
+    contains out "Base folder for --auto-name"
+    contains out "vexcap keeps them, and does not follow them"
     contains out "25 to 400"
     expect 0 settings "${here[@]}" FileNamePrefix="M 31 " FileNameFormat=4 bitratescale=150
     [[ ! -s out && ! -s err ]] || fail "not quiet"
     expect 0 settings "${here[@]}" BitRateScale FileNamePrefix FileNameFomat
     [[ $(cat out) == $'150\nM 31 \n4' ]] || fail "wrong values"
     expect 0 settings "${here[@]}"
-    [[ $(grep -vc "(standard)" out) -eq 3 ]] || fail "not three remembered"
+    [[ $(grep '^  [A-Za-z]' out | grep -vc "(standard)") -eq 3 ]] || fail "not three remembered"
 
     # So do those of the overlay, in a file of their own.
     expect 0 settings "${here[@]}" eMarkerxPos=-7 Date=3
@@ -635,6 +670,8 @@ case_remembered() {
     contains err "SecPerKey goes from 1 to 30"
     expect 2 settings "${here[@]}" BitRateScale=200 Nothing=1
     contains err "there is no setting Nothing"
+    expect 2 settings "${here[@]}" TimeLimt=5
+    contains err "did you mean TimeLimit?"
     expect 2 settings "${here[@]}" BitRateScale=200 FileNamePrefix=a/b
     expect 0 settings "${here[@]}" BitRateScale
     [[ $(cat out) == 150 ]] || fail "stored in spite of the mistake beside it"
@@ -659,6 +696,10 @@ assert all(s["type"] == "setting" for s in lines), lines'
     [[ -e other/y0001.ser ]] || fail "not named as wished: $(ls other)"
     records --device sim-fast --no-settings --auto-name --directory plain --frames 2
     [[ $(ls plain) =~ ^[0-9]{12}\.ser$ ]] || fail "not named as usual: $(ls plain)"
+
+    expect 0 settings "${here[@]}" FileNamePrefix= --default FileNameFormat --default BitRateScale
+    expect 0 settings "${here[@]}" FileNamePrefix FileNameFomat BitRateScale
+    [[ $(cat out) == $'\n0\n100' ]] || fail "not standard again"
 
     # Without a directory the user's are taken; without a user none can be kept.
     expect 0 settings BitRateScale
@@ -756,6 +797,29 @@ case_pipe() {
     [[ ! -e status || $(cat status) -eq 6 ]] || fail "status $(cat status)"
     contains first '"type":"progress"'
     [[ $(frames pipe.ser) -gt 20 ]] || fail "the recording was cut short"
+}
+
+# A standard output that takes nothing is an error, but no end of a recording.
+case_output() {
+    local command status
+    "$vexcap" record --device sim-fast --output seen.avi --frames 3 >/dev/null 2>&1 || true
+    for command in devices "devices --json" codecs settings "formats --device sim-fast" "verify seen.avi" \
+        "watch --device sim-fast" "play seen.avi" "snap --device sim-fast --output full.png --overwrite" --version; do
+        if [[ $command == codecs || $command == play* ]] && ! "$vexcap" codecs >/dev/null 2>&1; then continue; fi
+        status=0
+        timeout 60 "$vexcap" $command >/dev/full 2>err || status=$?
+        [[ $status -eq 1 ]] || fail "vexcap $command: status $status"
+        contains err "the standard output cannot be written: No space left on device"
+    done
+    # A reader that goes away ends those that would go on for ever.
+    status=0
+    { timeout 60 "$vexcap" watch --device sim-fast --json 2>err || echo $? >status; } | head -n 1 >first
+    [[ $(cat status) -eq 1 ]] || fail "watch ended with $(cat status)"
+    status=0
+    "$vexcap" record --device "sim-fast;fps=50" --output on.ser --seconds 2 --json >/dev/full 2>err || status=$?
+    [[ $status -eq 0 || $status -eq 6 ]] || fail "status $status"
+    contains err "the standard output cannot be written"
+    [[ $(frames on.ser) -gt 20 ]] || fail "the recording was cut short"
 }
 
 # picture FILE: "WIDTHxHEIGHT BITS CHANNELS", as another program reads it.
@@ -870,6 +934,9 @@ case_view() {
     [[ $(coloured half.png red 320x240+0+0) -eq $((160 + 120 - 1)) ]] || fail "no cross"
     [[ $(coloured half.png red 320x1+0+120) -eq 160 ]] || fail "no horizontal line"
     ! { [[ $(coloured half.png '#00FF00' 160x120+160+120) -lt 100 ]]; } || fail "no scale bar"
+    # A pixel of the half as wide paint shows twice as much.
+    expect 0 view --device sim-fast --snapshot half.png --overwrite --size 320x240 --pixel-size 0.5 --json
+    json 'assert lines[-1]["pixelSize"] == 1, lines'
     # Tick marks in micrometres shrink with it, those in pixels do not.
     local spacing marks
     for spacing in 10um 20; do
@@ -901,7 +968,11 @@ case_overlay() {
     convert bar.png -alpha off -fill black +opaque '#00FF00' -trim -format '%w' info: >width
     [[ $(cat width) -ge 100 && $(cat width) -le 112 ]] || fail "a bar of $(cat width) pixels"
     expect 2 snap --device sim-fast --output no.png --scale-bar 500 --pixel-size 0.5
-    contains err "has no room in a picture that is 640 pixels wide"
+    contains err "a scale bar of 500 µm has no room in a picture that is 640 pixels wide, which shows 320 µm"
+    expect 2 snap --device sim-fast --output no.png --marker circle --marker-size 100
+    contains err "the circle has no room in the picture"
+    expect 0 snap --device sim-fast --output cut.png --roi 32,16,128,96 --date
+    contains err "the texts have no room in a picture of 128x96"
 
     # Nothing of it is remembered, neither the wishes of a command line nor the other way round.
     expect 0 snap --device sim-fast --output again.png

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "hosts/cli/commands/codecs.h"
 #include "hosts/cli/commands/dark.h"
@@ -12,7 +14,9 @@
 #include "hosts/cli/commands/view.h"
 #include "hosts/cli/commands/watch.h"
 #include "hosts/cli/report/json.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/common/failure.h"
+#include "hosts/common/text/text.h"
 
 using namespace vexcap::cli;
 
@@ -51,26 +55,49 @@ ExitCode run(const Options& options) {
     }
 }
 
-ExitCode fail(const Options& options, ExitCode code, const char* text) {
-    std::fprintf(stderr, "vexcap: %s\n", text);
-    if (options.json)
-        std::printf("%s\n", JsonObject().Text("type", "error").Text("text", text).Integer("exit", code).Line().c_str());
+/// A text may hold names that come from outside.
+std::string printableLines(std::string_view text) {
+    std::string out;
+    for (size_t end = 0; end != text.npos; text.remove_prefix(std::min(end + 1, text.size()))) {
+        end = text.find('\n');
+        out += printable(text.substr(0, end)) + (end == text.npos ? "" : "\n");
+    }
+    return out;
+}
+
+ExitCode fail(bool json, ExitCode code, const std::string& text) {
+    std::fprintf(stderr, "vexcap: %s\n", printableLines(text).c_str());
+    if (json) writeLine(JsonObject().Text("type", "error").Text("text", text).Integer("exit", code).Line());
     return code;
+}
+
+/// Of a command line that may be no valid one.
+bool wantsJson(int count, char** arguments) {
+    return std::any_of(arguments, arguments + count, [](std::string_view word) { return word == "--json"; });
+}
+
+ExitCode runCommandLine(int count, char** arguments) {
+    const ParsedCommandLine parsed = parseCommandLine(count, arguments);
+    if (parsed.options) {
+        const ExitCode code = run(*parsed.options);
+        if (outputFailure().empty()) return code;
+        // A recording went on without its reader: its status is about the file.
+        return fail(false, code == exitDone && parsed.options->command != Command::Record ? exitFailure : code,
+                    outputFailure());
+    }
+    if (parsed.code != exitDone) return fail(wantsJson(count, arguments), parsed.code, parsed.text);
+    printLine(parsed.text);
+    return exitDone;
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    const ParsedCommandLine parsed = parseCommandLine(count, arguments);
-    if (!parsed.options) {
-        std::fputs(parsed.text.c_str(), parsed.code == exitDone ? stdout : stderr);
-        return parsed.code;
-    }
     try {
-        return run(*parsed.options);
+        return runCommandLine(count, arguments);
     } catch (const Failure& failure) {
-        return fail(*parsed.options, failure.code, failure.what());
+        return fail(wantsJson(count, arguments), failure.code, failure.what());
     } catch (const std::exception& error) {
-        return fail(*parsed.options, exitFailure, error.what());
+        return fail(wantsJson(count, arguments), exitFailure, error.what());
     }
 }

@@ -83,4 +83,14 @@ Codec matchCodec(const std::vector<Codec>& codecs, std::string_view wanted) {
     return found.front();
 }
 
+std::string codecWord(const std::vector<Codec>& codecs, const Codec& codec) {
+    const std::string word = lowerCase(codec.display.substr(0, codec.display.find(' ')));
+    try {
+        if (matchCodec(codecs, word) == codec) return word;
+    } catch (const Failure&) {
+        // It fits several.
+    }
+    return codec.display;
+}
+
 }  // namespace vexcap::host

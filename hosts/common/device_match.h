@@ -10,11 +10,13 @@
 namespace vexcap::host {
 
 struct Device {
-    std::string name;                 ///< What a user sees.
+    std::string name;                 ///< What a user sees, UTF-8 without control characters.
     std::string identifier;           ///< What opens it, without the open-mode character.
     uint32_t kind = VEX_KIND_CAMERA;  ///< VEX_KIND_CAMERA or VEX_KIND_VIDEO_INPUT.
     bool operator==(const Device&) const = default;
     bool IsCamera() const { return kind == VEX_KIND_CAMERA; }
+    /// One of the cameras of software that come with the library.
+    bool IsSimulated() const { return IsCamera() && identifier.starts_with("sim-"); }
 };
 
 /// "camera", "video input".
@@ -35,6 +37,10 @@ struct Codec {
     std::string name;     ///< What the library knows it by.
     bool operator==(const Codec&) const = default;
 };
+
+/// A word that names a compressor in a command line: the first one of what a user sees, or all of that where the word
+/// fits several.
+std::string codecWord(const std::vector<Codec>& codecs, const Codec& codec);
 
 /// The compressor that `wanted` names: a whole `name` or `display`, then the beginning, then a part of `display` and at
 /// last of `name` that fits one only, all without regard to case of ASCII letters. Throws Failure exitUsage with all

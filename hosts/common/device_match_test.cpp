@@ -119,5 +119,21 @@ TEST(CodecMatch, WhatFitsSeveralIsRefusedWithThose) {
     EXPECT_EQ(codecRefusal("uffyuv"), "\"uffyuv\" fits several compressors:\n  HuffYUV\n  FFmpeg HuffYUV");
 }
 
+TEST(CodecWord, IsAWordThatFitsNoOther) {
+    const std::vector<Codec> listed = {{"MJPEG Compressor", "a"}, {"MPEG-4 Video", "b"}, {"Xvid MPEG-4", "c"}, {"Xvid", "d"},
+                                       {"Xv Two", "e"}};
+    EXPECT_EQ(codecWord(listed, listed[0]), "mjpeg");
+    EXPECT_EQ(codecWord(listed, listed[1]), "mpeg-4");
+    EXPECT_EQ(codecWord(listed, listed[2]), "Xvid MPEG-4") << "the word is the whole name of another one";
+    EXPECT_EQ(codecWord(listed, listed[3]), "xvid");
+    EXPECT_EQ(codecWord(listed, listed[4]), "Xv Two") << "the word begins several";
+}
+
+TEST(Device, OnlyACameraOfTheSimulatorIsSimulated) {
+    EXPECT_TRUE((Device{"Simulated fast camera", "sim-fast;fps=5"}).IsSimulated());
+    EXPECT_FALSE((Device{"Simulated", "other"}).IsSimulated());
+    EXPECT_FALSE((Device{"Webcam", "sim-fast", VEX_KIND_VIDEO_INPUT}).IsSimulated());
+}
+
 }  // namespace device_match_test
 }  // namespace vexcap::host

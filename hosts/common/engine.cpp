@@ -52,9 +52,9 @@ std::vector<Device> Engine::Devices(const std::string& expression) const {
     vex_device* const list = vexcap_enum_device(expression.empty() ? nullptr : filter.c_str());
     for (const vex_device* entry = list; entry && entry->name && entry->display; ++entry) {
         if (entry->kind == VEX_KIND_CAMERA && entry->name[0])
-            devices.push_back({toUtf8(entry->display), toUtf8(entry->name + 1), entry->kind});
+            devices.push_back({printable(toUtf8(entry->display)), toUtf8(entry->name + 1), entry->kind});
         if (entry->kind == VEX_KIND_VIDEO_INPUT)
-            devices.push_back({toUtf8(entry->display), toUtf8(entry->name), entry->kind});
+            devices.push_back({printable(toUtf8(entry->display)), toUtf8(entry->name), entry->kind});
     }
     vexcap_free_dsvi(list);
     return devices;

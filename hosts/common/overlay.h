@@ -79,7 +79,9 @@ std::optional<Length> parseLength(std::string_view text);
 /// What stands at a scale bar: "100 µm", "1.5 mm", "250 nm". UTF-8.
 std::string barText(double micrometres);
 
-/// Throws Failure exitUsage for a scale bar that has no room in a picture of this size.
+/// Throws Failure exitUsage for a scale bar or a circle that has no room in a picture of this size.
 void checkFits(const Overlay& overlay, const Size& picture);
+/// A sentence for the user when the texts are surely larger than a picture of this size, else nothing.
+std::string textsWithoutRoom(const Overlay& overlay, const Size& picture);
 
 }  // namespace vexcap::host

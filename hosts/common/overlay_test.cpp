@@ -65,7 +65,9 @@ TEST(Overlay, ABarIsItsLengthInPixels) {
 
 TEST(Overlay, ABarNeedsRoomBesideIt) {
     EXPECT_EQ(refusalOf(barOf(304, 0.5), {640, 480}), "");
-    EXPECT_NE(refusalOf(barOf(305, 0.5), {640, 480}).find("of 610 pixels has no room"), std::string::npos);
+    EXPECT_EQ(refusalOf(barOf(305, 0.5), {640, 480}),
+              "a scale bar of 305 \u00B5m has no room in a picture that is 640 pixels wide, which shows 320 \u00B5m");
+    EXPECT_NE(refusalOf(barOf(1e7, 0.5), {640, 480}).find("a scale bar of 10000 mm has no room"), std::string::npos);
     EXPECT_NE(refusalOf(barOf(0.4, 0.5), {640, 480}).find("shorter than a pixel"), std::string::npos);
     EXPECT_EQ(refusalOf(barOf(0.5, 0.5), {640, 480}), "");
     EXPECT_EQ(refusalOf(Overlay(), {640, 480}), "");
@@ -115,6 +117,31 @@ TEST(BarText, HasTheUnitThatSuitsIt) {
     EXPECT_EQ(barText(0.25), "250 nm");
     EXPECT_EQ(barText(0.07), "70 nm");
     EXPECT_EQ(barText(0.001), "1 nm");
+}
+
+TEST(Overlay, ACircleOutsideOfThePictureIsRefused) {
+    Overlay circle;
+    circle.geo.eMarkerGeo = VEX_MARKER_CIRCLE;
+    circle.geo.eMarkerGeox = 62;  // 396.8 pixels, where the corners are 400 away
+    EXPECT_EQ(refusalOf(circle, {640, 480}), "");
+    circle.geo.eMarkerGeox = 63;
+    EXPECT_NE(refusalOf(circle, {640, 480}).find("the circle has no room"), std::string::npos);
+    circle.geo.eMarkerxPos = 20;  // the corners on the left are farther away now
+    EXPECT_EQ(refusalOf(circle, {640, 480}), "");
+    circle.geo.eMarkerGeo = VEX_MARKER_CROSS;
+    circle.geo.eMarkerGeox = 100;
+    EXPECT_EQ(refusalOf(circle, {640, 480}), "");
+}
+
+TEST(Overlay, TextsThatAreLargerThanThePictureAreTold) {
+    Overlay overlay;
+    EXPECT_EQ(textsWithoutRoom(overlay, {8, 8}), "");
+    overlay.txt.Date = VEX_DATE_NUMERIC;
+    EXPECT_EQ(textsWithoutRoom(overlay, {640, 480}), "");
+    EXPECT_NE(textsWithoutRoom(overlay, {160, 120}).find("160x120"), std::string::npos);
+    overlay.txt.FontSize = 0;
+    EXPECT_EQ(textsWithoutRoom(overlay, {160, 120}), "");
+    EXPECT_NE(textsWithoutRoom(overlay, {160, 10}), "");
 }
 
 }  // namespace overlay_test

@@ -58,7 +58,11 @@ const vex_setting& findSetting(std::string_view name) {
     const std::string wanted = lowerCase(name) == "filenameformat" ? "filenamefomat" : lowerCase(name);
     for (const vex_setting& setting : allSettings())
         if (lowerCase(toUtf8(setting.name)) == wanted) return setting;
-    throw Failure(exitUsage, "there is no setting " + std::string(name) + "; \"vexcap settings\" lists them");
+    std::vector<std::string> names;
+    for (const vex_setting& setting : allSettings()) names.push_back(toUtf8(setting.name));
+    const std::string meant = closest(names, name);
+    throw Failure(exitUsage, "there is no setting " + std::string(name) +
+                                 (meant.empty() ? "; \"vexcap settings\" lists them" : "; did you mean " + meant + "?"));
 }
 
 void storeSetting(const vex_setting& setting, const SettingValue& value) {
@@ -87,6 +91,10 @@ SettingArgument parseSetting(std::string_view argument) {
     else
         parsed.value = readNumber(*parsed.setting, value);
     return parsed;
+}
+
+SettingValue standardValue(const vex_setting& setting) {
+    return isText(setting) ? SettingValue(std::string()) : SettingValue(numberOf(setting, setting.standard));
 }
 
 std::string limitsText(const vex_setting& setting) {

@@ -50,6 +50,9 @@ void storeSetting(const vex_setting& setting, const SettingValue& value);
 /// The setting of this name, as for parseSetting.
 const vex_setting& findSetting(std::string_view name);
 
+/// What a setting has when nothing is stored.
+SettingValue standardValue(const vex_setting& setting);
+
 /// "25 to 400", "at most 128 characters".
 std::string limitsText(const vex_setting& setting);
 /// The value as it is typed.

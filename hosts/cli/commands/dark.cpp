@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "hosts/cli/report/json.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/progress_view.h"
 #include "hosts/common/failure.h"
 #include "hosts/common/prepare.h"
@@ -53,7 +54,7 @@ std::string entryText(const DarkFolder::Entry& entry, bool json) {
 }
 
 void print(const std::vector<DarkFolder::Entry>& entries, bool json) {
-    for (const DarkFolder::Entry& entry : entries) std::printf("%s\n", entryText(entry, json).c_str());
+    for (const DarkFolder::Entry& entry : entries) printLine(entryText(entry, json));
 }
 
 /// Waits for Enter where somebody sits at a terminal.

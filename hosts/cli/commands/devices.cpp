@@ -5,12 +5,16 @@
 
 #include "hosts/cli/report/format_text.h"
 #include "hosts/cli/report/json.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/common/failure.h"
 #include "hosts/common/session.h"
+#include "hosts/common/text/text.h"
 
 namespace vexcap::cli {
 
 namespace {
+
+constexpr size_t kindWidth = 11, nameWidth = 32;
 
 /// Sizes that the device offers, each once; none when it cannot be opened now.
 std::vector<Size> sizesOf(Engine& engine, const Device& device) {
@@ -55,13 +59,17 @@ ExitCode listDevices(const Options& options) {
                 .Integer("index", static_cast<int64_t>(i))
                 .Text("kind", kindWord(device))
                 .Text("name", device.name)
-                .Text("identifier", device.identifier);
+                .Text("identifier", device.identifier)
+                .Flag("simulated", device.IsSimulated());
             if (options.sizes) object.Raw("sizes", "[" + joined(sizes, "[", ",", "]", ",") + "]");
-            std::printf("%s\n", object.Line().c_str());
+            printLine(object.Line());
         } else {
-            std::printf("%2zu  %-11s  %-32s  %s", i, kindWord(device), device.name.c_str(), device.identifier.c_str());
-            if (options.sizes) std::printf("  %s", joined(sizes, "", "x", "", " ").c_str());
-            std::printf("\n");
+            const std::string index = std::to_string(i);
+            const std::string kind = device.IsSimulated() ? "simulated" : kindWord(device);
+            std::string line = std::string(index.size() < 2, ' ') + index + "  " + padded(kind, kindWidth) + "  " +
+                               padded(device.name, nameWidth) + "  " + printable(device.identifier);
+            if (options.sizes) line += "  " + joined(sizes, "", "x", "", " ");
+            printLine(line);
         }
     }
     return exitDone;
@@ -72,7 +80,7 @@ ExitCode listFormats(const Options& options) {
     const Session session(engine, engine.Find(options.device), options.stills);
     const std::vector<Format> formats = options.stills ? session.StillFormats() : session.Formats();
     for (size_t i = 0; i < formats.size(); ++i)
-        std::printf("%s\n", (options.json ? formatJson(i, formats[i]) : formatLine(i, formats[i])).c_str());
+        printLine(options.json ? formatJson(i, formats[i]) : formatLine(i, formats[i]));
     return exitDone;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/play_text.h"
 #include "hosts/cli/report/progress_view.h"
 #include "hosts/common/failure.h"
@@ -94,14 +95,10 @@ PlayEnd follow(Session& session, const PlayedFile& file, const Options& options,
             const std::string line = playLine(progress);
             return kind == ProgressView::Kind::Terminal ? line.substr(0, static_cast<size_t>(columns)) : line;
         });
+        if (const std::string failure = outputFailure(); !failure.empty()) throw Failure(exitFailure, failure);
         if (news.asked) return PlayEnd::Asked;
         if (options.seconds && elapsed >= options.seconds) return PlayEnd::Limit;
     }
-}
-
-void print(const std::string& line) {
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout);
 }
 
 }  // namespace
@@ -115,7 +112,7 @@ ExitCode play(const Options& options, const Signals& signals) {
     Session session(engine, MediaFile{path});
     const PlayedFile file = fileOf(session, path);
     checkSeeks(file, options.seeks);
-    print(options.json ? fileJson(file) : fileLine(file));
+    printLine(options.json ? fileJson(file) : fileLine(file));
 
     bool goesOn = true;
     if (!options.seeks.empty()) vexcap_set_state(session.Context(), statePaused);
@@ -123,13 +120,13 @@ ExitCode play(const Options& options, const Signals& signals) {
         goesOn = goTo(session, file, seconds, signals);
         if (!goesOn) break;
         const double position = positionOf(session);
-        print(options.json ? seekJson(position) : seekLine(position));
+        printLine(options.json ? seekJson(position) : seekLine(position));
     }
     if (!options.seeks.empty() && goesOn) vexcap_set_state(session.Context(), stateRunning);
     uint32_t frames = session.Rate().total;
     const PlayEnd end = goesOn ? follow(session, file, options, signals, frames) : PlayEnd::Asked;
     if (end == PlayEnd::File && !frames) throw Failure(exitNoVideo, path + " has no picture that can be shown");
-    print(options.json ? endJson(file, end, frames) : endLine(file, end, frames));
+    printLine(options.json ? endJson(file, end, frames) : endLine(file, end, frames));
     return exitDone;
 }
 

@@ -1,8 +1,13 @@
 #include "hosts/cli/commands/record.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <thread>
 
 #include "hosts/cli/commands/abilities.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/progress.h"
 #include "hosts/cli/report/progress_view.h"
 #include "hosts/cli/report/summary.h"
@@ -22,6 +27,7 @@ namespace vexcap::cli {
 namespace {
 
 constexpr int roundMilliseconds = 100;
+constexpr int mostRounds = 15;     // in which a name that is made of the time becomes another one
 constexpr uint32_t aviDepth = 24;  // bits of a pixel in every AVI file of the library
 
 vex_recording_counts countsOf(const Session& session) {
@@ -63,19 +69,30 @@ std::string fileOf(const Options& options, const Device& device) {
     AutoName rules = options.autoName;
     if (rules.extension.empty()) rules.extension = device.IsCamera() ? ".ser" : ".avi";
     const auto taken = [&](const std::string& path) { return !options.overwrite && isTaken(path); };
-    const std::string path = firstFree([&] { return autoPath(rules); }, taken);
+    int rounds = mostRounds;
+    const auto wait = [&rounds] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(roundMilliseconds));
+        return --rounds > 0;
+    };
+    const std::string path = firstFree([&] { return autoPath(rules); }, taken, wait);
     checkOutputFile(path, options.overwrite);
     return path;
+}
+
+/// The limit of the library, which counts whole seconds; 0 where the program has to end the recording.
+int32_t wholeSeconds(const Options& options) {
+    return options.seconds == std::floor(options.seconds) ? static_cast<int32_t>(options.seconds) : 0;
 }
 
 void begin(const Session& session, const Options& options, bool besidePreview, const Codec& codec,
            const std::string& file) {
     vexcap_put_timelapse(session.Context(), static_cast<uint32_t>(options.timeLapse));
     const std::u16string path = toUtf16(file), compressor = toUtf16(codec.name);
-    const HRESULT result =
-        besidePreview ? vexcap_start_capture_astro(session.Context(), path.c_str(), options.seconds, options.frames)
-                      : vexcap_start_capture_avi(session.Context(), path.c_str(),
-                                                 compressor.empty() ? nullptr : compressor.c_str(), options.seconds);
+    const int32_t seconds = wholeSeconds(options);
+    const HRESULT result = besidePreview
+                               ? vexcap_start_capture_astro(session.Context(), path.c_str(), seconds, options.frames)
+                               : vexcap_start_capture_avi(session.Context(), path.c_str(),
+                                                          compressor.empty() ? nullptr : compressor.c_str(), seconds);
     if (result == E_INVALIDARG && !compressor.empty())
         throw Failure(exitUsage, codec.display + " cannot compress pictures of " + sizeText(session.PictureSize()));
     if (result < 0) throw Failure(exitFailure, "cannot record to " + file);
@@ -93,9 +110,12 @@ Ending follow(Session& session, const Options& options, bool besidePreview, cons
     ProgressView view(ProgressView::KindFor(options.json, options.quiet));
     RateMeter meter;
     StallWatch stall(session.StallSeconds());
+    const double ownLimit = wholeSeconds(options) ? 0 : options.seconds;
     for (;;) {
-        const News news = session.Wait(roundMilliseconds, signals);
-        const vex_recording_counts counts = countsOf(session);
+        vex_recording_counts counts = countsOf(session);
+        const double left = ownLimit ? ownLimit * 1000 - counts.elapsed : roundMilliseconds;
+        const News news = session.Wait(static_cast<int>(std::clamp<double>(left, 1, roundMilliseconds)), signals);
+        counts = countsOf(session);
         Progress progress = {.elapsed = counts.elapsed / 1000.0,
                              .frames = counts.kept,
                              .lost = counts.lost,
@@ -105,7 +125,7 @@ Ending follow(Session& session, const Options& options, bool besidePreview, cons
         meter.Measure(progress);
         view.Show(progress);
         if (counts.lastFailure == VEX_E_DISK_FULL) return Ending::DiskFull;
-        if (news.limit) return Ending::Limit;
+        if (news.limit || (ownLimit && counts.elapsed >= ownLimit * 1000)) return Ending::Limit;
         if (isLost(session, news, besidePreview)) return Ending::DeviceLost;
         if (!vexcap_fcapturing(session.Context())) return Ending::Limit;
         // The library looks at this limit beside the preview only.
@@ -133,6 +153,8 @@ ExitCode record(const Options& options, const Signals& signals) {
     Session session(engine, device);
     const std::string note = preparePicture(session, device, options.source, signals);
     applyOverlay(session, options.overlay, session.PictureSize());
+    if (const std::string cut = textsWithoutRoom(options.overlay, session.PictureSize()); !cut.empty())
+        std::fprintf(stderr, "vexcap: %s\n", cut.c_str());
 
     RecordingResult result;
     result.file = fileOf(options, device);
@@ -161,9 +183,9 @@ ExitCode record(const Options& options, const Signals& signals) {
     result.counts = countsOf(session);
 
     if (options.json) {
-        std::printf("%s\n", summaryJson(result).c_str());
+        writeLine(summaryJson(result));
     } else if (!options.quiet) {
-        std::printf("%s", summaryText(result).c_str());
+        writeLine(summaryText(result));
     } else if (exitCodeOf(result) != exitDone) {
         std::fprintf(stderr, "%s", summaryText(result).c_str());
     }

@@ -1,7 +1,6 @@
 #include "hosts/cli/commands/save_picture.h"
 
-#include <cstdio>
-
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/picture_result.h"
 #include "hosts/common/image/image_file.h"
 
@@ -24,9 +23,9 @@ ImageNotes notesOf(const Session& session, const Device& device, const Overlay& 
 void savePicture(const Image& image, const ImageNotes& notes, const Options& options) {
     saveFile(options.output, encodeImage(options.output, image, notes), options.overwrite);
     if (options.json) {
-        std::printf("%s\n", pictureJson(options.output, image, notes).c_str());
+        printLine(pictureJson(options.output, image, notes));
     } else if (!options.quiet) {
-        std::printf("%s\n", pictureLine(options.output, image).c_str());
+        printLine(pictureLine(options.output, image));
     }
 }
 

@@ -88,6 +88,8 @@ ExitCode snap(const Options& given, const Signals& signals) {
     if (!options.quiet && !note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
     const Size size = options.still ? chooseStill(session, device, *options.still) : session.PictureSize();
     applyOverlay(session, options.overlay, size);
+    if (const std::string cut = textsWithoutRoom(options.overlay, size); !cut.empty())
+        std::fprintf(stderr, "vexcap: %s\n", cut.c_str());
     const Image image = grab(session, device, options, size, signals);
     savePicture(image, notesOf(session, device, options.overlay), options);
     return exitDone;

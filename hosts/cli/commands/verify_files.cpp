@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "hosts/cli/report/json.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/verify_text.h"
 #include "hosts/cli/verify/verify.h"
 #include "hosts/common/failure.h"
@@ -22,17 +23,17 @@ FileReport read(const std::string& file) {
 ExitCode verifyFile(const std::string& file, bool json) {
     try {
         const FileReport report = read(file);
-        std::printf("%s", (json ? reportJson(file, report) + "\n" : reportText(file, report)).c_str());
+        printLine(json ? reportJson(file, report) : reportText(file, report));
         return exitCodeOf(report);
     } catch (const Failure& failure) {
-        std::fflush(stdout);  // what was told of the files before stands before this
+        if (!outputFailure().empty()) throw;
         std::fprintf(stderr, "vexcap: %s\n", failure.what());
         const JsonObject object = JsonObject()
                                       .Text("type", "error")
                                       .Text("file", file)
                                       .Text("text", failure.what())
                                       .Integer("exit", failure.code);
-        if (json) std::printf("%s\n", object.Line().c_str());
+        if (json) writeLine(object.Line());
         return failure.code;
     }
 }

@@ -44,8 +44,12 @@ ExitCode view(const Options& options, const Signals& signals) {
     const Size picture = session.PictureSize();
     const Size size = options.viewSize.value_or(picture);
     applyOverlay(session, options.overlay, picture, picture.width ? double(size.width) / picture.width : 1);
+    if (const std::string cut = textsWithoutRoom(options.overlay, size); !cut.empty())
+        std::fprintf(stderr, "vexcap: %s\n", cut.c_str());
     session.WaitForPicture(signals);
-    savePicture(paint(session, size), notesOf(session, device, options.overlay), options);
+    ImageNotes notes = notesOf(session, device, options.overlay);
+    if (notes.pixelSize) *notes.pixelSize *= double(picture.width) / size.width;
+    savePicture(paint(session, size), notes, options);
     return exitDone;
 }
 

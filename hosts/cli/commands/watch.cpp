@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "hosts/cli/report/json.h"
+#include "hosts/cli/report/output.h"
 #include "hosts/cli/report/progress.h"
 #include "hosts/common/failure.h"
 #include "hosts/common/prepare.h"
@@ -15,26 +16,24 @@ namespace {
 
 constexpr int roundMilliseconds = 50;
 
-void printLine(const Session& session, double elapsed, bool json) {
+void printSecond(const Session& session, double elapsed, bool json) {
     const FrameRate rate = session.Rate();
     const Size size = session.PictureSize();
     const uint32_t dropped = session.LostFrames();
     if (json) {
-        const std::string line = JsonObject()
-                                     .Text("type", "watch")
-                                     .Real("seconds", elapsed)
-                                     .Real("framesPerSecond", rate.perSecond)
-                                     .Integer("frames", rate.total)
-                                     .Integer("dropped", dropped)
-                                     .Integer("width", size.width)
-                                     .Integer("height", size.height)
-                                     .Line();
-        std::printf("%s\n", line.c_str());
-    } else {
-        std::printf("%s  %s fps, %u frames, %u dropped, %ux%u\n", formatTime(elapsed).c_str(),
-                    formatReal(rate.perSecond).c_str(), rate.total, dropped, size.width, size.height);
+        printLine(JsonObject()
+                      .Text("type", "watch")
+                      .Real("seconds", elapsed)
+                      .Real("framesPerSecond", rate.perSecond)
+                      .Integer("frames", rate.total)
+                      .Integer("dropped", dropped)
+                      .Integer("width", size.width)
+                      .Integer("height", size.height)
+                      .Line());
+        return;
     }
-    std::fflush(stdout);
+    printLine(formatTime(elapsed) + "  " + formatReal(rate.perSecond) + " fps, " + std::to_string(rate.total) +
+              " frames, " + std::to_string(dropped) + " dropped, " + sizeText(size));
 }
 
 }  // namespace
@@ -59,7 +58,7 @@ ExitCode watch(const Options& options, const Signals& signals) {
         if (stall.Stalled(session.Rate().total, steadySeconds()))
             throw Failure(exitDeviceLost, what + " sends no frames any more");
         if (elapsed >= second) {
-            printLine(session, elapsed, options.json);
+            printSecond(session, elapsed, options.json);
             while (second <= elapsed) ++second;
         }
         if (news.asked || (options.seconds && elapsed >= options.seconds)) return exitDone;

@@ -1,15 +1,18 @@
 #include "hosts/cli/options/options.h"
 
+#include <algorithm>
 #include <array>
-#include <charconv>
 #include <regex>
+#include <span>
 #include <sstream>
 
 #include "hosts/cli/options/overlay_options.h"
 #include "hosts/cli/options/parts.h"
 #include "hosts/cli/options/snap_options.h"
 #include "hosts/common/files/output_file.h"
+#include "hosts/common/text/numbers.h"
 #include "hosts/common/text/text.h"
+#include "hosts/common/text/version_text.h"
 
 namespace vexcap::cli {
 
@@ -30,7 +33,7 @@ constexpr char exitCodes[] =
     "    6  recorded to the end, but frames are missing\n"
     "    7  a verified file is damaged or cut short\n"
     "    8  no video in the file that could be played\n"
-    "    9  what compresses and plays video is not installed\n"
+    "    9  what compresses and plays video, or draws texts, is not installed\n"
     "  130  aborted";
 
 /// Words that stand for VEX_NAME_... and VEX_FOLDERS_..., which count from 0.
@@ -68,13 +71,6 @@ std::string checkExpression(const std::string& text) {
     return {};
 }
 
-std::string checkPosition(const std::string& text) {
-    double seconds = 0;
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    const bool number = failure == std::errc() && end == text.data() + text.size() && seconds >= 0;
-    return number && seconds <= mostSeconds ? std::string() : text + ": a position is a number of seconds";
-}
-
 CLI::Option* addFilePath(CLI::App& command, Options& options, const char* help) {
     return command.add_option("file", options.files, help)
         ->type_name("FILE")
@@ -84,9 +80,12 @@ CLI::Option* addFilePath(CLI::App& command, Options& options, const char* help) 
 }
 
 void addSeconds(CLI::App& command, Options& options) {
-    command.add_option("-s,--seconds", options.seconds, "End after this time")
-        ->type_name("N")
-        ->check(between(1, mostInt));
+    addText(command, "-s,--seconds", "TIME", "End after this time, in seconds or as 500ms, 10min",
+            "a time in seconds, or with a unit as 500ms or 10min, above 0", [&options](const std::string& text) {
+                const double seconds = parseTime(text, 1).value_or(0);
+                options.seconds = seconds;
+                return seconds > 0 && seconds <= mostInt;
+            });
 }
 
 /// What belongs to AVI files alone makes one of a file that names itself.
@@ -149,26 +148,18 @@ void addRecord(CLI::App& command, Options& options) {
     addDevice(command, options);
     addFile(command, options);
     addSeconds(command, options);
-    command.add_option("-n,--frames", options.frames, "End after this many frames")
-        ->type_name("N")
-        ->check(between(1, mostInt));
-    command.add_option("--time-lapse", options.timeLapse, "Keep one frame in so many")
-        ->type_name("N")
-        ->check(between(1, mostInt));
+    addWhole(command, "-n,--frames", "N", "End after this many frames", 1, mostInt, options.frames);
+    addWhole(command, "--time-lapse", "N", "Keep one frame in so many", 1, mostInt, options.timeLapse);
     CLI::Option* const codec =
         command.add_option("--codec", options.codec, "Compressor for an AVI file, see \"vexcap codecs\"")
             ->type_name("NAME")
             ->check([](const std::string& name) { return name.empty() ? "no name" : checkPath(name); });
-    command
-        .add_option("--quality", options.quality, "Quality of the compressor, 1 to 100, instead of the remembered one")
-        ->type_name("PERCENT")
-        ->needs(codec)
-        ->check(between(1, 100));
+    addWhole(command, "--quality", "PERCENT", "Quality of the compressor, 1 to 100, instead of the remembered one", 1,
+             100, options.quality)
+        ->needs(codec);
     addFormat(command, options);
     addCamera(command, options);
-    command.add_option("--fps", options.source.camera.frameRate, "Frames a second at most")
-        ->type_name("N")
-        ->check(between(1, mostInt));
+    addWhole(command, "--fps", "N", "Frames a second at most", 1, mostInt, options.source.camera.frameRate);
     addPicture(command, options);
     command.add_flag("-q,--quiet", options.quiet, "No progress, and a summary only when something went wrong");
     addOverlay(command, options.overlay);
@@ -192,9 +183,8 @@ void addDark(CLI::App& command, Options& options) {
     };
     CLI::App& capture = action("capture", "Take the mean of dark frames, and keep it", DarkAction::Capture);
     addFormat(capture, options);
-    capture.add_option("-n,--frames", options.frames, "Frames of which the mean is taken, 50 if not given")
-        ->type_name("N")
-        ->check(between(1, mostDarkFrames));
+    addWhole(capture, "-n,--frames", "N", "Frames of which the mean is taken, 50 if not given", 1, mostDarkFrames,
+             options.frames);
     CLI::App& import = action("import", "Keep a bitmap as dark frame", DarkAction::Import);
     addFilePath(import, options, "Windows bitmap of 24 bits a pixel, as large as the picture");
     addFormat(import, options);
@@ -214,14 +204,45 @@ void addDark(CLI::App& command, Options& options) {
 void addPlay(CLI::App& command, Options& options) {
     addFilePath(command, options, "File to play");
     command
-        .add_option("--seek", options.seeks, "Go to this second and show its picture first; may be given repeatedly")
+        .add_option_function<std::vector<std::string>>(
+            "--seek",
+            [&options](const std::vector<std::string>& positions) {
+                for (const std::string& text : positions) {
+                    const auto seconds = parseTime(text, 1);
+                    if (!seconds || *seconds > mostSeconds)
+                        throw CLI::ValidationError("--seek", text + ": a position is a number of seconds");
+                    options.seeks.push_back(*seconds);
+                }
+            },
+            "Go to this second and show its picture first; may be given repeatedly")
         ->type_name("SECONDS")
         ->take_all()
-        ->expected(1)
-        ->check(checkPosition);
+        ->expected(1);
     addSeconds(command, options);
     addJson(command, options);
     command.footer(exitCodes);
+}
+
+/// "vexcap dark show": the command that was read when a mistake was found.
+std::string commandOf(const CLI::App& app) {
+    const std::vector<CLI::App*> read = app.get_subcommands();
+    return read.empty() ? app.get_name() : app.get_name() + " " + commandOf(*read.front());
+}
+
+/// Refuses a word that stands where a command has to, and is none; proposes the one that was meant.
+void checkCommand(const CLI::App& app, std::span<const std::string> words) {
+    if (words.empty() || words.front().starts_with('-')) return;
+    std::vector<std::string> commands;
+    for (const CLI::App* const command : app.get_subcommands({})) {
+        if (command->get_name() == words.front()) {
+            if (command->get_require_subcommand_min()) checkCommand(*command, words.subspan(1));
+            return;
+        }
+        commands.push_back(command->get_name());
+    }
+    const std::string meant = closest(commands, words.front());
+    throw CLI::ParseError("there is no command " + words.front() + (meant.empty() ? "" : "; did you mean " + meant + "?"),
+                          exitUsage);
 }
 
 }  // namespace
@@ -229,7 +250,10 @@ void addPlay(CLI::App& command, Options& options) {
 ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     Options options;
     CLI::App app("Recording and preview of telescope and microscope cameras, and of video input devices.", "vexcap");
-    app.set_version_flag("--version", "vexcap " VEXCAP_VERSION);
+    app.set_version_flag("-v,--version", [] { return versionText(); });
+    app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+        return std::string(error.what()) + "\nSee \"" + commandOf(*failed) + " --help\".\n";
+    });
     app.require_subcommand(1);
     app.footer(exitCodes);
 
@@ -244,6 +268,7 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     formats.add_flag("--stills", options.stills, "List the sizes of its stills instead");
     addCommon(formats, options);
     CLI::App& codecs = *app.add_subcommand("codecs", "List the compressors for AVI files");
+    codecs.add_flag("--long", options.longNames, "With the names that the library and the setting AviCodec know");
     addJson(codecs, options);
     codecs.footer(exitCodes);
     CLI::App& record = *app.add_subcommand("record", "Record a camera's raw frames as SER, or pictures as AVI");
@@ -272,17 +297,31 @@ ParsedCommandLine parseCommandLine(int count, const char* const* arguments) {
     addJson(verify, options);
     verify.footer(exitCodes);
     CLI::App& settings = *app.add_subcommand("settings", "List, read and store the settings that are remembered");
-    settings.add_option("settings", options.settings, "Prints a setting, or stores its value")
+    settings.add_option("settings", options.settings, "Prints a setting, or stores its value; NAME= empties a text")
         ->type_name("NAME[=VALUE]");
+    settings.add_option("--default", options.defaults, "Gives a setting its standard value again")
+        ->type_name("NAME")
+        ->take_all()
+        ->expected(1);
     addSettingsDirectory(settings, options);
     addJson(settings, options);
 
     try {
-        app.parse(count, arguments);
+        std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
+        // "help record" is "record --help".
+        if (!words.empty() && words.front() == "help") {
+            std::rotate(words.begin(), words.begin() + 1, words.end());
+            words.back() = "--help";
+        }
+        checkCommand(app, words);
+        std::reverse(words.begin(), words.end());  // as CLI11 takes them
+        app.parse(words);
     } catch (const CLI::ParseError& error) {
         std::ostringstream out, err;
-        if (app.exit(error, out, err) == 0) return {std::nullopt, out.str(), exitDone};
-        return {std::nullopt, "vexcap: " + err.str(), exitUsage};
+        const bool asked = app.exit(error, out, err) == 0;
+        std::string text = asked ? out.str() : err.str();
+        text.erase(text.find_last_not_of('\n') + 1);
+        return {std::nullopt, text, asked ? exitDone : exitUsage};
     }
     if (options.engine.gige == noValue) options.engine.gige = "1";
     const std::pair<const CLI::App*, Command> commands[] = {

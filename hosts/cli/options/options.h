@@ -31,7 +31,7 @@ struct Options {
     std::string match;   ///< devices: regular expression for video input devices, UTF-8; empty for all.
 
     std::string device;     ///< Index, name or identifier; empty for the only one.
-    int32_t seconds = 0;    ///< play, record, watch: time limit, 0 for none.
+    double seconds = 0;     ///< play, record, watch: time limit, 0 for none.
     SourceSettings source;  ///< dark (format alone), record, snap, view.
     bool stills = false;    ///< formats: those of stills.
 
@@ -56,12 +56,14 @@ struct Options {
     std::vector<double> seeks;          ///< play: seconds to go to, one after the other.
     std::vector<std::string> files;     ///< dark, play: one. verify.
     std::vector<std::string> settings;  ///< settings: each NAME or NAME=VALUE.
+    std::vector<std::string> defaults;  ///< settings: names of those that become standard again.
+    bool longNames = false;             ///< codecs.
 };
 
 /// Either the options, or a text for the user and the exit status.
 struct ParsedCommandLine {
     std::optional<Options> options;
-    std::string text;          ///< With its final line break.
+    std::string text;          ///< Without a final line break.
     ExitCode code = exitDone;  ///< exitDone: the text was asked for and belongs to the standard output.
 };
 

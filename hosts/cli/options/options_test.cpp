@@ -67,7 +67,8 @@ TEST(Options, MistakesAreUsageErrors) {
     refusal({"devices", "--unknown"});
     refusal({"watch", "-d", "0", "--seconds", "0"});
     refusal({"watch", "-d", ""});
-    for (const char* wrong : {"0", "-1", "abc", "5000000000", "1.5"})
+    for (const char* name : {"--frames", "--fps"}) refusal({"record", "-d", "0", "-o", "a.ser", name, "1.5"});
+    for (const char* wrong : {"0", "-1", "abc", "5000000000"})
         for (const char* name : {"--seconds", "--frames", "--exposure", "--fps"})
             refusal({"record", "-d", "0", "-o", "a.ser", name, wrong});
     refusal({"record", "-d", "0", "-o", "a.ser", "--depth", "7"});
@@ -340,7 +341,11 @@ TEST(Options, HelpAndVersionBelongToTheStandardOutput) {
         EXPECT_EQ(result.code, exitDone);
         EXPECT_FALSE(result.text.empty());
     }
-    EXPECT_EQ(parse({"--version"}).text, "vexcap " VEXCAP_VERSION "\n");
+    for (const char* option : {"-v", "--version"}) {
+        const std::string version = parse({option}).text;
+        EXPECT_TRUE(version.starts_with("vexcap " VEXCAP_VERSION "\n")) << version;
+        EXPECT_NE(version.find("\nlibpng "), std::string::npos);
+    }
     for (const char* word : {"130  aborted", "5  disk full", "6  recorded", "7  a verified file is damaged",
                              "8  no video", "9  what compresses"}) {
         EXPECT_NE(parse({"--help"}).text.find(word), std::string::npos) << word;
@@ -353,6 +358,72 @@ TEST(Region, TakesFourEvenNumbersOnly) {
     for (const char* wrong : {"", "1,0,64,32", "0,0,64,33", "0,0,64", "0,0,64,32,", "0,0,64,32,2", "0;0;64;32",
                               "0, 0,64,32", "-2,0,64,32", ",,,", "0,0,,32", "0,0,99999999999,32", "0,0,64,32x"})
         EXPECT_FALSE(parseRegion(wrong)) << wrong;
+}
+
+TEST(Options, AWrongCommandIsNamedAndTheOneThatWasMeantProposed) {
+    EXPECT_EQ(refusal({"recrod", "-d", "0"}),
+              "there is no command recrod; did you mean record?\nSee \"vexcap --help\".");
+    EXPECT_EQ(refusal({"dark", "exprot"}), "there is no command exprot; did you mean export?\nSee \"vexcap --help\".");
+    EXPECT_EQ(refusal({"stroll"}), "there is no command stroll\nSee \"vexcap --help\".");
+}
+
+TEST(Options, HelpIsACommandToo) {
+    EXPECT_EQ(parse({"help"}).text, parse({"--help"}).text);
+    EXPECT_EQ(parse({"help", "record"}).text, parse({"record", "--help"}).text);
+    EXPECT_EQ(parse({"help", "dark", "capture"}).text, parse({"dark", "capture", "--help"}).text);
+}
+
+TEST(Options, ARefusalNamesTheHelpOfItsCommand) {
+    EXPECT_NE(refusal({"watch"}).find("\nSee \"vexcap watch --help\"."), std::string::npos);
+    EXPECT_NE(refusal({"dark", "import"}).find("\nSee \"vexcap dark import --help\"."), std::string::npos);
+}
+
+TEST(Options, TimesHaveFractionsAndUnits) {
+    const std::pair<const char*, double> seconds[] = {
+        {"1.5", 1.5}, {"010", 10}, {"500ms", 0.5}, {"2min", 120}, {"1h", 3600}};
+    for (const auto& [text, value] : seconds) {
+        EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser", "--seconds", text}).seconds, value) << text;
+        EXPECT_EQ(parsed({"watch", "-d", "0", "--seconds", text}).seconds, value) << text;
+        EXPECT_EQ(parsed({"play", "a.avi", "--seconds", text}).seconds, value) << text;
+    }
+    const std::pair<const char*, int32_t> exposures[] = {{"5000", 5000},    {"0100", 100}, {"5ms", 5000},
+                                                         {"0.02s", 20'000}, {"32us", 32},  {"2min", 120'000'000}};
+    for (const auto& [text, value] : exposures)
+        EXPECT_EQ(parsed({"snap", "-d", "0", "-o", "a.png", "--exposure", text}).source.camera.exposure, value) << text;
+    for (const char* wrong : {"0", "0.4us", "1h", "x", "5m", "-1ms", ""})
+        refusal({"snap", "-d", "0", "-o", "a.png", "--exposure", wrong});
+}
+
+TEST(Options, WholeNumbersAreDecimal) {
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser", "--frames", "010"}).frames, 10);
+    EXPECT_EQ(parsed({"record", "-d", "0", "-o", "a.ser", "--gain", "0100"}).source.camera.gain, 100);
+    EXPECT_NE(
+        refusal({"record", "-d", "0", "-o", "a.ser", "--fps", "29.97"}).find("--fps: 29.97: a whole number from 1 on"),
+        std::string::npos);
+    EXPECT_NE(refusal({"record", "-d", "0", "-o", "a.ser", "--depth", "17"}).find("a whole number from 8 to 16"),
+              std::string::npos);
+    for (const char* wrong : {"0x10", "1e2", "+5", " 5", "5 ", ""})
+        refusal({"record", "-d", "0", "-o", "a.ser", "--frames", wrong});
+}
+
+TEST(Options, ColoursAndGreyAreSpelledBothWays) {
+    EXPECT_TRUE(parsed({"record", "-d", "0", "-o", "a.avi", "--gray"}).source.picture.grey);
+    const Options drawn = parsed(
+        {"snap", "-d", "0", "-o", "a.png", "--text-color", "gray", "--marker", "cross", "--marker-color", "00ff00"});
+    EXPECT_EQ(drawn.overlay.txt.DateColor, 0x808080u);
+    EXPECT_EQ(drawn.overlay.geo.eMarkerGeoColor, 0x00FF00u);
+}
+
+TEST(Options, NetworkCamerasAreLookedForAtAddresses) {
+    EXPECT_EQ(parsed({"devices", "--gige"}).engine.gige, "1");
+    EXPECT_EQ(parsed({"devices", "--gige=192.168.1.20,10.0.0.1"}).engine.gige, "192.168.1.20,10.0.0.1");
+    for (const char* wrong : {"--gige=999.1.1.1", "--gige=localhost", "--gige=10.0.0.1,", "--gige=,"})
+        EXPECT_NE(refusal({"devices", wrong}).find("is no address"), std::string::npos) << wrong;
+}
+
+TEST(Options, SettingsBecomeStandardAgain) {
+    EXPECT_EQ(parsed({"settings", "--default", "TimeLimit", "--default", "DirSub"}).defaults,
+              (std::vector<std::string>{"TimeLimit", "DirSub"}));
 }
 
 }  // namespace options_test

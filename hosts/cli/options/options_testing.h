@@ -26,7 +26,7 @@ inline std::string refusal(const std::vector<const char*>& arguments) {
     const ParsedCommandLine result = parse(arguments);
     EXPECT_FALSE(result.options);
     EXPECT_EQ(result.code, exitUsage);
-    EXPECT_TRUE(result.text.starts_with("vexcap: ")) << result.text;
+    EXPECT_NE(result.text.find("\nSee \"vexcap"), std::string::npos) << result.text;
     return result.text;
 }
 

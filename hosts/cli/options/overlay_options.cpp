@@ -31,18 +31,9 @@ constexpr std::array plates = {"none", "black", "white"};
 
 using Take = std::function<bool(const std::string& text)>;
 
-/// An option whose text `take` reads; where it cannot, `wrong` tells the user what it is.
-CLI::Option* addText(CLI::App& command, const char* name, const char* type, const char* help, const std::string& wrong,
-                     const Take& take) {
-    return command
-        .add_option_function<std::string>(
-            name,
-            [name, wrong, take](const std::string& text) {
-                if (!take(text)) throw CLI::ValidationError(name, text + ": " + wrong);
-            },
-            help)
-        ->type_name(type)
-        ->group(group);
+CLI::Option* addDrawn(CLI::App& command, const char* name, const char* type, const char* help, const std::string& wrong,
+                      const Take& take) {
+    return addText(command, name, type, help, wrong, take)->group(group);
 }
 
 CLI::Option* addWord(CLI::App& command, const char* name, Words words, int32_t first, int32_t& value,
@@ -66,10 +57,7 @@ CLI::Option* addWord(CLI::App& command, const char* name, Words words, int32_t f
 }
 
 void addNumber(CLI::App& command, const char* name, int32_t& value, int32_t most, const char* help) {
-    command.add_option(name, value, help)
-        ->type_name("0-" + std::to_string(most))
-        ->check(between(0, most))
-        ->group(group);
+    addWhole(command, name, ("0-" + std::to_string(most)).c_str(), help, 0, most, value)->group(group);
 }
 
 bool takeReal(const std::string& text, double least, double most, double& value) {
@@ -110,7 +98,7 @@ void addDate(CLI::App& command, Overlay& overlay) {
         overlay.txt.Date = number.value_or(VEX_DATE_NONE);
         return overlay.txt.Date != VEX_DATE_NONE;
     };
-    addText(command, "--date", "[numeric|short|long]", "Date and time, in numbers or as the user's locale writes it",
+    addDrawn(command, "--date", "[numeric|short|long]", "Date and time, in numbers or as the user's locale writes it",
             "one of numeric|short|long", take)
         ->expected(0, 1);
 }
@@ -126,7 +114,7 @@ void addTexts(CLI::App& command, Overlay& overlay) {
     addWord(command, "--font-weight", weights, 0, txt.FontWeight, "Weight of the texts");
     addWord(command, "--plate", plates, 0, txt.eBackground, "Plate behind the texts");
     addNumber(command, "--bar-size", txt.ScaleSize, 6, "Thickness of the scale bar");
-    addText(command, "--text-colour", "COLOUR", "Colour of texts and scale bar", noColour(), [&txt](const auto& text) {
+    addDrawn(command, "--text-colour,--text-color", "COLOUR", "Colour of texts and scale bar", noColour(), [&txt](const auto& text) {
         const auto colour = parseColour(text);
         if (colour) txt.ScaleColor = txt.DateColor = txt.ContrastColor = *colour;
         return colour.has_value();
@@ -135,7 +123,7 @@ void addTexts(CLI::App& command, Overlay& overlay) {
 
 void addBar(CLI::App& command, Overlay& overlay) {
     CLI::Option* const pixelSize =
-        addText(command, "--pixel-size", "UM", "Micrometres that a pixel of the picture shows",
+        addDrawn(command, "--pixel-size", "UM", "Micrometres that a pixel of the picture shows",
                 "a number of micrometres from 0.001 to 1000000", [&overlay](const auto& text) {
                     double value = 0;
                     if (!takeReal(text, leastPixelSize, mostPixelSize, value)) return false;
@@ -144,13 +132,13 @@ void addBar(CLI::App& command, Overlay& overlay) {
                 });
     // Without anything to draw it is told in the picture's file.
     pixelSize->group("Options");
-    CLI::Option* const bar = addText(command, "--scale-bar", "UM", "Scale bar of so many micrometres",
+    CLI::Option* const bar = addDrawn(command, "--scale-bar", "UM", "Scale bar of so many micrometres",
                                      "a number of micrometres from 0.001 to 100000000", [&overlay](const auto& text) {
                                          overlay.txt.Scale = 1;
                                          return takeReal(text, leastBar, mostBar, overlay.barLength);
                                      });
     bar->needs(pixelSize);
-    addText(command, "--power", "TEXT", "Text below the scale bar", "one line of at most 100 characters",
+    addDrawn(command, "--power", "TEXT", "Text below the scale bar", "one line of at most 100 characters",
             [&overlay](const std::string& text) {
                 overlay.txt.ScaleWithPower = 1;
                 overlay.power = text;
@@ -165,7 +153,7 @@ void addMarker(CLI::App& command, Overlay& overlay) {
     CLI::Option* const marker =
         addWord(command, "--marker", markers, VEX_MARKER_CROSS, geo.eMarkerGeo, "Geometric marker");
     const auto add = [&](const char* name, const char* type, const char* help, const std::string& wrong,
-                         const Take& take) { addText(command, name, type, help, wrong, take)->needs(marker); };
+                         const Take& take) { addDrawn(command, name, type, help, wrong, take)->needs(marker); };
     add("--marker-size", "W[,H]", "Its size in percent of the picture's; radius of a circle", percents,
         [&geo](const auto& text) { return takeShape(text, geo.eMarkerGeox, geo.eMarkerGeoy); });
     add("--marker-size2", "W[,H]", "The same for the shape around a cross", percents,
@@ -175,7 +163,7 @@ void addMarker(CLI::App& command, Overlay& overlay) {
     add("--marker-offset", "X,Y", "Moves it from the centre, in percent of the picture's size",
         "two whole percents from -50 to 50",
         [&geo](const auto& text) { return takePlace(text, 50, geo.eMarkerxPos, geo.eMarkeryPos); });
-    add("--marker-colour", "COLOUR", "Its colour", noColour(), [&geo](const auto& text) {
+    add("--marker-colour,--marker-color", "COLOUR", "Its colour", noColour(), [&geo](const auto& text) {
         const auto colour = parseColour(text);
         geo.eMarkerGeoColor = colour.value_or(0);
         return colour.has_value();
@@ -190,20 +178,19 @@ void addMarker(CLI::App& command, Overlay& overlay) {
 
 void addWatermark(CLI::App& command, Overlay& overlay) {
     Watermark& mark = overlay.watermark;
-    CLI::Option* const file = addText(command, "--watermark", "FILE.png", "Lays a picture over it", "no path",
+    CLI::Option* const file = addDrawn(command, "--watermark", "FILE.png", "Lays a picture over it", "no path",
                                       [&mark](const std::string& path) {
                                           mark.file = path;
                                           return !path.empty() && checkPath(path).empty();
                                       });
-    command.add_option("--alpha", mark.transparency, "Its transparency; 0 shows it alone, which is the usual one")
-        ->type_name("PERCENT")
+    addWhole(command, "--alpha", "PERCENT", "Its transparency; 0 shows it alone, which is the usual one", 0, 100,
+             mark.transparency)
         ->needs(file)
-        ->check(between(0, 100))
         ->group(group);
-    addText(command, "--offset", "X,Y", "Moves it from the top left, in pixels", "two whole numbers of pixels",
+    addDrawn(command, "--offset", "X,Y", "Moves it from the top left, in pixels", "two whole numbers of pixels",
             [&mark](const auto& text) { return takePlace(text, farthest, mark.x, mark.y); })
         ->needs(file);
-    addText(command, "--rotate", "DEGREES", "Turns it clockwise", "degrees from 0 to 360", [&mark](const auto& text) {
+    addDrawn(command, "--rotate", "DEGREES", "Turns it clockwise", "degrees from 0 to 360", [&mark](const auto& text) {
         return takeAngle(text, mark.angle);
     })->needs(file);
 }

@@ -1,8 +1,11 @@
 #include "hosts/cli/options/parts.h"
 
-#include <limits>
+#include <arpa/inet.h>
+
+#include <cmath>
 #include <sstream>
 
+#include "hosts/common/text/numbers.h"
 #include "hosts/common/text/text.h"
 
 namespace vexcap::cli {
@@ -19,9 +22,46 @@ std::string checkRegion(const std::string& text) {
     return parseRegion(text) ? std::string() : text + ": a region is X,Y,WIDTH,HEIGHT in even numbers of pixels";
 }
 
+/// Those of IPv4; nothing looks a name up.
+std::string checkAddresses(const std::string& list) {
+    if (list == noValue || list == "1") return {};
+    std::istringstream in(list + ",");
+    for (std::string one; std::getline(in, one, ',');) {
+        in_addr address = {};
+        if (inet_pton(AF_INET, one.c_str(), &address) != 1)
+            return "\"" + one + "\" is no address as 192.168.1.20, and no list of them";
+    }
+    return {};
+}
+
 }  // namespace
 
-CLI::Validator between(int32_t least, int32_t most) { return CLI::Range(least, most).description(""); }
+CLI::Option* addText(CLI::App& command, const char* name, const char* type, const char* help, const std::string& wrong,
+                     const std::function<bool(const std::string& text)>& take) {
+    const std::string names = name;
+    const std::string shown = names.substr(names.find("--"), names.find(',', names.find("--")) - names.find("--"));
+    return command
+        .add_option_function<std::string>(
+            name,
+            [shown, wrong, take](const std::string& text) {
+                if (!take(text)) throw CLI::ValidationError(shown, text + ": " + wrong);
+            },
+            help)
+        ->type_name(type);
+}
+
+CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, const char* help, int32_t least,
+                      int32_t most, const std::function<void(int32_t value)>& take) {
+    const std::string wrong = "a whole number " + (most == mostInt
+                                                       ? "from " + std::to_string(least) + " on"
+                                                       : "from " + std::to_string(least) + " to " + std::to_string(most));
+    return addText(command, name, type, help, wrong, [least, most, take](const std::string& text) {
+        const auto number = parseNumber(text);
+        if (!number || *number < static_cast<uint32_t>(least) || *number > static_cast<uint32_t>(most)) return false;
+        take(static_cast<int32_t>(*number));
+        return true;
+    });
+}
 
 std::string checkPath(const std::string& path) {
     if (!isUtf8(path)) return "the name is not valid UTF-8";
@@ -57,7 +97,8 @@ void addSettingsDirectory(CLI::App& command, Options& options) {
 
 void addCommon(CLI::App& command, Options& options) {
     command.add_flag("--gige", options.engine.gige,
-                     "Look for GigE Vision cameras in the network; --gige=ADDRESS,... asks these addresses only");
+                     "Look for GigE Vision cameras in the network; --gige=ADDRESS,... asks these addresses only")
+        ->check(checkAddresses);
     command.add_option("--library", options.engine.library, "Camera library")->type_name("PATH")->capture_default_str();
     command.add_option("--library-prefix", options.engine.prefix, "Prefix of its exported names")
         ->type_name("NAME")
@@ -91,14 +132,17 @@ void addOverwrite(CLI::App& command, Options& options) {
 }
 
 void addCamera(CLI::App& command, Options& options) {
-    const auto setting = [&command](const char* name, std::optional<int32_t>& value, const char* type, int32_t least,
-                                    int32_t most, const char* help) {
-        command.add_option(name, value, help)->type_name(type)->check(between(least, most));
-    };
-    setting("--exposure", options.source.camera.exposure, "MICROSECONDS", 1, mostInt, "Exposure time");
-    setting("--gain", options.source.camera.gain, "PERCENT", 1, mostInt, "Gain, 100 for none");
-    setting("--depth", options.source.camera.depth, "BITS", 8, 16, "Bits of a sample, 8 to 16");
-    setting("--binning", options.source.camera.binning, "N", 1, 15, "Factor by which both sides shrink");
+    CameraSettings& camera = options.source.camera;
+    addText(command, "--exposure", "TIME", "Exposure time in microseconds, or as 20ms, 1.5s",
+            "a time in microseconds, or with a unit as 20ms or 1.5s, from 1 microsecond on", [&camera](const auto& text) {
+                const double microseconds = std::round(parseTime(text, 1e-6).value_or(0) * 1e6);
+                if (microseconds < 1 || microseconds > mostInt) return false;
+                camera.exposure = static_cast<int32_t>(microseconds);
+                return true;
+            });
+    addWhole(command, "--gain", "PERCENT", "Gain, 100 for none", 1, mostInt, camera.gain);
+    addWhole(command, "--depth", "BITS", "Bits of a sample, 8 to 16", 8, 16, camera.depth);
+    addWhole(command, "--binning", "N", "Factor by which both sides shrink", 1, 15, camera.binning);
     command
         .add_option_function<std::string>(
             "--roi", [&options](const std::string& text) { options.source.camera.region = parseRegion(text); },
@@ -119,7 +163,7 @@ void addPicture(CLI::App& command, Options& options) {
             "Mirror the picture of a video input device")
         ->type_name("horizontal|vertical|both")
         ->check(CLI::IsMember({"horizontal", "vertical", "both"}).description(""));
-    command.add_flag("--grey", picture.grey, "Take the colours from it");
+    command.add_flag("--grey,--gray", picture.grey, "Take the colours from it");
     command.add_flag("--negative", picture.negative, "Turn its brightness round");
     command.add_option("--dark", picture.dark, "Dark frame for it, instead of the one that is kept")
         ->type_name("FILE.bmp")

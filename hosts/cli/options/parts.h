@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -17,8 +18,19 @@ constexpr int32_t mostInt = std::numeric_limits<int32_t>::max();
 
 constexpr std::string_view noValue = "true";  ///< What CLI11 gives for an option without its optional value.
 
-/// Without its own text in the help, where a type and two large numbers tell less than the option's name.
-CLI::Validator between(int32_t least, int32_t most);
+/// An option with a whole decimal number; zeros in front change nothing.
+CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, const char* help, int32_t least,
+                      int32_t most, const std::function<void(int32_t value)>& take);
+/// The same into a variable, which may be an optional one.
+template <typename Value>
+CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, const char* help, int32_t least,
+                      int32_t most, Value& value) {
+    return addWhole(command, name, type, help, least, most,
+                    [&value](int32_t number) { value = number; });
+}
+/// An option with a text that `take` reads; where it cannot, `wrong` says what it has to be.
+CLI::Option* addText(CLI::App& command, const char* name, const char* type, const char* help, const std::string& wrong,
+                     const std::function<bool(const std::string& text)>& take);
 
 /// Checks give an empty text, or what is wrong.
 std::string checkPath(const std::string& path);

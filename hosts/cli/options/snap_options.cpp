@@ -44,12 +44,8 @@ void checkSnap(const CLI::App& command, Options& options) {
 
 void addSnap(CLI::App& command, Options& options) {
     addPictureCommand(command, options, "-o,--output");
-    command
-        .add_option_function<uint32_t>(
-            "--still", [&options](uint32_t index) { options.still = index; },
-            "Take a still of this size, see \"vexcap formats --stills\"")
-        ->type_name("N")
-        ->check(between(0, mostInt));
+    addWhole(command, "--still", "N", "Take a still of this size, see \"vexcap formats --stills\"", 0, mostInt,
+             options.still);
     CLI::Option* const raw = command.add_flag_function(
         "--raw", [&options](int64_t) { options.grab = VEX_GRAB_RAW; }, "The samples as the sensor gives them");
     command

@@ -16,7 +16,7 @@ struct Progress {
     double framesPerSecond = 0;
     double bytesPerSecond = 0;
     int32_t frameLimit = 0;  ///< 0 for none.
-    int32_t timeLimit = 0;   ///< Seconds, 0 for none.
+    double timeLimit = 0;    ///< Seconds, 0 for none.
 };
 
 /// Part that is done, 0 to 1; nothing without a limit.

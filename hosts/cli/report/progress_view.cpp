@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "hosts/cli/report/output.h"
+
 namespace vexcap::cli {
 
 namespace {
@@ -57,9 +59,12 @@ void ProgressView::Show(double elapsed, const LineMaker& makeLine) {
     // On the second: a late round does not shift those behind it.
     while (nextTime <= elapsed) nextTime += lineSeconds;
     if (elapsed < lineSeconds) return;  // Nothing to tell yet.
-    std::FILE* const out = kind == Kind::Json ? stdout : stderr;
-    std::fprintf(out, "%s\n", makeLine(kind, 0, false).c_str());
-    std::fflush(out);
+    const std::string line = makeLine(kind, 0, false);
+    // What is shown goes on without its reader; outputFailure says so at the end.
+    if (kind == Kind::Json)
+        writeLine(line);
+    else
+        std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 void ProgressView::Clear() {

@@ -29,11 +29,12 @@ std::string autoPath(const AutoName& rules) {
     return toUtf8(path);
 }
 
-std::string firstFree(const std::function<std::string()>& ask, const std::function<bool(const std::string&)>& taken) {
+std::string firstFree(const std::function<std::string()>& ask, const std::function<bool(const std::string&)>& taken,
+                      const std::function<bool()>& wait) {
     std::string path = ask();
-    for (std::string last; taken(path) && path != last;) {
+    for (std::string last; taken(path); path = ask()) {
+        if (path == last && !wait()) break;
         last = path;
-        path = ask();
     }
     return path;
 }

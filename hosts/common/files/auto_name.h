@@ -21,7 +21,9 @@ struct AutoName {
 /// exitUsage for rules that make no path, exitFailure when the folder cannot be made.
 std::string autoPath(const AutoName& rules);
 
-/// Asks for paths until one is not taken, or the same one comes twice, which is given then.
-std::string firstFree(const std::function<std::string()>& ask, const std::function<bool(const std::string&)>& taken);
+/// Asks for paths until one is not taken. A name made of the time changes with the next second: while the same path
+/// comes again, `wait` is called, which returns false when it was enough; the path is returned then.
+std::string firstFree(const std::function<std::string()>& ask, const std::function<bool(const std::string&)>& taken,
+                      const std::function<bool()>& wait);
 
 }  // namespace vexcap::host

@@ -14,6 +14,7 @@
 #include "hosts/common/failure.h"
 #include "hosts/common/image/png_file.h"
 #include "hosts/common/image/tiff_file.h"
+#include "hosts/common/text/version_text.h"
 
 namespace vexcap::host {
 namespace image_file_test {
@@ -357,6 +358,12 @@ TEST(ImageNotes, ExposuresAreSecondsWithoutZerosAtTheEnd) {
     EXPECT_EQ(exposureText(10'000'000), "10 s");
     EXPECT_EQ(exposureText(1'500'000), "1.5 s");
     EXPECT_EQ(exposureText(0), "0 s");
+}
+
+TEST_F(ImageFile, APipeIsNotWaitedFor) {
+    const std::string pipe = Path("pipe.png");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THROW(readPng(pipe), Failure);
 }
 
 }  // namespace image_file_test

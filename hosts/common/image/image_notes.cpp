@@ -6,8 +6,6 @@
 
 namespace vexcap::host {
 
-std::string softwareText() { return "vexcap " VEXCAP_VERSION; }
-
 std::string timeText(const timespec& taken) {
     tm local = {};
     localtime_r(&taken.tv_sec, &local);

@@ -17,8 +17,6 @@ struct ImageNotes {
     std::optional<double> pixelSize;   ///< Micrometres that a pixel shows.
 };
 
-/// "vexcap 1.0.0".
-std::string softwareText();
 /// "2026-11-21T19:03:05.123+01:00", in local time.
 std::string timeText(const timespec& taken);
 /// "0.005 s".

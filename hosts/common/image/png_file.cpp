@@ -1,6 +1,7 @@
 #include "hosts/common/image/png_file.h"
 
 #include <png.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cmath>
@@ -11,6 +12,7 @@
 
 #include "hosts/common/failure.h"
 #include "hosts/common/text/numbers.h"
+#include "hosts/common/text/version_text.h"
 
 namespace vexcap::host {
 
@@ -114,6 +116,10 @@ FileBytes encodePng(const Image& image, const ImageNotes& notes) {
 }
 
 Image readPng(const std::string& path) {
+    // Opening a pipe would wait for its other end.
+    struct stat found = {};
+    if (stat(path.c_str(), &found) != 0) throw Failure(exitFailure, path + ": " + std::strerror(errno));
+    if (!S_ISREG(found.st_mode)) throw Failure(exitFailure, path + " is no regular file");
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
     if (!file) throw Failure(exitFailure, path + ": " + std::strerror(errno));
     png_image png = {};

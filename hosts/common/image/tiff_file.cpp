@@ -9,6 +9,7 @@
 
 #include "hosts/common/failure.h"
 #include "hosts/common/text/numbers.h"
+#include "hosts/common/text/version_text.h"
 
 namespace vexcap::host {
 

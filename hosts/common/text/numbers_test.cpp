@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+
 namespace vexcap::host {
 namespace numbers_test {
 
@@ -31,6 +33,49 @@ TEST(Pair, IsTwoWholeNumbers) {
     EXPECT_EQ(parsePair("-2147483648,2147483647"), (std::pair<int32_t, int32_t>{INT32_MIN, INT32_MAX}));
     for (const char* wrong : {"", ",", "5", "5,", ",5", "5,6,7", "5, 6", "5.5,1", "2147483648,0", "a,b", "+1,2"})
         EXPECT_FALSE(parsePair(wrong)) << wrong;
+}
+
+TEST(Real, HasAPointOrThatOfTheUsersLocale) {
+    EXPECT_EQ(parseReal("0.5", ","), 0.5);
+    EXPECT_EQ(parseReal("0,5", ","), 0.5);
+    EXPECT_EQ(parseReal("-12", ","), -12);
+    EXPECT_EQ(parseReal("0.5", "."), 0.5);
+    EXPECT_FALSE(parseReal("0,5", "."));
+    for (const char* wrong : {"", ",", "1,2,3", "1.2,3", "1,2.3", "x", "inf", "nan", "1e999", "0x10", " 1", "1 "})
+        EXPECT_FALSE(parseReal(wrong, ",")) << wrong;
+}
+
+TEST(Time, HasAUnitOrThatOfItsOption) {
+    EXPECT_EQ(parseTime("1.5", 1), 1.5);
+    EXPECT_EQ(parseTime("5000", 1e-6), 0.005);
+    EXPECT_EQ(parseTime("90s", 1e-6), 90);
+    EXPECT_EQ(parseTime("500ms", 1), 0.5);
+    EXPECT_EQ(parseTime("20us", 1), 20 * 1e-6);
+    EXPECT_EQ(parseTime("20\u00B5s", 1), 20 * 1e-6);
+    EXPECT_EQ(parseTime("2 min", 1), 120);
+    EXPECT_EQ(parseTime("1h", 1), 3600);
+    EXPECT_EQ(parseTime("010", 1), 10) << "zeros in front change nothing";
+    for (const char* wrong : {"", "s", "ms", "-1", "-1s", "1m", "1 s x", "1  s", "0x10", "ten"})
+        EXPECT_FALSE(parseTime(wrong, 1)) << wrong;
+}
+
+TEST(Time, IsToldInTheUnitThatSuitsIt) {
+    EXPECT_EQ(timeWithUnit(32e-6), "32 \u00B5s");
+    EXPECT_EQ(timeWithUnit(0.0015), "1.5 ms");
+    EXPECT_EQ(timeWithUnit(60), "60 s");
+    EXPECT_EQ(timeWithUnit(0), "0 s");
+}
+
+TEST(Numbers, AreWrittenWithAPointInEveryLocale) {
+    const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+    for (const char* locale : {"C", "de_DE.UTF-8", "de_DE.utf8"}) {
+        std::setlocale(LC_NUMERIC, locale);
+        EXPECT_EQ(formatReal(29.97), "30.0") << locale;
+        EXPECT_EQ(formatReal(0.25), "0.2") << locale;
+        EXPECT_EQ(formatBytes(1234), "1.2 kB") << locale;
+        EXPECT_EQ(plainNumber(0.5), "0.5") << locale;
+    }
+    std::setlocale(LC_NUMERIC, before.c_str());
 }
 
 }  // namespace numbers_test

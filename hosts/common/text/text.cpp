@@ -1,5 +1,8 @@
 #include "hosts/common/text/text.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace vexcap::host {
 
 namespace {
@@ -52,6 +55,21 @@ bool readSequence(std::string_view text, size_t& position, char32_t& point) {
     return true;
 }
 
+/// Letters to change, add, leave out or swap with their neighbour to make one word of the other.
+size_t distanceBetween(std::string_view a, std::string_view b) {
+    std::vector<std::vector<size_t>> cost(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i) cost[i][0] = i;
+    for (size_t j = 0; j <= b.size(); ++j) cost[0][j] = j;
+    for (size_t i = 1; i <= a.size(); ++i)
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t change = cost[i - 1][j - 1] + (a[i - 1] != b[j - 1]);
+            cost[i][j] = std::min({change, cost[i - 1][j] + 1, cost[i][j - 1] + 1});
+            const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (swapped) cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
+        }
+    return cost[a.size()][b.size()];
+}
+
 }  // namespace
 
 char32_t nextCodePoint(std::string_view text, size_t& position) {
@@ -98,6 +116,35 @@ std::string toUtf8(const vex_char* text) {
 }
 
 bool isPartOfFileName(std::string_view text) { return text.find_first_of("<>:\"/\\|?*") == text.npos; }
+
+std::string padded(std::string text, size_t width) {
+    if (text.size() < width) text.resize(width, ' ');
+    return text;
+}
+
+std::string printable(std::string_view text) {
+    std::string out;
+    for (size_t position = 0; position < text.size();) {
+        const char32_t point = nextCodePoint(text, position);
+        const bool control = point < 0x20 || (point >= 0x7F && point < 0xA0);
+        appendUtf8(out, control ? replacement : point);
+    }
+    return out;
+}
+
+std::string closest(std::span<const std::string> known, std::string_view typed) {
+    constexpr size_t farthest = 2;
+    std::string best;
+    size_t least = farthest + 1;
+    for (const std::string& name : known) {
+        const size_t distance = distanceBetween(lowerCase(name), lowerCase(typed));
+        // Of a short word everything is near.
+        if (distance >= least || distance * 2 >= name.size()) continue;
+        least = distance;
+        best = name;
+    }
+    return best;
+}
 
 std::string lowerCase(std::string_view text) {
     std::string out(text);

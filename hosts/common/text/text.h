@@ -3,6 +3,7 @@
 
 #include <vexcap/types.h>
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,17 @@ std::string toUtf8(const vex_char* text);
 constexpr std::string_view forbiddenInFileNames = "< > : \" / \\ | ? *";
 /// True for a text with none of them.
 bool isPartOfFileName(std::string_view text);
+
+/// With spaces behind it, at least so many bytes long.
+std::string padded(std::string text, size_t width);
+
+/// For a terminal: control characters, among them those that begin escape sequences, and broken sequences become
+/// U+FFFD.
+std::string printable(std::string_view text);
+
+/// The one of `known` that a user most likely meant by `typed`: no more than two letters differ, are missing or change
+/// places. Empty when none is that near. Letters count without case.
+std::string closest(std::span<const std::string> known, std::string_view typed);
 
 /// ASCII letters in lower case, everything else as it is.
 std::string lowerCase(std::string_view text);

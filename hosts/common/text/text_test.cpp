@@ -40,5 +40,19 @@ TEST(Text, AFileNameCannotHaveNineCharacters) {
 
 TEST(Text, LowerCaseTouchesAsciiLettersOnly) { EXPECT_EQ(lowerCase("AbZ[\xC3\x89]9"), "abz[\xC3\x89]9"); }
 
+TEST(Printable, LeavesNothingThatATerminalWouldObey) {
+    EXPECT_EQ(printable("Camera \u00B5 1"), "Camera \u00B5 1");
+    EXPECT_EQ(printable("a\x1B[31mb\nc\x7F\u009Bd\xFF"), "a\uFFFD[31mb\uFFFDc\uFFFD\uFFFDd\uFFFD");
+}
+
+TEST(Closest, IsAWordWithASlipOrTwo) {
+    const std::vector<std::string> commands = {"record", "devices", "formats", "snap", "play"};
+    EXPECT_EQ(closest(commands, "recrod"), "record");
+    EXPECT_EQ(closest(commands, "RECORD"), "record");
+    EXPECT_EQ(closest(commands, "device"), "devices");
+    EXPECT_EQ(closest(commands, "snpa"), "snap");
+    for (const char* other : {"help", "", "x", "sp", "recording"}) EXPECT_EQ(closest(commands, other), "") << other;
+}
+
 }  // namespace text_test
 }  // namespace vexcap::host
