@@ -974,6 +974,12 @@ case_overlay() {
     expect 0 snap --device sim-fast --output cut.png --roi 32,16,128,96 --date
     contains err "the texts have no room in a picture of 128x96"
 
+    # Without a font a picture is not made without its texts.
+    echo '<fontconfig></fontconfig>' >fonts.conf
+    FONTCONFIG_FILE=$scratch/fonts.conf expect 9 snap --device sim-fast --output no.png --date
+    contains err "texts cannot be drawn"
+    FONTCONFIG_FILE=$scratch/fonts.conf expect 0 snap --device sim-fast --output shapes.png --marker cross
+
     # Nothing of it is remembered, neither the wishes of a command line nor the other way round.
     expect 0 snap --device sim-fast --output again.png
     undrawn again.png

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "hosts/common/failure.h"
 #include "hosts/common/image/png_file.h"
 #include "hosts/common/text/text.h"
 
@@ -30,6 +31,8 @@ void setWatermark(vexcap_context* context, const Watermark& wanted) {
 void applyOverlay(const Session& session, const Overlay& overlay, const Size& picture, double scale) {
     if (!overlay.Draws()) return;
     checkFits(overlay, picture);
+    if (overlay.HasTexts() && !vexcap_can_draw_texts())
+        throw Failure(exitNoMedia, "texts cannot be drawn: libvexcap-text.so.1 or every font is missing");
     vexcap_context* const context = session.Context();
     vexcap_set_tick(context, overlay.TickPixels(scale));
     vexcap_set_markergeo(context, &overlay.geo);

@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "hosts/common/device_match.h"
+#include "hosts/common/text/text.h"
 
 namespace vexcap::host {
 
 /// How the library is started.
 struct EngineConfig {
-    std::string library = "libvexcap-cameras.so.1";  ///< Camera library, UTF-8; empty for none.
-    std::string prefix = "Vexcam";                   ///< Of its exported names.
+    std::string library = toUtf8(VEXCAP_CAMERA_LIBRARY);  ///< Camera library, UTF-8; empty for none.
+    std::string prefix = VEXCAP_CAMERA_PREFIX;                   ///< Of its exported names.
     std::string gige;         ///< Value for the variable VEXCAP_GIGE, empty to leave it as it is.
     std::string settings;     ///< Root of the settings, UTF-8; empty for the user's.
     bool noSettings = false;  ///< Nothing is remembered: every setting has its standard value.

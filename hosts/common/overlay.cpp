@@ -34,6 +34,18 @@ bool dropEnd(std::string_view& text, std::string_view end) {
 
 }  // namespace
 
+MarkerGeo standardGeo() {
+    MarkerGeo geo = {};
+    vexcap_standard_records(&geo, nullptr);
+    return geo;
+}
+
+MarkerTxt standardTxt() {
+    MarkerTxt txt = {};
+    vexcap_standard_records(nullptr, &txt);
+    return txt;
+}
+
 double Overlay::TickPixels(double scale) const {
     if (!ticks.micrometres) return ticks.value;
     return pixelSize ? ticks.value / *pixelSize * scale : 0;

@@ -28,31 +28,15 @@ struct Watermark {
     bool operator==(const Watermark&) const = default;
 };
 
+/// The library's standard values.
+MarkerGeo standardGeo();
+MarkerTxt standardTxt();
+
 /// The records begin with the library's standard values, whatever is remembered: a command line means the same
 /// everywhere.
 struct Overlay {
-    MarkerGeo geo = {.eMarkerGeo = VEX_MARKER_NONE,
-                     .eMarkerGeoColor = 0x0000FF,
-                     .eMarkerGeoFlag = 1,
-                     .eMarkerGeox = 100,
-                     .eMarkerGeoy = 100,
-                     .eMarkerGeox2 = 100,
-                     .eMarkerGeoy2 = 100,
-                     .eMarkerxPos = 0,
-                     .eMarkeryPos = 0,
-                     .eMarkerGeoAngle = 0};
-    MarkerTxt txt = {.MarkerPos = VEX_CORNER_BOTTOM_RIGHT,
-                     .FontSize = 3,
-                     .FontWeight = 1,
-                     .eBackground = 0,
-                     .ScaleSize = 3,
-                     .Scale = 0,
-                     .ScaleWithPower = 0,
-                     .ScaleColor = 0x00FFFF,
-                     .Date = VEX_DATE_NONE,
-                     .DateColor = 0x00FFFF,
-                     .Contrast = 0,
-                     .ContrastColor = 0xFF0000};
+    MarkerGeo geo = standardGeo();
+    MarkerTxt txt = standardTxt();
     double barLength = 0;             ///< Micrometres.
     std::optional<double> pixelSize;  ///< Micrometres that a pixel of the picture shows.
     std::string power;                ///< Below the bar, UTF-8.
@@ -61,6 +45,8 @@ struct Overlay {
 
     /// True when anything is to be drawn.
     bool Draws() const { return geo.eMarkerGeo || txt.Scale || txt.Date || txt.Contrast || !watermark.file.empty(); }
+    /// True when letters or digits are to be drawn.
+    bool HasTexts() const { return txt.Scale || txt.Date || txt.Contrast; }
     /// Length of the scale bar in pixels of the picture.
     double BarPixels() const { return pixelSize ? barLength / *pixelSize : 0; }
     /// Spacing of the tick marks on a target that is so many times as wide as the picture. Those in pixels are pixels

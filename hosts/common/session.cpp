@@ -115,27 +115,9 @@ FrameRate Session::Rate() const {
 }
 
 Size Session::PictureSize() const {
-    if (isCamera) return CameraPictureSize();
-    int32_t width = 0, height = 0;
-    vexcap_video_size(context.get(), &width, &height);
-    return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
-}
-
-Size Session::CameraPictureSize() const {
-    ICamera& camera = Camera();
-    uint32_t width = 0, height = 0;
-    int32_t fullWidth = 0, fullHeight = 0, binning = 0, rotation = 0;
-    if (camera.GetRoi(nullptr, nullptr, &width, &height) < 0 || !width || !height) {
-        camera.GetSize(&fullWidth, &fullHeight);
-        width = static_cast<uint32_t>(fullWidth);
-        height = static_cast<uint32_t>(fullHeight);
-    }
-    camera.GetOption(VEX_OPTION_BINNING, &binning);
-    const uint32_t factor = std::max(static_cast<uint32_t>(binning) & 15u, 1u);
-    width = width / factor & ~1u;
-    height = height / factor & ~1u;
-    const bool turned = camera.GetOption(VEX_OPTION_ROTATION, &rotation) >= 0 && (rotation == 90 || rotation == 270);
-    return turned ? Size{height, width} : Size{width, height};
+    vex_picture_format format = {.size = sizeof format};
+    if (vexcap_picture_size(context.get(), &format)) return {format.width, format.height};
+    throw Failure(exitDeviceLost, "\"" + name + "\" does not report the size of its pictures");
 }
 
 uint32_t Session::RawDepth() const {

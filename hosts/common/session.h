@@ -81,7 +81,8 @@ public:
     }
 
     FrameRate Rate() const;
-    /// Size of the frames that come: after region of interest, binning and rotation.
+    /// Size of the frames that come: after region of interest, binning and rotation. Failure exitDeviceLost when the
+    /// source is gone.
     Size PictureSize() const;
     /// Bits of a camera's raw sample; 0 when it cannot tell, and for every other source.
     uint32_t RawDepth() const;
@@ -104,7 +105,6 @@ private:
     using Capability = int32_t (*)(vexcap_context* context, vex_capability** out);
     std::vector<Format> FormatsOf(Capability list) const;
     void WaitFor(bool News::*what, const char* missing, const StopRequest& stop);
-    Size CameraPictureSize() const;
     vex_window* const window;
     const std::string name;
     const bool isCamera;

@@ -1,6 +1,10 @@
 #include "hosts/common/text/result_text.h"
 
-#include <cstdio>
+#include <vexcap/report.h>
+
+#include <vector>
+
+#include "hosts/common/text/text.h"
 
 namespace vexcap::host {
 
@@ -22,9 +26,9 @@ std::string resultText(HRESULT result) {
         default:
             break;
     }
-    char text[24];
-    std::snprintf(text, sizeof text, "error 0x%08X", static_cast<unsigned>(result));
-    return text;
+    std::vector<vex_char> words(vexcap_result_text(result, nullptr, 0) + 1);
+    vexcap_result_text(result, words.data(), static_cast<uint32_t>(words.size()));
+    return toUtf8(words.data());
 }
 
 }  // namespace vexcap::host

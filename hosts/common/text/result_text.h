@@ -10,7 +10,7 @@ namespace vexcap::host {
 /// The library's part for compressing and playing is not installed.
 constexpr HRESULT noModule = VEX_RESULT(0x8007007Eu);
 
-/// A few words; the number where there are none.
+/// A few words.
 std::string resultText(HRESULT result);
 
 }  // namespace vexcap::host

@@ -12,7 +12,7 @@ TEST(ResultText, AFailureThatAUserCanMendHasWords) {
     EXPECT_EQ(resultText(noModule), "libvexcap-media.so.1, which compresses and plays video, is not installed");
 }
 
-TEST(ResultText, AnyOtherHasItsNumber) { EXPECT_EQ(resultText(E_FAIL), "error 0x80004005"); }
+TEST(ResultText, AnyOtherHasTheWordsOfTheLibrary) { EXPECT_EQ(resultText(E_FAIL), "Unspecified failure"); }
 
 }  // namespace result_text_test
 }  // namespace vexcap::host

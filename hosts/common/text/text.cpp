@@ -1,5 +1,7 @@
 #include "hosts/common/text/text.h"
 
+#include <vexcap/text.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -8,25 +10,6 @@ namespace vexcap::host {
 namespace {
 
 constexpr char32_t replacement = 0xFFFD;
-
-void appendUtf8(std::string& out, char32_t point) {
-    const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (point < 0x80) {
-        put(point);
-    } else if (point < 0x800) {
-        put(0xC0 | (point >> 6));
-        put(0x80 | (point & 0x3F));
-    } else if (point < 0x10000) {
-        put(0xE0 | (point >> 12));
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
-    } else {
-        put(0xF0 | (point >> 18));
-        put(0x80 | ((point >> 12) & 0x3F));
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
-    }
-}
 
 /// Reads a sequence; false leaves `position` alone.
 bool readSequence(std::string_view text, size_t& position, char32_t& point) {
@@ -87,31 +70,15 @@ bool isUtf8(std::string_view text) {
 }
 
 std::u16string toUtf16(std::string_view text) {
-    std::u16string out;
-    for (size_t position = 0; position < text.size();) {
-        const char32_t point = nextCodePoint(text, position);
-        if (point < 0x10000) {
-            out.push_back(static_cast<char16_t>(point));
-        } else {
-            out.push_back(static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF)));
-        }
-    }
+    const std::string whole(text);
+    std::u16string out(vexcap_utf16_from_utf8(whole.c_str(), nullptr, 0), u'\0');
+    vexcap_utf16_from_utf8(whole.c_str(), out.data(), out.size() + 1);
     return out;
 }
 
 std::string toUtf8(const vex_char* text) {
-    std::string out;
-    for (; text && *text; ++text) {
-        const char32_t unit = *text;
-        const bool pair = unit >= 0xD800 && unit < 0xDC00 && text[1] >= 0xDC00 && text[1] < 0xE000;
-        if (pair) {
-            appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (text[1] - 0xDC00u));
-            ++text;
-        } else {
-            appendUtf8(out, unit >= 0xD800 && unit < 0xE000 ? replacement : unit);
-        }
-    }
+    std::string out(vexcap_utf8_from_utf16(text, nullptr, 0), '\0');
+    vexcap_utf8_from_utf16(text, out.data(), out.size() + 1);
     return out;
 }
 
@@ -125,9 +92,10 @@ std::string padded(std::string text, size_t width) {
 std::string printable(std::string_view text) {
     std::string out;
     for (size_t position = 0; position < text.size();) {
+        const size_t start = position;
         const char32_t point = nextCodePoint(text, position);
         const bool control = point < 0x20 || (point >= 0x7F && point < 0xA0);
-        appendUtf8(out, control ? replacement : point);
+        out += control || point == replacement ? std::string_view("\uFFFD") : text.substr(start, position - start);
     }
     return out;
 }

@@ -3,6 +3,7 @@
 #include <gnu/libc-version.h>
 #include <png.h>
 #include <tiffio.h>
+#include <vexcap/version.h>
 
 namespace vexcap::host {
 
@@ -20,7 +21,10 @@ std::string tiffVersion() {
 std::string softwareText() { return "vexcap " VEXCAP_VERSION; }
 
 std::string versionText() {
-    return softwareText() + "\nlibpng " + png_get_libpng_ver(nullptr) + "\nlibtiff " + tiffVersion() + "\nglibc " +
+    const uint32_t library = vexcap_version();
+    const std::string parts = std::to_string(library >> 16) + "." + std::to_string(library >> 8 & 0xFF) + "." +
+                              std::to_string(library & 0xFF);
+    return softwareText() + "\nlibvexcap " + parts + "\nlibpng " + png_get_libpng_ver(nullptr) + "\nlibtiff " + tiffVersion() + "\nglibc " +
            gnu_get_libc_version();
 }
 
