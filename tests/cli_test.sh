@@ -91,6 +91,9 @@ assert all(c["simulated"] == c["identifier"].startswith("sim-") for c in lines),
     contains err "vid_(046d: no regular expression"
     expect 3 devices --library ./missing.so --match "no such device"
     contains err "no camera found by ./missing.so, and no video input device that matches no such device"
+    contains err "cannot open shared object file"
+    expect 3 record --library ./missing.so --device 0 --output no.ser --frames 2
+    contains err "cannot open shared object file"
     expect 3 record --device "@device:v4l2:usb#none" --output no.avi --frames 2
     contains err "@device:v4l2:usb#none"
     [[ ! -e no.avi ]] || fail "a file without a device"

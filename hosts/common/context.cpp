@@ -1,5 +1,6 @@
 #include "hosts/common/context.h"
 
+#include "hosts/common/text/result_text.h"
 #include "hosts/common/text/text.h"
 
 namespace vexcap::host {
@@ -24,6 +25,8 @@ void Context::Stop() {
     vexcap_stop(context);
     context = nullptr;
 }
+
+std::string Context::LastError() const { return lastErrorText(context); }
 
 vex_recording_counts Context::Counts() const {
     vex_recording_counts counts = {};

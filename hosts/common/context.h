@@ -31,6 +31,8 @@ public:
     HRESULT Start() const { return vexcap_start(context, nullptr, 0, 0, 0, 0); }
     /// Frees the context; a second call does nothing.
     void Stop();
+    /// Why the last start failed, in sentences, UTF-8; empty when it did not.
+    std::string LastError() const;
     /// What became of the frames of the present recording, or of the last one.
     vex_recording_counts Counts() const;
 

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include "hosts/common/failure.h"
+#include "hosts/common/text/result_text.h"
 #include "hosts/common/text/text.h"
 
 namespace vexcap::host {
@@ -36,6 +37,7 @@ void Engine::Start(Mode mode) {
     vexcap_init(settings.get(), company, company, company, cameras.c_str(), config.prefix.c_str(), u"", messageEvent,
                 messageSize, messageLimit, messageDarkField, messageFrame, 0, mode == Mode::Raw, nullptr, 0,
                 config.direct2d, config.gains);
+    problem = config.library.empty() ? std::string() : lastErrorText(nullptr);
 }
 
 void Engine::Restart(Mode mode, const std::string& directory) {
@@ -62,6 +64,7 @@ std::vector<Device> Engine::Devices(const std::string& expression) const {
 
 Device Engine::Find(const std::string& wanted) const {
     const std::vector<Device> devices = Devices();
+    if (devices.empty() && !problem.empty()) throw Failure(exitNoDevice, "no device found: " + problem);
     if (!wanted.empty()) return matchDevice(devices, wanted);
     if (devices.size() == 1) return devices.front();
     if (devices.empty()) throw Failure(exitNoDevice, "no device found");

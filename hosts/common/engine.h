@@ -65,11 +65,14 @@ public:
     std::vector<Device> Devices(const std::string& expression = {}) const;
     /// The device that a user means, see matchDevice; for an empty text the only one that there is.
     Device Find(const std::string& wanted) const;
+    /// What the library named as missing when it started, in sentences, UTF-8; empty for nothing.
+    const std::string& Problem() const { return problem; }
     vex_window* Window() const { return window.get(); }
 
 private:
     void Start(Mode mode);
     const EngineConfig config;
+    std::string problem;
     std::unique_ptr<vex_key, KeyDeleter> settings;
     const std::unique_ptr<vex_window, WindowDeleter> window;
 };

@@ -24,9 +24,9 @@ Session::Session(Engine& engine, const Device& device, bool stills)
     if (!context.get()) throw Failure(exitNoDevice, "no such " + what + ": " + name);
     const HRESULT result = vexcap_start(context.get(), window, messageStill, stills, 0, 0);
     if (result >= 0) return;
-    const bool telling = result == E_ACCESSDENIED || result == VEX_E_BUSY;
-    throw Failure(exitNoDevice, "cannot open the " + what + " \"" + name + "\"" +
-                                    (telling ? ": " + resultText(result) : std::string()) +
+    const std::string reason = context.LastError();
+    throw Failure(exitNoDevice, "cannot open the " + what + " \"" + name +
+                                    "\": " + (reason.empty() ? resultText(result) : reason) +
                                     "; \"vexcap devices\" lists what is there");
 }
 

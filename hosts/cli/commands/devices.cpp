@@ -47,7 +47,9 @@ ExitCode listDevices(const Options& options) {
     const std::vector<Device> listed = options.match.empty() ? devices : engine.Devices(options.match);
     if (listed.empty())
         throw Failure(exitNoDevice, "no camera found by " + options.engine.library + ", and no video input device" +
-                                        (options.match.empty() ? "" : " that matches " + options.match));
+                                        (options.match.empty() ? "" : " that matches " + options.match) +
+                                        (engine.Problem().empty() ? "" : ": " + engine.Problem()));
+    if (!engine.Problem().empty()) std::fprintf(stderr, "vexcap: %s\n", engine.Problem().c_str());
     for (size_t i = 0; i < devices.size(); ++i) {
         const Device& device = devices[i];
         if (std::find(listed.begin(), listed.end(), device) == listed.end()) continue;

@@ -20,6 +20,7 @@
 #include "hosts/common/prepare.h"
 #include "hosts/common/session.h"
 #include "hosts/common/settings.h"
+#include "hosts/common/text/result_text.h"
 #include "hosts/common/text/text.h"
 
 namespace vexcap::cli {
@@ -95,7 +96,9 @@ void begin(const Session& session, const Options& options, bool besidePreview, c
                                                           compressor.empty() ? nullptr : compressor.c_str(), seconds);
     if (result == E_INVALIDARG && !compressor.empty())
         throw Failure(exitUsage, codec.display + " cannot compress pictures of " + sizeText(session.PictureSize()));
-    if (result < 0) throw Failure(exitFailure, "cannot record to " + file);
+    if (result >= 0) return;
+    const std::string reason = lastErrorText(session.Context());
+    throw Failure(exitFailure, "cannot record to " + file + ": " + (reason.empty() ? resultText(result) : reason));
 }
 
 /// True when the device of a running recording is gone.

@@ -1,12 +1,22 @@
 #include "hosts/common/text/result_text.h"
 
-#include <vexcap/report.h>
-
 #include <vector>
 
 #include "hosts/common/text/text.h"
 
 namespace vexcap::host {
+
+namespace {
+
+/// The whole text of a function that returns its length.
+template <typename Function>
+std::string textOf(const Function& write) {
+    std::vector<vex_char> buffer(write(nullptr, 0) + 1);
+    write(buffer.data(), static_cast<uint32_t>(buffer.size()));
+    return toUtf8(buffer.data());
+}
+
+}  // namespace
 
 std::string resultText(HRESULT result) {
     switch (result) {
@@ -26,9 +36,14 @@ std::string resultText(HRESULT result) {
         default:
             break;
     }
-    std::vector<vex_char> words(vexcap_result_text(result, nullptr, 0) + 1);
-    vexcap_result_text(result, words.data(), static_cast<uint32_t>(words.size()));
-    return toUtf8(words.data());
+    return textOf([result](vex_char* buffer, uint32_t room) { return vexcap_result_text(result, buffer, room); });
+}
+
+std::string lastErrorText(vexcap_context* context) {
+    std::string text = textOf(
+        [context](vex_char* buffer, uint32_t room) { return vexcap_last_error(context, nullptr, buffer, room); });
+    text.erase(text.find_last_not_of(" .\r\n") + 1);
+    return text;
 }
 
 }  // namespace vexcap::host
