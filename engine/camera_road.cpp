@@ -49,9 +49,9 @@ int32_t readCapabilities(int32_t count, std::vector<vex_capability>& out,
 }
 
 /// Why Open returned null, as far as the library says.
-Status openFailure(const CameraLibrary& library) {
-    const Status why = library.OpenStatus ? library.OpenStatus() : E_FAIL;
-    return why.ok() ? E_FAIL : why;
+HRESULT openFailure(const CameraLibrary& library) {
+    const HRESULT why = library.OpenStatus ? library.OpenStatus() : E_FAIL;
+    return why < 0 ? why : E_FAIL;
 }
 
 }  // namespace
@@ -72,9 +72,9 @@ Status CameraRoad::OpenSource() {
     if (!open) return state.Fail(E_FAIL, VEX_E_NO_MODULE, u"There is no camera library that opens cameras.");
     camera = open(state.deviceName.c_str());
     if (!camera) {
-        const HRESULT why = openFailure(state.engine.camera).code();
+        const HRESULT why = openFailure(state.engine.camera);
         return state.Fail(
-            why, why,
+            E_FAIL, why,
             textFrom(u"The camera library does not open %s: %s.", state.displayName, ResultText(state.engine, why)));
     }
     state.bitDepth = camera->GetBitDepth();

@@ -76,19 +76,23 @@ TEST_F(CaptureContextTest, ACameraThatDoesNotOpenEndsTheStart) {
     EXPECT_FALSE(context->HasSource());
 }
 
-TEST_F(CaptureContextTest, TheReasonOfACameraThatDoesNotOpenIsThatOfTheStart) {
+TEST_F(CaptureContextTest, TheReasonOfACameraThatDoesNotOpenIsKept) {
     library.refuses = true;
+    const auto reason = [this] {
+        init();
+        const auto context = makeContext();
+        EXPECT_EQ(context->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL);
+        return context->LastFailure().code;
+    };
     for (const HRESULT why : {VEX_E_BUSY, E_ACCESSDENIED, VEX_E_FILE_NOT_FOUND}) {
         library.openStatus = why;
-        init();
-        EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), why);
+        EXPECT_EQ(reason(), why);
     }
     library.openStatus = S_OK;
-    EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL) << "a library that contradicts itself";
+    EXPECT_EQ(reason(), E_FAIL) << "a library that contradicts itself";
     library.openStatus = VEX_E_BUSY;
     scriptCameraLibrary("Test_OpenStatus");
-    init();
-    EXPECT_EQ(makeContext()->Start(nullptr, 0, 0, 0, 0).code(), E_FAIL) << "a library that does not say";
+    EXPECT_EQ(reason(), E_FAIL) << "a library that does not say";
 }
 
 TEST_F(CaptureContextTest, WithoutACameraLibraryTheStartFails) {

@@ -313,7 +313,7 @@ typedef ICamera* (*vex_camera_open)(const vex_char* name);
 /// <prefix>_OpenStatus, optional: why the calling thread's last Open returned null, always a failure; S_OK when it
 /// returned a camera. VEX_E_FILE_NOT_FOUND: there is no such camera. VEX_E_BUSY: another program has it, or it is open
 /// here already. E_ACCESSDENIED: this user may not open it. E_INVALIDARG: the name is malformed. E_FAIL: anything else.
-/// The engine asks right after Open and passes the code on to the host; without this function the code is E_FAIL.
+/// The engine asks right after Open; vexcap_start returns E_FAIL and vexcap_last_error this code.
 typedef HRESULT (*vex_camera_open_status)(void);
 /// Reports that the list of cameras changed, or may have. On a thread of the library.
 typedef void (*vex_camera_list_callback)(void* context);
