@@ -91,7 +91,7 @@ struct ContextState {
     int64_t duration = 0;
     uint32_t seekCaps = 0;
 
-    PictureSteps steps;   ///< Of a video input device; passed to each sink that is made.
+    PictureSteps steps;  ///< Of a video input device; passed to each sink that is made.
     LastGrab lastGrab;
     SavedDark savedDark;  ///< Over a rebuild of the graph.
 

@@ -41,7 +41,7 @@ private:
     bool MayRepaint(uint32_t tick) VEX_REQUIRES(rateLock);
 
     const uint32_t targetRate;
-    const uint32_t period;  // least spacing of repaints in slots of 10 ms, 0 for none
+    const uint32_t period;                        // least spacing of repaints in slots of 10 ms, 0 for none
     Mutex rateLock VEX_ACQUIRED_AFTER(rateRank);  // nothing is locked under it
     bool throttleOff VEX_GUARDED_BY(rateLock) = false;
     uint32_t lastSlot VEX_GUARDED_BY(rateLock) = 0;

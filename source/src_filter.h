@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
+#include "graph/pin_category.h"
 #include "platform/clock.h"
 #include "source/commanded_stream.h"
-#include "graph/pin_category.h"
 
 namespace vexcap {
 

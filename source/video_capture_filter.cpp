@@ -6,9 +6,9 @@
 #include <system_error>
 
 #include "base/dib.h"
+#include "graph/pin_category.h"
 #include "graph/stream_control.h"
 #include "source/commanded_stream.h"
-#include "graph/pin_category.h"
 
 namespace vexcap {
 namespace {

@@ -704,6 +704,13 @@ assert all(s["type"] == "setting" for s in lines), lines'
     expect 0 settings "${here[@]}" FileNamePrefix FileNameFomat BitRateScale
     [[ $(cat out) == $'\n0\n100' ]] || fail "not standard again"
 
+    # What cannot be read is told, once, and standard values hold.
+    expect 0 settings --settings damaged BitRateScale=150
+    echo 'not TOML' >>damaged/SOFTWARE/vexcap/vexcap/vexcap.toml
+    expect 0 settings --settings damaged BitRateScale
+    [[ $(cat out) == 100 ]] || fail "not the standard value"
+    [[ $(grep -c "vexcap: warning: Settings cannot be read, standard values hold: " err) -eq 1 ]] || fail "no warning"
+
     # Without a directory the user's are taken; without a user none can be kept.
     expect 0 settings BitRateScale
     [[ $(cat out) == 100 ]] || fail "the settings of another directory"
@@ -980,6 +987,7 @@ case_overlay() {
     # Without a font a picture is not made without its texts.
     echo '<fontconfig></fontconfig>' >fonts.conf
     FONTCONFIG_FILE=$scratch/fonts.conf expect 9 snap --device sim-fast --output no.png --date
+    contains err "vexcap: warning: Texts cannot be drawn: no font is installed"
     contains err "texts cannot be drawn"
     FONTCONFIG_FILE=$scratch/fonts.conf expect 0 snap --device sim-fast --output shapes.png --marker cross
 

@@ -1,3 +1,5 @@
+#include <vexcap/report.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -65,6 +67,11 @@ std::string printableLines(std::string_view text) {
     return out;
 }
 
+/// Something is missing or cannot be read, and the library goes on without it.
+void warn(void*, uint32_t level, const vex_char* line) {
+    if (level == VEX_LOG_WARNING) std::fprintf(stderr, "vexcap: warning: %s\n", printable(toUtf8(line)).c_str());
+}
+
 ExitCode fail(bool json, ExitCode code, const std::string& text) {
     std::fprintf(stderr, "vexcap: %s\n", printableLines(text).c_str());
     if (json) writeLine(JsonObject().Text("type", "error").Text("text", text).Integer("exit", code).Line());
@@ -93,6 +100,7 @@ ExitCode runCommandLine(int count, char** arguments) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    vexcap_log_hook(warn, nullptr, VEX_LOG_WARNING);
     try {
         return runCommandLine(count, arguments);
     } catch (const Failure& failure) {

@@ -45,7 +45,8 @@ void checkRange(ICameraControls& controls, const Control& control, int32_t value
     if (controls.GetRange(control.number, &least, &most, &usual) < 0)
         refuse(std::string("this camera has no setting for its ") + control.name);
     if (value < least || value > most)
-        refuse(std::string("the ") + control.name + " of this camera goes from " + control.text(least) + " to " + control.text(most));
+        refuse(std::string("the ") + control.name + " of this camera goes from " + control.text(least) + " to " +
+               control.text(most));
 }
 
 constexpr int32_t longestList = 64;  // values that are tried one after the other

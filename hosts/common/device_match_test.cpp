@@ -120,8 +120,8 @@ TEST(CodecMatch, WhatFitsSeveralIsRefusedWithThose) {
 }
 
 TEST(CodecWord, IsAWordThatFitsNoOther) {
-    const std::vector<Codec> listed = {{"MJPEG Compressor", "a"}, {"MPEG-4 Video", "b"}, {"Xvid MPEG-4", "c"}, {"Xvid", "d"},
-                                       {"Xv Two", "e"}};
+    const std::vector<Codec> listed = {
+        {"MJPEG Compressor", "a"}, {"MPEG-4 Video", "b"}, {"Xvid MPEG-4", "c"}, {"Xvid", "d"}, {"Xv Two", "e"}};
     EXPECT_EQ(codecWord(listed, listed[0]), "mjpeg");
     EXPECT_EQ(codecWord(listed, listed[1]), "mpeg-4");
     EXPECT_EQ(codecWord(listed, listed[2]), "Xvid MPEG-4") << "the word is the whole name of another one";

@@ -15,7 +15,7 @@ namespace vexcap::host {
 /// How the library is started.
 struct EngineConfig {
     std::string library = toUtf8(VEXCAP_CAMERA_LIBRARY);  ///< Camera library, UTF-8; empty for none.
-    std::string prefix = VEXCAP_CAMERA_PREFIX;                   ///< Of its exported names.
+    std::string prefix = VEXCAP_CAMERA_PREFIX;            ///< Of its exported names.
     std::string gige;         ///< Value for the variable VEXCAP_GIGE, empty to leave it as it is.
     std::string settings;     ///< Root of the settings, UTF-8; empty for the user's.
     bool noSettings = false;  ///< Nothing is remembered: every setting has its standard value.
@@ -24,14 +24,7 @@ struct EngineConfig {
 };
 
 /// Messages of the library to a host's window.
-enum Message : uint32_t {
-    messageEvent = 1,
-    messageSize,
-    messageLimit,
-    messageDarkField,
-    messageFrame,
-    messageStill
-};
+enum Message : uint32_t { messageEvent = 1, messageSize, messageLimit, messageDarkField, messageFrame, messageStill };
 
 struct WindowDeleter {
     void operator()(vex_window* window) const { vex_window_queue_free(window); }

@@ -19,9 +19,10 @@ struct NamedColour {
     uint32_t colour;  // 0x00BBGGRR
 };
 
-constexpr NamedColour colours[] = {
-    {"black", 0x000000},   {"blue", 0xFF0000},   {"cyan", 0xFFFF00}, {"gray", 0x808080}, {"green", 0x00FF00}, {"grey", 0x808080},
-    {"magenta", 0xFF00FF}, {"orange", 0x00A5FF}, {"red", 0x0000FF},  {"white", 0xFFFFFF}, {"yellow", 0x00FFFF}};
+constexpr NamedColour colours[] = {{"black", 0x000000},   {"blue", 0xFF0000},   {"cyan", 0xFFFF00},
+                                   {"gray", 0x808080},    {"green", 0x00FF00},  {"grey", 0x808080},
+                                   {"magenta", 0xFF00FF}, {"orange", 0x00A5FF}, {"red", 0x0000FF},
+                                   {"white", 0xFFFFFF},   {"yellow", 0x00FFFF}};
 
 constexpr uint32_t roomBeside = 32;  // pixels of the picture that are left free beside a scale bar
 
@@ -104,9 +105,9 @@ void checkFits(const Overlay& overlay, const Size& picture) {
     const double pixels = overlay.BarPixels();
     if (pixels < 1) throw Failure(exitUsage, "the scale bar is shorter than a pixel of the picture");
     if (pixels + roomBeside > picture.width)
-        throw Failure(exitUsage, "a scale bar of " + barText(overlay.barLength) +
-                                     " has no room in a picture that is " + std::to_string(picture.width) +
-                                     " pixels wide, which shows " + barText(picture.width * *overlay.pixelSize));
+        throw Failure(exitUsage, "a scale bar of " + barText(overlay.barLength) + " has no room in a picture that is " +
+                                     std::to_string(picture.width) + " pixels wide, which shows " +
+                                     barText(picture.width * *overlay.pixelSize));
 }
 
 std::string textsWithoutRoom(const Overlay& overlay, const Size& picture) {
@@ -127,7 +128,8 @@ std::string textsWithoutRoom(const Overlay& overlay, const Size& picture) {
     const size_t choice = static_cast<size_t>(txt.FontSize);
     const double line = sizes[choice < std::size(sizes) ? choice : usual];
     if (double(longest) * line * perLetter <= picture.width && double(lines) * line <= picture.height) return {};
-    return "the texts have no room in a picture of " + sizeText(picture) + " and are cut; --font-size makes them smaller";
+    return "the texts have no room in a picture of " + sizeText(picture) +
+           " and are cut; --font-size makes them smaller";
 }
 
 }  // namespace vexcap::host

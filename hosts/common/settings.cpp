@@ -61,8 +61,9 @@ const vex_setting& findSetting(std::string_view name) {
     std::vector<std::string> names;
     for (const vex_setting& setting : allSettings()) names.push_back(toUtf8(setting.name));
     const std::string meant = closest(names, name);
-    throw Failure(exitUsage, "there is no setting " + std::string(name) +
-                                 (meant.empty() ? "; \"vexcap settings\" lists them" : "; did you mean " + meant + "?"));
+    throw Failure(exitUsage,
+                  "there is no setting " + std::string(name) +
+                      (meant.empty() ? "; \"vexcap settings\" lists them" : "; did you mean " + meant + "?"));
 }
 
 void storeSetting(const vex_setting& setting, const SettingValue& value) {

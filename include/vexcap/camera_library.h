@@ -81,9 +81,9 @@ enum {
     VEX_OPTION_RECORDING = 1,    ///< 1 while a graph source is set up or no recording runs, 0 when one starts.
     VEX_OPTION_FRAME_RATE = 17,  ///< Display frames a second at most; raw frames are not limited by it. 0: no limit.
                                  ///< Any positive number is accepted, a negative one refused; the engine sets 2 to 100.
-    VEX_OPTION_BINNING = 23,  ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
-                              ///< is made even: rounded down.
-    VEX_OPTION_ROTATION = 24  ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
+    VEX_OPTION_BINNING = 23,     ///< Low four bits: the factor that both sides are divided by, 1 for none. What results
+                                 ///< is made even: rounded down.
+    VEX_OPTION_ROTATION = 24     ///< Degrees clockwise: 0, 90, 180, 270. Raw frames and their mosaic turn too.
 };
 
 /// What comes with a frame.

@@ -9,8 +9,8 @@
 /// behaviour is undefined. A host with more threads queues its calls to that one.
 /// Null: every function accepts null for the context, and for each out pointer unless stated otherwise. A null context
 /// returns 0, null or nothing unless stated otherwise.
-/// A context must not be used after vexcap_stop. At most 511 contexts of cameras can exist at a time; more do not start.
-/// Text is UTF-16; vexcap/text.h converts it. Ticks are milliseconds of a steady clock that wraps at 32 bits.
+/// A context must not be used after vexcap_stop. At most 511 contexts of cameras can exist at a time; more do not
+/// start. Text is UTF-16; vexcap/text.h converts it. Ticks are milliseconds of a steady clock that wraps at 32 bits.
 #ifndef VEXCAP_VEXCAP_H
 #define VEXCAP_VEXCAP_H
 

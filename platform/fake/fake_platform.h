@@ -40,8 +40,8 @@ struct FakePlatform {
     Platform ports() { return portsOn(files); }
     /// The same with another disk.
     Platform portsOn(IFileSystem& disk) {
-        return {loader,  clock,    disk,     folders,      settings, system, messageBox,
-                dialogs, encoders, textures, videoDevices, media,    texts,  dates,  log};
+        return {loader,   clock,    disk,         folders, settings, system, messageBox, dialogs,
+                encoders, textures, videoDevices, media,   texts,    dates,  log};
     }
 };
 

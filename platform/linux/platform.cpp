@@ -48,8 +48,8 @@ struct LinuxPlatform {
     MediaPlugin media{loader, pluginHost, log};
     TextPlugin texts{loader, pluginHost, log};
     LinuxDateText dates;
-    Platform ports = {loader,  clock,    files,    folders,      settings, system, messageBox,
-                      dialogs, encoders, textures, videoDevices, media,    texts,  dates,  log};
+    Platform ports = {loader,   clock,    files,        folders, settings, system, messageBox, dialogs,
+                      encoders, textures, videoDevices, media,   texts,    dates,  log};
 };
 
 }  // namespace

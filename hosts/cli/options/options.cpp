@@ -241,8 +241,8 @@ void checkCommand(const CLI::App& app, std::span<const std::string> words) {
         commands.push_back(command->get_name());
     }
     const std::string meant = closest(commands, words.front());
-    throw CLI::ParseError("there is no command " + words.front() + (meant.empty() ? "" : "; did you mean " + meant + "?"),
-                          exitUsage);
+    throw CLI::ParseError(
+        "there is no command " + words.front() + (meant.empty() ? "" : "; did you mean " + meant + "?"), exitUsage);
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ void addDate(CLI::App& command, Overlay& overlay) {
         return overlay.txt.Date != VEX_DATE_NONE;
     };
     addDrawn(command, "--date", "[numeric|short|long]", "Date and time, in numbers or as the user's locale writes it",
-            "one of numeric|short|long", take)
+             "one of numeric|short|long", take)
         ->expected(0, 1);
 }
 
@@ -114,37 +114,38 @@ void addTexts(CLI::App& command, Overlay& overlay) {
     addWord(command, "--font-weight", weights, 0, txt.FontWeight, "Weight of the texts");
     addWord(command, "--plate", plates, 0, txt.eBackground, "Plate behind the texts");
     addNumber(command, "--bar-size", txt.ScaleSize, 6, "Thickness of the scale bar");
-    addDrawn(command, "--text-colour,--text-color", "COLOUR", "Colour of texts and scale bar", noColour(), [&txt](const auto& text) {
-        const auto colour = parseColour(text);
-        if (colour) txt.ScaleColor = txt.DateColor = txt.ContrastColor = *colour;
-        return colour.has_value();
-    });
+    addDrawn(command, "--text-colour,--text-color", "COLOUR", "Colour of texts and scale bar", noColour(),
+             [&txt](const auto& text) {
+                 const auto colour = parseColour(text);
+                 if (colour) txt.ScaleColor = txt.DateColor = txt.ContrastColor = *colour;
+                 return colour.has_value();
+             });
 }
 
 void addBar(CLI::App& command, Overlay& overlay) {
     CLI::Option* const pixelSize =
         addDrawn(command, "--pixel-size", "UM", "Micrometres that a pixel of the picture shows",
-                "a number of micrometres from 0.001 to 1000000", [&overlay](const auto& text) {
-                    double value = 0;
-                    if (!takeReal(text, leastPixelSize, mostPixelSize, value)) return false;
-                    overlay.pixelSize = value;
-                    return true;
-                });
+                 "a number of micrometres from 0.001 to 1000000", [&overlay](const auto& text) {
+                     double value = 0;
+                     if (!takeReal(text, leastPixelSize, mostPixelSize, value)) return false;
+                     overlay.pixelSize = value;
+                     return true;
+                 });
     // Without anything to draw it is told in the picture's file.
     pixelSize->group("Options");
     CLI::Option* const bar = addDrawn(command, "--scale-bar", "UM", "Scale bar of so many micrometres",
-                                     "a number of micrometres from 0.001 to 100000000", [&overlay](const auto& text) {
-                                         overlay.txt.Scale = 1;
-                                         return takeReal(text, leastBar, mostBar, overlay.barLength);
-                                     });
+                                      "a number of micrometres from 0.001 to 100000000", [&overlay](const auto& text) {
+                                          overlay.txt.Scale = 1;
+                                          return takeReal(text, leastBar, mostBar, overlay.barLength);
+                                      });
     bar->needs(pixelSize);
     addDrawn(command, "--power", "TEXT", "Text below the scale bar", "one line of at most 100 characters",
-            [&overlay](const std::string& text) {
-                overlay.txt.ScaleWithPower = 1;
-                overlay.power = text;
-                const bool oneLine = text.find_first_of("\r\n\t") == text.npos;
-                return isUtf8(text) && oneLine && toUtf16(text).size() <= longestPower;
-            })
+             [&overlay](const std::string& text) {
+                 overlay.txt.ScaleWithPower = 1;
+                 overlay.power = text;
+                 const bool oneLine = text.find_first_of("\r\n\t") == text.npos;
+                 return isUtf8(text) && oneLine && toUtf16(text).size() <= longestPower;
+             })
         ->needs(bar);
 }
 
@@ -179,16 +180,16 @@ void addMarker(CLI::App& command, Overlay& overlay) {
 void addWatermark(CLI::App& command, Overlay& overlay) {
     Watermark& mark = overlay.watermark;
     CLI::Option* const file = addDrawn(command, "--watermark", "FILE.png", "Lays a picture over it", "no path",
-                                      [&mark](const std::string& path) {
-                                          mark.file = path;
-                                          return !path.empty() && checkPath(path).empty();
-                                      });
+                                       [&mark](const std::string& path) {
+                                           mark.file = path;
+                                           return !path.empty() && checkPath(path).empty();
+                                       });
     addWhole(command, "--alpha", "PERCENT", "Its transparency; 0 shows it alone, which is the usual one", 0, 100,
              mark.transparency)
         ->needs(file)
         ->group(group);
     addDrawn(command, "--offset", "X,Y", "Moves it from the top left, in pixels", "two whole numbers of pixels",
-            [&mark](const auto& text) { return takePlace(text, farthest, mark.x, mark.y); })
+             [&mark](const auto& text) { return takePlace(text, farthest, mark.x, mark.y); })
         ->needs(file);
     addDrawn(command, "--rotate", "DEGREES", "Turns it clockwise", "degrees from 0 to 360", [&mark](const auto& text) {
         return takeAngle(text, mark.angle);

@@ -52,9 +52,9 @@ CLI::Option* addText(CLI::App& command, const char* name, const char* type, cons
 
 CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, const char* help, int32_t least,
                       int32_t most, const std::function<void(int32_t value)>& take) {
-    const std::string wrong = "a whole number " + (most == mostInt
-                                                       ? "from " + std::to_string(least) + " on"
-                                                       : "from " + std::to_string(least) + " to " + std::to_string(most));
+    const std::string wrong =
+        "a whole number " + (most == mostInt ? "from " + std::to_string(least) + " on"
+                                             : "from " + std::to_string(least) + " to " + std::to_string(most));
     return addText(command, name, type, help, wrong, [least, most, take](const std::string& text) {
         const auto number = parseNumber(text);
         if (!number || *number < static_cast<uint32_t>(least) || *number > static_cast<uint32_t>(most)) return false;
@@ -96,8 +96,9 @@ void addSettingsDirectory(CLI::App& command, Options& options) {
 }
 
 void addCommon(CLI::App& command, Options& options) {
-    command.add_flag("--gige", options.engine.gige,
-                     "Look for GigE Vision cameras in the network; --gige=ADDRESS,... asks these addresses only")
+    command
+        .add_flag("--gige", options.engine.gige,
+                  "Look for GigE Vision cameras in the network; --gige=ADDRESS,... asks these addresses only")
         ->check(checkAddresses);
     command.add_option("--library", options.engine.library, "Camera library")->type_name("PATH")->capture_default_str();
     command.add_option("--library-prefix", options.engine.prefix, "Prefix of its exported names")
@@ -134,7 +135,8 @@ void addOverwrite(CLI::App& command, Options& options) {
 void addCamera(CLI::App& command, Options& options) {
     CameraSettings& camera = options.source.camera;
     addText(command, "--exposure", "TIME", "Exposure time in microseconds, or as 20ms, 1.5s",
-            "a time in microseconds, or with a unit as 20ms or 1.5s, from 1 microsecond on", [&camera](const auto& text) {
+            "a time in microseconds, or with a unit as 20ms or 1.5s, from 1 microsecond on",
+            [&camera](const auto& text) {
                 const double microseconds = std::round(parseTime(text, 1e-6).value_or(0) * 1e6);
                 if (microseconds < 1 || microseconds > mostInt) return false;
                 camera.exposure = static_cast<int32_t>(microseconds);

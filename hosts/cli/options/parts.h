@@ -25,8 +25,7 @@ CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, con
 template <typename Value>
 CLI::Option* addWhole(CLI::App& command, const char* name, const char* type, const char* help, int32_t least,
                       int32_t most, Value& value) {
-    return addWhole(command, name, type, help, least, most,
-                    [&value](int32_t number) { value = number; });
+    return addWhole(command, name, type, help, least, most, [&value](int32_t number) { value = number; });
 }
 /// An option with a text that `take` reads; where it cannot, `wrong` says what it has to be.
 CLI::Option* addText(CLI::App& command, const char* name, const char* type, const char* help, const std::string& wrong,

@@ -54,8 +54,8 @@ std::optional<double> parseReal(std::string_view text, std::string_view point) {
 
 std::optional<double> parseTime(std::string_view text, double unit) {
     // "ms" and "us" end in "s", too: the longer ones come first.
-    constexpr std::pair<std::string_view, double> units[] = {{"min", 60},  {"ms", 1e-3}, {"us", 1e-6}, {"\u00B5s", 1e-6},
-                                                             {"\u03BCs", 1e-6}, {"s", 1},     {"h", 3600}};
+    constexpr std::pair<std::string_view, double> units[] = {
+        {"min", 60}, {"ms", 1e-3}, {"us", 1e-6}, {"\u00B5s", 1e-6}, {"\u03BCs", 1e-6}, {"s", 1}, {"h", 3600}};
     for (const auto& [name, seconds] : units) {
         if (!text.ends_with(name)) continue;
         text.remove_suffix(name.size());

@@ -24,8 +24,8 @@ std::string versionText() {
     const uint32_t library = vexcap_version();
     const std::string parts = std::to_string(library >> 16) + "." + std::to_string(library >> 8 & 0xFF) + "." +
                               std::to_string(library & 0xFF);
-    return softwareText() + "\nlibvexcap " + parts + "\nlibpng " + png_get_libpng_ver(nullptr) + "\nlibtiff " + tiffVersion() + "\nglibc " +
-           gnu_get_libc_version();
+    return softwareText() + "\nlibvexcap " + parts + "\nlibpng " + png_get_libpng_ver(nullptr) + "\nlibtiff " +
+           tiffVersion() + "\nglibc " + gnu_get_libc_version();
 }
 
 }  // namespace vexcap::host
