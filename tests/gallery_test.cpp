@@ -328,7 +328,7 @@ TEST_F(Gallery, WatermarksOnASurfaceAndARenderTarget) {
 TEST_F(Gallery, TextsInTheFourCorners) {
     const Frame frame(cell, 100, 200, 280, 170);
     Sheet sheet("corners", 4);
-    const auto only = [](bool scale, bool date, bool contrast) {
+    const auto only = [this](bool scale, bool date, bool contrast) {
         MarkerTxt txt = everything;
         txt.Scale = scale;
         txt.Date = date ? VEX_DATE_NUMERIC : VEX_DATE_NONE;
