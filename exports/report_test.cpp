@@ -124,7 +124,7 @@ TEST_F(LastErrors, ACameraThatIsNotOpenedIsNamed) {
     EXPECT_EQ(start(), E_FAIL);
     EXPECT_EQ(lastError(), (LastError{E_FAIL, u"The camera library does not open A camera: Unspecified failure."}));
     library.openStatus = E_UNEXPECTED;
-    EXPECT_EQ(start(), E_UNEXPECTED);
+    EXPECT_EQ(start(), E_FAIL);
     EXPECT_EQ(lastError(),
               (LastError{E_UNEXPECTED, u"The camera library does not open A camera: Not possible in this state."}));
     library.refuses = false;

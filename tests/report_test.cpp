@@ -99,7 +99,7 @@ TEST(Report, ARecordingIntoAFolderThatIsMissingSaysSoInItsBoxTheLogAndTheLastErr
     HRESULT code = S_OK;
     const std::u16string reason = folder + u"/a.ser cannot be made: there is no folder " + folder + u".";
     EXPECT_EQ(lastError(context, &code), reason);
-    EXPECT_EQ(code, VEX_E_FILE_NOT_FOUND);
+    EXPECT_EQ(code, VEX_E_PATH_NOT_FOUND);
     EXPECT_EQ(std::ranges::count(heard.lines, reason), 1);
     ASSERT_EQ(heard.boxes.size(), 1u);
     EXPECT_TRUE(heard.boxes[0].starts_with(u"Product: "));
