@@ -19,8 +19,8 @@ namespace vexcap::test {
 inline constexpr int64_t frameTime = 10'000;  ///< Of a numbered source: a millisecond.
 
 /// Raw video of a layout that no renderer here takes.
-inline MediaType rawType(int32_t width = 16, int32_t height = 8) {
-    MediaType type = rgb24Type(width, height, frameTime);
+inline MediaType rawType(int32_t columns = 16, int32_t rows = 8) {
+    MediaType type = rgb24Type(columns, rows, frameTime);
     type.subtype = subtypeOf(0x32595559);
     return type;
 }
