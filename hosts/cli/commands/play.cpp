@@ -97,7 +97,7 @@ PlayEnd follow(Session& session, const PlayedFile& file, const Options& options,
         });
         if (const std::string failure = outputFailure(); !failure.empty()) throw Failure(exitFailure, failure);
         if (news.asked) return PlayEnd::Asked;
-        if (options.seconds && elapsed >= options.seconds) return PlayEnd::Limit;
+        if (options.seconds > 0 && elapsed >= options.seconds) return PlayEnd::Limit;
     }
 }
 

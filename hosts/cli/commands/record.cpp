@@ -116,7 +116,7 @@ Ending follow(Session& session, const Options& options, bool besidePreview, cons
     const double ownLimit = wholeSeconds(options) ? 0 : options.seconds;
     for (;;) {
         vex_recording_counts counts = countsOf(session);
-        const double left = ownLimit ? ownLimit * 1000 - counts.elapsed : roundMilliseconds;
+        const double left = ownLimit > 0 ? ownLimit * 1000 - counts.elapsed : roundMilliseconds;
         const News news = session.Wait(static_cast<int>(std::clamp<double>(left, 1, roundMilliseconds)), signals);
         counts = countsOf(session);
         Progress progress = {.elapsed = counts.elapsed / 1000.0,
@@ -128,7 +128,7 @@ Ending follow(Session& session, const Options& options, bool besidePreview, cons
         meter.Measure(progress);
         view.Show(progress);
         if (counts.lastFailure == VEX_E_DISK_FULL) return Ending::DiskFull;
-        if (news.limit || (ownLimit && counts.elapsed >= ownLimit * 1000)) return Ending::Limit;
+        if (news.limit || (ownLimit > 0 && counts.elapsed >= ownLimit * 1000)) return Ending::Limit;
         if (isLost(session, news, besidePreview)) return Ending::DeviceLost;
         if (!vexcap_fcapturing(session.Context())) return Ending::Limit;
         // The library looks at this limit beside the preview only.
@@ -168,7 +168,7 @@ ExitCode record(const Options& options, const Signals& signals) {
     result.codec = codec.display;
     if (!options.quiet && !note.empty()) std::fprintf(stderr, "%s\n", note.c_str());
     if (!options.json && !options.quiet) {
-        const bool limited = options.seconds || options.frames;
+        const bool limited = options.seconds > 0 || options.frames;
         const std::string limit = !limited ? "; Ctrl-C ends the recording"
                                   : !besidePreview && options.frames
                                       ? "; at least " + std::to_string(options.frames) + " frames"

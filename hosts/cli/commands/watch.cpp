@@ -61,7 +61,7 @@ ExitCode watch(const Options& options, const Signals& signals) {
             printSecond(session, elapsed, options.json);
             while (second <= elapsed) ++second;
         }
-        if (news.asked || (options.seconds && elapsed >= options.seconds)) return exitDone;
+        if (news.asked || (options.seconds > 0 && elapsed >= options.seconds)) return exitDone;
     }
 }
 
