@@ -69,7 +69,9 @@ fuzz() {
 
 stage "packages" tools/packages.sh build test
 stage "build asan" build asan
-stage "test asan" run_tests asan
+# What clang 14 writes down of the dynamic thread storage of loaded libraries is wrong with this C library, and its search
+# for leaks fell over it.
+stage "test asan" run_tests asan env ASAN_OPTIONS=intercept_tls_get_addr=0
 stage "fuzz" fuzz
 stage "build tsan" build tsan
 stage "test tsan" run_tests_in_fixed_places
