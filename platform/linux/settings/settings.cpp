@@ -11,6 +11,7 @@
 #include <string>
 #include <system_error>
 
+#include "base/mutex.h"
 #include "base/text.h"
 #include "platform/linux/errno_status.h"
 #include "platform/linux/folders.h"
@@ -41,18 +42,21 @@ public:
 private:
     /// While the folder is missing the file is looked for anew each time: another key or program, which may spell the
     /// path differently, makes it meanwhile.
-    const SettingsStore& Store() {
-        if (settled) return *store;
-        const fs::path file = settingsPath(root, path);
-        std::error_code missing;
-        settled = fs::is_directory(file.parent_path(), missing);
-        return store.emplace(file);
+    SettingsStore Store() VEX_EXCLUDES(lock) {
+        const MutexGuard held(lock);
+        if (!settled) {
+            file = settingsPath(root, path);
+            std::error_code missing;
+            settled = fs::is_directory(file.parent_path(), missing);
+        }
+        return SettingsStore(file);
     }
 
     const fs::path root;
     const std::u16string path;
-    std::optional<SettingsStore> store;
-    bool settled = false;
+    Mutex lock;
+    fs::path file VEX_GUARDED_BY(lock);
+    bool settled VEX_GUARDED_BY(lock) = false;
 };
 
 /// Whether files can be made in `folder`, or it can be made where it is missing.
