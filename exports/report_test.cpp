@@ -162,9 +162,9 @@ TEST_F(LastErrors, ARecordingSaysWhichFolderIsMissing) {
 TEST_F(LastErrors, ARecordingSaysWhereNothingMayBeWritten) {
     start();
     fakes.files.fail(DiskOperation::Kind::Create, E_ACCESSDENIED);
-    EXPECT_EQ(vexcap_start_capture_astro(context, u"/root/a.ser", 0, 0), E_FAIL);
+    EXPECT_EQ(vexcap_start_capture_astro(context, u"/locked/a.ser", 0, 0), E_FAIL);
     EXPECT_EQ(lastError(),
-              (LastError{E_ACCESSDENIED, u"/root/a.ser cannot be made: no permission to write in the folder /root."}));
+              (LastError{E_ACCESSDENIED, u"/locked/a.ser cannot be made: no permission to write in the folder /locked."}));
 }
 
 TEST_F(LastErrors, ARecordingSaysThatTheDiskIsFullOrTheFileBusy) {
