@@ -4,7 +4,9 @@
 #include <cstring>
 #include <vector>
 
+#include "graph/renderer.h"
 #include "graph/testing/sent_samples.h"
+#include "graph/transform.h"
 
 namespace vexcap {
 namespace {
